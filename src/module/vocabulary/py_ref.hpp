@@ -1,0 +1,40 @@
+// Owning references to Python objects and to buffers that other objects export.
+#pragma once
+
+#include <Python.h>
+
+#include <utility>
+
+namespace orvane::python {
+
+/// One owned reference, or none. The interpreter lock must be held wherever a reference is taken or dropped.
+class PyRef {
+public:
+    PyRef() noexcept = default;
+    PyRef(PyRef&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
+    PyRef(const PyRef& other) noexcept : m_object(other.m_object) { Py_XINCREF(m_object); }
+    PyRef& operator=(PyRef other) noexcept {
+        std::swap(m_object, other.m_object);
+        return *this;
+    }
+    ~PyRef() { Py_XDECREF(m_object); }
+
+    /// Takes over a new reference; null stays null.
+    [[nodiscard]] static PyRef steal(PyObject* object) noexcept { return PyRef(object); }
+    /// Adds a reference of its own to a borrowed one; null stays null.
+    [[nodiscard]] static PyRef borrow(PyObject* object) noexcept {
+        Py_XINCREF(object);
+        return PyRef(object);
+    }
+
+    PyObject* get() const noexcept { return m_object; }
+    explicit operator bool() const noexcept { return m_object != nullptr; }
+    /// Gives the reference away.
+    [[nodiscard]] PyObject* release() noexcept { return std::exchange(m_object, nullptr); }
+
+private:
+    explicit PyRef(PyObject* object) noexcept : m_object(object) {}
+    PyObject* m_object = nullptr;
+};
+
+} // namespace orvane::python
