@@ -1,0 +1,160 @@
+// What crosses the boundary between the data-array library and its clients: the one exported entry,
+// the numbers of the functions behind it and their signatures. Both sides draw them from here.
+//
+// A function that returns `int` returns a status: 0 for success, otherwise a number whose meaning stands
+// in <orvane_data_array/status.hpp>. Its out-parameters are set only on success. No function throws.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+namespace orvane::data {
+
+/// The order in which the elements of an array stand in its buffer.
+enum class MemoryLayout : std::int32_t {
+    ColumnMajor = 0, ///< the first index runs fastest
+    RowMajor = 1,    ///< the last index runs fastest
+};
+
+namespace impl {
+
+/// An array on the library's side; clients hold it by pointer alone.
+class ArrayImpl;
+/// The maker of arrays on the library's side.
+class ArrayFactoryImpl;
+
+} // namespace impl
+
+namespace detail {
+
+/// One writable element of an array.
+class ReferenceImpl;
+/// A place in an array: its first element or the end.
+class IteratorImpl;
+
+/// Frees the block that it is given. A null deleter frees nothing.
+using BufferDeleter = void (*)(void*);
+
+/// The numbers by which functions are asked for.
+enum class FunctionType : std::int32_t {
+    FactoryCreateArray = 1,
+    FactoryCreateScalar = 3,
+    FactoryCreateArrayFromColumnMajorBuffer = 11,
+    FactoryCreateBuffer = 13,
+    FactoryCreate = 14,
+    FactoryDestroy = 15,
+    ReferenceDestroy = 23,
+    ArrayCreateEmpty = 49,
+    ArrayDestroy = 50,
+    ArrayGetDimensions = 51,
+    ArrayGetNumberOfElements = 52,
+    ArrayGetType = 53,
+    ArrayUnshare = 55,
+    ArrayGetReference = 56,
+    ArrayBeginFallback = 57,
+    ArrayEndFallback = 58,
+    TypesAreConvertible = 59,
+    ArrayRelease = 60,
+    IteratorClone = 63,
+    IteratorDestroy = 64,
+    IteratorGetElement = 71,
+    IteratorGetReference = 72,
+    ReferenceGetParts = 94,
+    ReferenceSetComplex = 96,
+    FactoryCreateArrayFromBuffer = 110,
+    IteratorGetComplexElement = 113,
+    ArrayBegin = 114,
+    ArrayEnd = 115,
+};
+
+/// One function of the boundary: its number and its type.
+template <FunctionType Number, class Signature>
+struct BoundaryFunction {
+    static constexpr FunctionType number = Number;
+    using Pointer = Signature*;
+};
+
+/// All functions of the boundary, in ascending order of their numbers. `type` and `layout` are numbers of
+/// an element kind and of a `MemoryLayout`.
+using BoundaryFunctions = std::tuple<
+    /// Zero-filled, column-major.
+    BoundaryFunction<FunctionType::FactoryCreateArray,
+                     int(impl::ArrayFactoryImpl* factory, int type, unsigned long* dims, unsigned long numDims,
+                         impl::ArrayImpl** out)>,
+    /// A 1-by-1 array that holds a copy of the value.
+    BoundaryFunction<FunctionType::FactoryCreateScalar,
+                     int(impl::ArrayFactoryImpl* factory, int type, void const* value, impl::ArrayImpl** out)>,
+    /// Adopts the buffer: it belongs to the library from here on, also when the call fails, and goes
+    /// through its deleter exactly once.
+    BoundaryFunction<FunctionType::FactoryCreateArrayFromColumnMajorBuffer,
+                     int(impl::ArrayFactoryImpl* factory, int type, unsigned long* dims, unsigned long numDims,
+                         void* buffer, BufferDeleter deleter, impl::ArrayImpl** out)>,
+    /// A buffer with unspecified contents, aligned to 64 bytes, never null on success.
+    BoundaryFunction<FunctionType::FactoryCreateBuffer,
+                     int(impl::ArrayFactoryImpl* factory, void** buffer, BufferDeleter* deleter, int type,
+                         unsigned long numElements)>,
+    BoundaryFunction<FunctionType::FactoryCreate, int(impl::ArrayFactoryImpl** out)>,
+    BoundaryFunction<FunctionType::FactoryDestroy, void(impl::ArrayFactoryImpl* factory)>,
+    BoundaryFunction<FunctionType::ReferenceDestroy, void(ReferenceImpl* reference)>,
+    /// A 0-by-0 array of `double`.
+    BoundaryFunction<FunctionType::ArrayCreateEmpty, impl::ArrayImpl*()>,
+    BoundaryFunction<FunctionType::ArrayDestroy, void(impl::ArrayImpl* array)>,
+    /// The dimensions stay the array's own and live as long as it does.
+    BoundaryFunction<FunctionType::ArrayGetDimensions,
+                     void(impl::ArrayImpl* array, unsigned long* numDims, unsigned long** dims)>,
+    BoundaryFunction<FunctionType::ArrayGetNumberOfElements, unsigned long(impl::ArrayImpl* array)>,
+    BoundaryFunction<FunctionType::ArrayGetType, int(impl::ArrayImpl* array, int* type)>,
+    /// True when the caller has to go on with a copy, which then stands in `copy`; a null copy says that
+    /// memory was wanting. False when the array has no other owner and may be written as it is.
+    BoundaryFunction<FunctionType::ArrayUnshare, bool(impl::ArrayImpl* array, bool isUnique, impl::ArrayImpl** copy)>,
+    /// The index counts elements in the order of storage.
+    BoundaryFunction<FunctionType::ArrayGetReference,
+                     int(impl::ArrayImpl* array, unsigned long index, ReferenceImpl** out)>,
+    BoundaryFunction<FunctionType::ArrayBeginFallback, IteratorImpl*(impl::ArrayImpl* array, bool forWriting)>,
+    BoundaryFunction<FunctionType::ArrayEndFallback, IteratorImpl*(impl::ArrayImpl* array, bool forWriting)>,
+    BoundaryFunction<FunctionType::TypesAreConvertible, int(int wantedType, int actualType, bool* convertible)>,
+    /// Hands the buffer over together with its deleter: the array's own buffer if it is unique, otherwise
+    /// a copy. The array that gave its own away is no longer to be read.
+    BoundaryFunction<FunctionType::ArrayRelease,
+                     int(impl::ArrayImpl* array, bool isUnique, void** buffer, BufferDeleter* deleter)>,
+    BoundaryFunction<FunctionType::IteratorClone, IteratorImpl*(IteratorImpl* iterator)>,
+    BoundaryFunction<FunctionType::IteratorDestroy, void(IteratorImpl* iterator)>,
+    BoundaryFunction<FunctionType::IteratorGetElement, void(IteratorImpl* iterator, void** element)>,
+    BoundaryFunction<FunctionType::IteratorGetReference, void(IteratorImpl* iterator, ReferenceImpl** out)>,
+    /// The addresses of the two parts of a complex element, the real one first.
+    BoundaryFunction<FunctionType::ReferenceGetParts, int(ReferenceImpl* reference, void** realPart, void** imagPart)>,
+    BoundaryFunction<FunctionType::ReferenceSetComplex,
+                     int(ReferenceImpl* reference, int type, void* realPart, void* imagPart)>,
+    /// As for a column-major buffer, with the layout in which the buffer stands.
+    BoundaryFunction<FunctionType::FactoryCreateArrayFromBuffer,
+                     int(impl::ArrayFactoryImpl* factory, int type, unsigned long* dims, unsigned long numDims,
+                         void* buffer, BufferDeleter deleter, impl::ArrayImpl** out, int layout)>,
+    BoundaryFunction<FunctionType::IteratorGetComplexElement, void(IteratorImpl* iterator, void** element)>,
+    BoundaryFunction<FunctionType::ArrayBegin, IteratorImpl*(impl::ArrayImpl* array, bool forWriting)>,
+    BoundaryFunction<FunctionType::ArrayEnd, IteratorImpl*(impl::ArrayImpl* array, bool forWriting)>>;
+
+inline constexpr std::size_t boundaryFunctionCount = std::tuple_size_v<BoundaryFunctions>;
+
+template <FunctionType Number>
+consteval std::size_t positionAmongBoundaryFunctions() {
+    return []<std::size_t... I>(std::index_sequence<I...>) {
+        return ((std::tuple_element_t<I, BoundaryFunctions>::number == Number ? I : 0) + ...);
+    }(std::make_index_sequence<boundaryFunctionCount>{});
+}
+
+/// The pointer type of the function that bears the number.
+template <FunctionType Number>
+using BoundaryPointer =
+    typename std::tuple_element_t<positionAmongBoundaryFunctions<Number>(), BoundaryFunctions>::Pointer;
+
+} // namespace detail
+} // namespace orvane::data
+
+/// The library's one entry: the address of the function that bears the number, to be cast to the function's
+/// own pointer type, or null where the library at hand does not offer it. Never throws, may be called for
+/// the same number any number of times and from any thread. The data pointer as a carrier of function
+/// addresses is what POSIX promises for `dlsym`.
+extern "C" [[gnu::visibility("default")]] void* get_function_ptr(int number) noexcept;

@@ -1,0 +1,101 @@
+// The maker of arrays and of the buffers that become arrays.
+#pragma once
+
+#include "element_types.hpp"
+#include "function_resolver.hpp"
+#include "throw_if_error.hpp"
+#include "typed_array.hpp"
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace orvane::data {
+
+/// Cheap to make on the spot and stateless.
+class ArrayFactory {
+public:
+    ArrayFactory() : m_impl(make(), Destroy{}) {}
+
+    /// A block for the given number of elements, with unspecified contents.
+    template <ArrayElement T>
+    Buffer<T> createBuffer(unsigned long numElements) {
+        static const auto fcn = detail::resolve<detail::FunctionType::FactoryCreateBuffer>();
+        void* block = nullptr;
+        detail::BufferDeleter deleter = nullptr;
+        detail::throwIfError(fcn(m_impl.get(), &block, &deleter, arrayTypeNumber<T>, numElements));
+        return detail::makeBuffer<T>(block, deleter);
+    }
+
+    /// A zero-filled array. Large ones come from the system already zeroed, without a pass over the elements.
+    template <ArrayElement T>
+    TypedArray<T> createArray(std::vector<unsigned long> dims) {
+        static const auto fcn = detail::resolve<detail::FunctionType::FactoryCreateArray>();
+        impl::ArrayImpl* array = nullptr;
+        detail::throwIfError(fcn(m_impl.get(), arrayTypeNumber<T>, dims.data(), dims.size(), &array));
+        return TypedArray<T>(array);
+    }
+
+    /// A 1-by-1 array.
+    template <ArrayElement T>
+    TypedArray<T> createScalar(T value) {
+        static const auto fcn = detail::resolve<detail::FunctionType::FactoryCreateScalar>();
+        impl::ArrayImpl* array = nullptr;
+        detail::throwIfError(fcn(m_impl.get(), arrayTypeNumber<T>, &value, &array));
+        return TypedArray<T>(array);
+    }
+
+    /// An array around the buffer, which stands in the layout told and has to hold as many elements as the
+    /// dimensions say. The buffer is freed by its own deleter: with the array, or here if this throws.
+    template <ArrayElement T>
+    TypedArray<T> createArrayFromBuffer(std::vector<unsigned long> dims, Buffer<T> buffer,
+                                        MemoryLayout layout = MemoryLayout::ColumnMajor) {
+        // The library calls the deleter under the type that it was given out with.
+        const auto deleter = reinterpret_cast<detail::BufferDeleter>(buffer.get_deleter());
+        impl::ArrayImpl* array = nullptr;
+        static const auto fcn = detail::find<detail::FunctionType::FactoryCreateArrayFromBuffer>();
+        if (fcn != nullptr) [[likely]] {
+            detail::throwIfError(fcn(m_impl.get(), arrayTypeNumber<T>, dims.data(), dims.size(), buffer.release(),
+                                     deleter, &array, static_cast<int>(layout)));
+            return TypedArray<T>(array);
+        }
+        if (layout == MemoryLayout::RowMajor) {
+            throw detail::ArrayException<Exception, ExceptionType::FeatureNotSupported>(
+                "Row-major buffers require C-level");
+        }
+        return createArrayFromColumnMajorBuffer(std::move(dims), std::move(buffer), deleter);
+    }
+
+    /// The library's factory, borrowed.
+    impl::ArrayFactoryImpl* impl() const noexcept { return m_impl.get(); }
+
+private:
+    struct Destroy {
+        void operator()(impl::ArrayFactoryImpl* factory) const {
+            static const auto destroyFcn = detail::resolve<detail::FunctionType::FactoryDestroy>();
+            destroyFcn(factory);
+        }
+    };
+
+    static impl::ArrayFactoryImpl* make() {
+        static const auto fcn = detail::resolve<detail::FunctionType::FactoryCreate>();
+        impl::ArrayFactoryImpl* factory = nullptr;
+        detail::throwIfError(fcn(&factory));
+        return factory;
+    }
+
+    /// For libraries that know no layouts.
+    template <ArrayElement T>
+    TypedArray<T> createArrayFromColumnMajorBuffer(std::vector<unsigned long> dims, Buffer<T> buffer,
+                                                   detail::BufferDeleter deleter) {
+        static const auto fcn = detail::resolve<detail::FunctionType::FactoryCreateArrayFromColumnMajorBuffer>();
+        impl::ArrayImpl* array = nullptr;
+        detail::throwIfError(
+            fcn(m_impl.get(), arrayTypeNumber<T>, dims.data(), dims.size(), buffer.release(), deleter, &array));
+        return TypedArray<T>(array);
+    }
+
+    std::shared_ptr<impl::ArrayFactoryImpl> m_impl;
+};
+
+} // namespace orvane::data

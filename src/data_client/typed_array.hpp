@@ -1,0 +1,147 @@
+// A handle to an array whose element kind is known.
+#pragma once
+
+#include "array.hpp"
+#include "element_types.hpp"
+#include "function_resolver.hpp"
+#include "reference_holder.hpp"
+#include "throw_if_error.hpp"
+#include "typed_iterator.hpp"
+
+#include <orvane_data_array/status.hpp>
+
+#include <cstddef>
+#include <memory>
+#include <utility>
+
+namespace orvane::data {
+
+/// A block of elements that is freed by the deleter that it came with.
+template <class T>
+using Buffer = std::unique_ptr<T[], void (*)(T*)>;
+
+namespace detail {
+
+/// The owner of a block that the library hands over. Blocks are freed through `void*`; the deleter keeps
+/// its address under the type that `Buffer` asks for, and pointers of either type are passed alike.
+template <class T>
+Buffer<T> makeBuffer(void* block, BufferDeleter deleter) noexcept {
+    return Buffer<T>(static_cast<T*>(block), reinterpret_cast<void (*)(T*)>(deleter));
+}
+
+} // namespace detail
+
+template <ArrayElement T>
+class TypedArray : public Array {
+public:
+    using iterator = TypedIterator<T>;
+    using const_iterator = TypedIterator<const T>;
+    using value_type = T;
+
+    /// Throws when the elements are not of type `T`, and then leaves the source as it was.
+    TypedArray(Array&& array) : Array(std::move(requireConvertible(array))) {}
+
+    /// The same, sharing the array with the source.
+    TypedArray(const Array& array) : Array(requireConvertible(array)) {}
+
+    /// A writable reference to an element, counted in storage order.
+    ReferenceHolder operator[](unsigned long index)
+        requires ComplexArrayElement<T>
+    {
+        unshare();
+        static const auto fcn3 = detail::resolve<detail::FunctionType::ArrayGetReference>();
+        detail::ReferenceImpl* reference = nullptr;
+        detail::throwIfError(fcn3(m_impl.get(), index, &reference));
+        return ReferenceHolder(reference);
+    }
+
+    /// The elements for writing, which takes a copy first when others share the array. Want of memory for
+    /// that copy ends the process here; call `unshare()` first where it must not.
+    iterator begin() noexcept {
+        unshare();
+        return iterator(beginOf(true));
+    }
+
+    iterator end() noexcept {
+        const auto numElements = getNumberOfElements();
+        return begin() + static_cast<std::ptrdiff_t>(numElements);
+    }
+
+    /// The elements for reading; what is shared stays shared.
+    const_iterator begin() const noexcept { return const_iterator(beginOf(false)); }
+
+    const_iterator end() const noexcept {
+        static const auto fcn = detail::find<detail::FunctionType::ArrayEnd>();
+        if (fcn != nullptr) [[likely]] {
+            return const_iterator(fcn(m_impl.get(), false));
+        }
+        static const auto fcn2 = detail::resolve<detail::FunctionType::ArrayEndFallback>();
+        return const_iterator(fcn2(m_impl.get(), false));
+    }
+
+    const_iterator cbegin() const noexcept { return begin(); }
+    const_iterator cend() const noexcept { return end(); }
+
+    /// Hands over the buffer, or a copy of it when others share the array. The handle is not to be read
+    /// afterwards.
+    Buffer<T> release() {
+        unshare();
+        static const auto fcn = detail::resolve<detail::FunctionType::ArrayRelease>();
+        void* block = nullptr;
+        detail::BufferDeleter deleter = nullptr;
+        detail::throwIfError(fcn(m_impl.get(), isUnique(), &block, &deleter));
+        return detail::makeBuffer<T>(block, deleter);
+    }
+
+    /// Makes this handle the only owner of its array, by a copy of the elements if need be. Throws for want
+    /// of memory and then leaves the handle as it was.
+    void unshare() {
+        static const auto fcn = detail::resolve<detail::FunctionType::ArrayUnshare>();
+        impl::ArrayImpl* copy = nullptr;
+        if (!fcn(m_impl.get(), isUnique(), &copy)) [[likely]] {
+            return;
+        }
+        if (copy == nullptr) {
+            detail::throwStatus(static_cast<int>(Status::OutOfMemory), {});
+        }
+        m_impl = std::shared_ptr<impl::ArrayImpl>(copy, Destroy{});
+    }
+
+private:
+    friend class ArrayFactory;
+
+    /// Takes ownership of an array that the library has just made with elements of type `T`.
+    explicit TypedArray(impl::ArrayImpl* array) : Array(array) {}
+
+    bool isUnique() const noexcept { return m_impl.use_count() == 1; }
+
+    detail::IteratorImpl* beginOf(bool forWriting) const noexcept {
+        static const auto fcn3 = detail::find<detail::FunctionType::ArrayBegin>();
+        if (fcn3 != nullptr) [[likely]] {
+            return fcn3(m_impl.get(), forWriting);
+        }
+        static const auto fcn4 = detail::resolve<detail::FunctionType::ArrayBeginFallback>();
+        return fcn4(m_impl.get(), forWriting);
+    }
+
+    /// The array itself, if its elements are of type `T`.
+    template <class Source>
+    static Source& requireConvertible(Source& array) {
+        static const auto fcn = detail::resolve<detail::FunctionType::TypesAreConvertible>();
+        bool convertible = false;
+        detail::throwIfError(fcn(arrayTypeNumber<T>, static_cast<int>(array.getType()), &convertible));
+        if (!convertible) {
+            throw detail::ArrayException<Exception, ExceptionType::InvalidArrayType>(
+                "Can't convert the Array to this TypedArray");
+        }
+        return array;
+    }
+};
+
+/// An array of 16-bit characters.
+class CharArray : public TypedArray<char16_t> {
+public:
+    using TypedArray<char16_t>::TypedArray;
+};
+
+} // namespace orvane::data
