@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Builds the package and runs the demo on the handwritten digits. Does all its own set-up; asks for nothing.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+if [[ ${1:-} == --help ]]; then
+    echo "usage: scripts/demo.sh"
+    echo "Builds the package into .venv/ and runs examples/digits/demo.py; its pictures go to output/."
+    exit 0
+fi
+
+ensure_compiler
+python=$(preferred_python)
+version=$(version_of "$python")
+environment=$root/.venv/$version
+
+say "Environment for CPython $version"
+mapfile -t groups < <(build_groups)
+make_environment "$python" "$environment" "${groups[@]}" demo
+say "Building the package"
+install_package "$environment" "$root/build/$version" ORVANE_BUILD_TESTS=OFF
+exec "$environment/bin/python" "$root/examples/digits/demo.py" --output "$root/output"

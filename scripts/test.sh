@@ -1,0 +1,117 @@
+#!/usr/bin/env bash
+# Builds everything and runs all tests. Does all its own set-up; asks for nothing.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+usage() {
+    cat <<'TEXT'
+usage: scripts/test.sh [--all] [--sanitize] [--python EXECUTABLE] [-- PYTEST_ARGUMENT...]
+
+Checks format and style, builds the package with its C++ tests, runs those, installs the package into an
+environment of its own and runs the Python tests against it, on CPython 3.10 where there is one, else the next later.
+
+  --all         the same on the newest installed CPython too
+  --sanitize    instead: C++ and Python tests under AddressSanitizer and UndefinedBehaviorSanitizer
+  --python      the interpreter to use in place of the preferred one
+TEXT
+}
+
+all=no sanitize=no chosen='' pytest_arguments=()
+while [[ $# -gt 0 ]]; do
+    case $1 in
+    --all) all=yes ;;
+    --sanitize) sanitize=yes ;;
+    --python)
+        [[ $# -ge 2 ]] || die "--python needs the path of an interpreter"
+        chosen=$2
+        shift
+        ;;
+    --)
+        shift
+        pytest_arguments=("$@")
+        break
+        ;;
+    --help)
+        usage
+        exit 0
+        ;;
+    *)
+        usage >&2
+        exit 2
+        ;;
+    esac
+    shift
+done
+
+prepare_environment() { # PYTHON ENVIRONMENT
+    local groups
+    mapfile -t groups < <(build_groups)
+    make_environment "$1" "$2" "${groups[@]}" test
+}
+
+run_cpp_tests() { # ENVIRONMENT BUILD_DIRECTORY
+    "$1/bin/ctest" --test-dir "$2" --output-on-failure --parallel 2
+}
+
+run_python_tests() { # ENVIRONMENT BUILD_DIRECTORY
+    ORVANE_REPLACEMENT_LIBRARY=$2/replacement/libOrvaneDataArray.so \
+        "$1/bin/python" -m pytest "$root/tests/python" -q "${pytest_arguments[@]}"
+}
+
+test_on() { # PYTHON
+    local version environment build
+    version=$(version_of "$1")
+    environment=$root/.venv/$version
+    build=$root/build/$version
+    say "CPython $version: environment"
+    prepare_environment "$1" "$environment"
+    say "CPython $version: build"
+    install_package "$environment" "$build" ORVANE_BUILD_TESTS=ON
+    say "CPython $version: C++ tests"
+    run_cpp_tests "$environment" "$build"
+    say "CPython $version: Python tests"
+    run_python_tests "$environment" "$build"
+}
+
+# The interpreter itself is not instrumented: the runtimes are preloaded, and leaks are judged in the C++ tests only,
+# since an interpreter keeps memory to the end of the process by design. What the tests ask for beyond all memory
+# has to come back as a null pointer, as it does without the sanitizers.
+sanitize_on() { # PYTHON
+    local version environment build runtimes
+    version=$(version_of "$1")
+    environment=$root/.venv/$version
+    build=$root/build/$version-sanitize
+    say "CPython $version: environment"
+    prepare_environment "$1" "$environment"
+    say "CPython $version: build under the sanitizers"
+    PATH=$environment/bin:$PATH cmake -S "$root" -B "$build" -G Ninja "-DPython_EXECUTABLE=$environment/bin/python" \
+        -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVANE_SANITIZE=ON -DORVANE_BUILD_TESTS=ON >/dev/null
+    PATH=$environment/bin:$PATH cmake --build "$build"
+    export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+    say "CPython $version: C++ tests under the sanitizers"
+    ASAN_OPTIONS=allocator_may_return_null=1 run_cpp_tests "$environment" "$build"
+    say "CPython $version: Python tests under the sanitizers"
+    runtimes=$("${CXX:-c++}" -print-file-name=libasan.so):$("${CXX:-c++}" -print-file-name=libubsan.so)
+    PYTHONPATH=$build/package PYTHONMALLOC=malloc LD_PRELOAD=$runtimes \
+        ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=0 ORVANE_SANITIZED=1 \
+        run_python_tests "$environment" "$build"
+}
+
+ensure_compiler
+ensure_googletest
+preferred=${chosen:-$(preferred_python)}
+if ! python_is_usable "$preferred"; then
+    die "$preferred is not a CPython 3.10 or later with its headers and the module venv"
+fi
+
+if [[ $sanitize == yes ]]; then
+    sanitize_on "$preferred"
+    exit
+fi
+
+"$root/scripts/lint.sh"
+test_on "$preferred"
+newest=$(newest_python)
+if [[ $all == yes && $(version_of "$newest") != "$(version_of "$preferred")" ]]; then
+    test_on "$newest"
+fi
