@@ -12,7 +12,7 @@
 namespace orvane::python {
 
 /// The data-array library's word for "no memory" (its status 19).
-using OutOfMemory = data::detail::ArrayException<orvane::Exception, data::ExceptionType{19}>;
+using OutOfMemory = data::detail::ArrayException<orvane::Exception, data::ExceptionType::OutOfMemory>;
 
 /// Runs `body` and hands on its result. Want of memory, wherever it shows, becomes `MemoryError` and
 /// `failure` is returned. Any other exception of the data-array library goes on: callers check beforehand

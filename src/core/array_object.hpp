@@ -1,0 +1,44 @@
+// The Python object: a header and a pointer to the core array.
+#pragma once
+
+#include <Python.h>
+
+#include <memory>
+
+#include "core/core_array.hpp"
+#include "module/vocabulary/own_array.hpp"
+
+namespace orvane::python {
+
+/// The same for all eleven types. Null `m_cppArray` marks a shell, an object whose construction has not finished
+/// (or never will); every entry refuses one.
+struct OCPyArray {
+    PyObject_HEAD
+    OCppPyArray* m_cppArray; ///< owned; lies in the same block of memory, behind this structure
+};
+
+inline OCPyArray* getOCPyArrayFromPyObject(PyObject* object) {
+    return reinterpret_cast<OCPyArray*>(object);
+}
+
+/// A shell with room for its core array; null with RuntimeError set.
+PyObject* allocOCPyArray(PyTypeObject* type);
+/// Where `fillShell` makes the core array.
+void* roomForCoreArray(PyObject* shell) noexcept;
+
+/// Makes the core array of a shell. Takes the arguments of an `OCppPyArray` constructor.
+template <class... Arguments>
+void fillShell(PyObject* shell, Arguments&&... arguments) {
+    getOCPyArrayFromPyObject(shell)->m_cppArray =
+        std::construct_at(static_cast<OCppPyArray*>(roomForCoreArray(shell)), std::forward<Arguments>(arguments)...);
+}
+
+/// A new object of the same Python type as `source`'s on storage of its own; null with an error set. Throws nothing.
+PyObject* newArrayObject(const OCppPyArray& source, std::shared_ptr<ODArrayWrapper> wrapper, bool isComplex);
+/// A new view of the storage of `source`; null with an error set. Throws for want of memory.
+PyObject* newViewObject(const OCppPyArray& source, IndexChain chain);
+
+/// The core array of `self`; null with RuntimeError set when `self` is null or a shell.
+OCppPyArray* requireCoreArray(PyObject* self);
+
+} // namespace orvane::python

@@ -1,0 +1,112 @@
+#include "core/array_wrapper.hpp"
+
+#include <algorithm>
+
+#include "data_client/array_factory.hpp"
+#include "data_client/numeric_visitor.hpp"
+
+namespace orvane::python {
+
+namespace {
+
+struct ElementsVisitor {
+    template <class T>
+    const std::byte* operator()(const data::TypedArray<T>& array) const {
+        return reinterpret_cast<const std::byte*>(array.begin().get());
+    }
+};
+
+struct ElementSizeVisitor {
+    template <class T>
+    std::size_t operator()(const data::TypedArray<T>&) const {
+        return sizeof(T);
+    }
+};
+
+} // namespace
+
+const std::byte* elementsOf(const data::Array& array) {
+    return data::apply_numeric_visitor(array, ElementsVisitor{});
+}
+
+data::Array copyElements(const data::Array& source, const Layout& layout) {
+    return data::apply_numeric_visitor(source, [&]<class T>(const data::TypedArray<T>& elements) -> data::Array {
+        data::ArrayFactory factory;
+        auto buffer = factory.createBuffer<T>(static_cast<unsigned long>(layout.elementCount()));
+        if (layout.elementCount() > 0)
+            std::memcpy(static_cast<void*>(buffer.get()), elements.begin().get(),
+                        static_cast<std::size_t>(layout.sizeInBytes()));
+        return factory.createArrayFromBuffer<T>({layout.shape().begin(), layout.shape().end()}, std::move(buffer),
+                                                data::MemoryLayout::ColumnMajor);
+    });
+}
+
+std::shared_ptr<ODArrayWrapper> ODArrayWrapper::adopt(data::Array&& array, Reach reach) {
+    const std::byte* elements = elementsOf(array);
+    const std::size_t elementSize = data::apply_numeric_visitor(std::as_const(array), ElementSizeVisitor{});
+    auto wrapper = std::make_shared<ODArrayWrapper>(std::move(array), const_cast<std::byte*>(elements), elementSize);
+    if (reach == Reach::Native) {
+        // Native code goes on using the very array it gave us, so here the mirror is the copy.
+        wrapper->m_mirrorOwner = copyElements(wrapper->m_array, *wrapper->m_layout);
+        wrapper->m_mirrorElements = const_cast<std::byte*>(elementsOf(*wrapper->m_mirrorOwner));
+    }
+    return wrapper;
+}
+
+ODArrayWrapper::ODArrayWrapper(data::Array&& array, void* elements, std::size_t elementSize)
+    : m_array(std::move(array)), m_dataElements(static_cast<std::byte*>(elements)),
+      m_mirrorElements(m_dataElements),
+      m_layout(std::make_shared<const Layout>(m_array.getDimensions(), static_cast<long>(m_array.getNumberOfElements()),
+                                              static_cast<long>(elementSize))) {}
+
+ODArrayWrapper::Exported ODArrayWrapper::exportElements(bool isSnapshot) {
+    if (!isSplit() && !isSnapshot && m_array.useCount() > 1)
+        replaceDataArrayByCopy();
+    if (std::find(m_exportedLayouts.begin(), m_exportedLayouts.end(), m_layout) == m_exportedLayouts.end())
+        m_exportedLayouts.push_back(m_layout);
+    return {m_mirrorElements, m_layout.get()};
+}
+
+void ODArrayWrapper::reshape(std::shared_ptr<const Layout> layout) {
+    // Extents that were exported before serve again, so that reshaping back and forth does not pile them up.
+    for (const auto& exported : m_exportedLayouts) {
+        if (exported->shape() == layout->shape())
+            layout = exported;
+    }
+    m_layout = std::move(layout);
+    m_hasOutdatedExtents = true;
+    // What native code wrote into its side becomes visible here, as the mirror is made anew from the data array.
+    if (isSplit())
+        std::memcpy(m_mirrorElements, m_dataElements, static_cast<std::size_t>(m_layout->sizeInBytes()));
+}
+
+void ODArrayWrapper::prepareForWriting() {
+    if (m_array.useCount() > 1)
+        replaceDataArrayByCopy();
+}
+
+void ODArrayWrapper::replaceDataArrayByCopy() {
+    const bool wasSplit = isSplit();
+    m_array = copyElements(m_array, *m_layout);
+    m_dataElements = const_cast<std::byte*>(elementsOf(m_array));
+    m_hasOutdatedExtents = false;
+    if (!wasSplit)
+        m_mirrorElements = m_dataElements;
+}
+
+void ODArrayWrapper::split() {
+    data::Array copy = copyElements(m_array, *m_layout);
+    m_dataElements = const_cast<std::byte*>(elementsOf(copy));
+    m_mirrorOwner.emplace(std::exchange(m_array, std::move(copy)));
+    m_hasOutdatedExtents = false;
+}
+
+data::impl::ArrayImpl* ODArrayWrapper::handOut() {
+    if (!isSplit())
+        split();
+    else if (m_hasOutdatedExtents)
+        replaceDataArrayByCopy();
+    return m_array.impl();
+}
+
+} // namespace orvane::python

@@ -1,0 +1,96 @@
+// One data array together with what Python's side needs of it: extents, strides and a mirror of the elements.
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "core/layout.hpp"
+#include "data_client/array.hpp"
+#include "data_client/typed_array.hpp"
+
+namespace orvane::python {
+
+/// Storage that an array and all views of it share.
+///
+/// Python reads the mirror and native code the data array; assignments write both. As long as nobody but this
+/// object can reach the data array, one block of memory serves as both ("united"). The two part ("split") before a
+/// native caller gets hold of the data array: the mirror keeps its block, and so its address, and the data array
+/// gets another. Elements lie in storage order, complex ones as (real, imaginary) pairs.
+///
+/// Operations that allocate throw what the data-array client throws, and change nothing when they do.
+class ODArrayWrapper {
+public:
+    /// Who else can reach the data array: nobody, or native code that had it before.
+    enum class Reach { PythonOnly, Native };
+
+    /// Takes over an array of type `T` and its own view of the elements.
+    template <class T>
+    static std::shared_ptr<ODArrayWrapper> adopt(data::TypedArray<T>&& array) {
+        const T* elements = std::as_const(array).begin().get();
+        return std::make_shared<ODArrayWrapper>(std::move(array), const_cast<T*>(elements), sizeof(T));
+    }
+    /// Takes over an array of any type.
+    static std::shared_ptr<ODArrayWrapper> adopt(data::Array&& array, Reach reach);
+
+    /// For `adopt` alone: `elements` is the data array's block.
+    ODArrayWrapper(data::Array&& array, void* elements, std::size_t elementSize);
+    ODArrayWrapper(const ODArrayWrapper&) = delete;
+    ODArrayWrapper& operator=(const ODArrayWrapper&) = delete;
+
+    data::ArrayType type() const { return m_array.getType(); }
+    /// The present extents. Hold on to them through any code that might reshape the array.
+    const std::shared_ptr<const Layout>& layout() const noexcept { return m_layout; }
+    /// The elements as Python reads them. The address may change with any assignment to the array.
+    const std::byte* elements() const noexcept { return m_mirrorElements; }
+
+    /// What an export shares with its consumer.
+    struct Exported {
+        void* buf;
+        const Layout* layout; ///< lives as long as the wrapper
+    };
+    /// Hands out the mirror; from then on it stays where it is. `isSnapshot` says that this wrapper is never
+    /// assigned to, so that it may go on sharing its data array with others.
+    Exported exportElements(bool isSnapshot);
+
+    /// Gives the elements new extents of the same product. No element moves.
+    void reshape(std::shared_ptr<const Layout> layout);
+
+    /// Gets ready for `store`: a data array that others share is replaced by a copy first.
+    void prepareForWriting();
+    /// Writes one element at a byte offset inside the elements, to the data array and the mirror.
+    template <class T>
+    void store(std::size_t byteOffset, const T& value) noexcept {
+        std::memcpy(m_dataElements + byteOffset, &value, sizeof(T));
+        if (isSplit())
+            std::memcpy(m_mirrorElements + byteOffset, &value, sizeof(T));
+    }
+
+    /// The data array for a native caller, with its mirror split off. Borrowed: an assignment or a reshape may
+    /// replace it.
+    data::impl::ArrayImpl* handOut();
+
+private:
+    bool isSplit() const noexcept { return m_mirrorOwner.has_value(); }
+    void replaceDataArrayByCopy();
+    void split();
+
+    data::Array m_array;
+    std::optional<data::Array> m_mirrorOwner; ///< holds the mirror's block once split from the data array's
+    bool m_hasOutdatedExtents = false; ///< the data array still bears the extents from before a reshape
+    std::byte* m_dataElements;
+    std::byte* m_mirrorElements;
+    std::shared_ptr<const Layout> m_layout;
+    std::vector<std::shared_ptr<const Layout>> m_exportedLayouts; ///< consumers may still read them
+};
+
+/// A new data array with a copy of the elements of `source`, in storage order, and the extents of `layout`.
+data::Array copyElements(const data::Array& source, const Layout& layout);
+
+/// Where the elements of `array` lie, for reading.
+const std::byte* elementsOf(const data::Array& array);
+
+} // namespace orvane::python

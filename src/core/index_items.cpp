@@ -1,0 +1,57 @@
+#include "core/index_items.hpp"
+
+#include <algorithm>
+
+#include "module/vocabulary/python_values.hpp"
+
+namespace orvane::python {
+
+bool IntegerIndexItem::normalize(long len) noexcept {
+    if (m_index < 0)
+        m_index += len;
+    return m_index >= 0 && m_index < len;
+}
+
+SliceIndexItem SliceIndexItem::composedOnto(const SliceIndexItem& standing) const noexcept {
+    const long places = standing.m_slice_len;
+    if (places == 0)
+        return standing;
+    if (m_slice_len == 0)
+        return {standing.m_start, standing.m_step, 0};
+    SliceIndexItem composed;
+    composed.m_start = standing.position(std::min(m_start, places - 1));
+    composed.m_slice_len = std::min(m_slice_len, places);
+    // Only a slice of one place can carry a step whose product overflows, and there no step is ever taken.
+    if (__builtin_mul_overflow(m_step, standing.m_step, &composed.m_step))
+        composed.m_step = 1;
+    return composed;
+}
+
+SliceIndexItem UnpackedSlice::measuredAgainst(long len) const noexcept {
+    SliceIndexItem item;
+    Py_ssize_t first = start;
+    Py_ssize_t bound = stop;
+    const Py_ssize_t places = PySlice_AdjustIndices(len, &first, &bound, step);
+    if (places > 0)
+        item = {first, step, places};
+    return item;
+}
+
+std::optional<long> getIntegerIndexFromIndexObject(PyObject* integer) {
+    const Py_ssize_t value = PyLong_AsSsize_t(integer);
+    if (value == -1 && PyErr_Occurred() != nullptr)
+        return std::nullopt;
+    return value;
+}
+
+std::optional<UnpackedSlice> unpackSlice(PyObject* slice) {
+    // The step is read first. Where it cannot be read, or is zero, it is left at 0.
+    UnpackedSlice bounds{0, 0, 0};
+    if (PySlice_Unpack(slice, &bounds.start, &bounds.stop, &bounds.step) == 0)
+        return bounds;
+    if (bounds.step == 0)
+        setError(PyExc_ValueError, "slice step cannot be zero.");
+    return std::nullopt;
+}
+
+} // namespace orvane::python

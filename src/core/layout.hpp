@@ -1,0 +1,85 @@
+// Extents and strides of a column-major block of elements.
+#pragma once
+
+#include <cstddef>
+#include <limits>
+#include <optional>
+#include <span>
+
+#include <boost/container/small_vector.hpp>
+
+namespace orvane::python {
+
+/// Room for this many dimensions without a heap allocation.
+inline constexpr std::size_t commonRank = 4;
+
+template <class T>
+using DimensionVector = boost::container::small_vector<T, commonRank>;
+using Extents = DimensionVector<long>;
+
+/// The product of `extents` as a signed 64-bit number, 1 when there are none; nothing when it does not fit.
+/// A zero among them makes the product 0, however large the others are.
+template <class Integer>
+std::optional<long> checkedProduct(std::span<const Integer> extents) noexcept {
+    unsigned long product = 1;
+    bool overflowed = false;
+    for (const Integer extent : extents) {
+        if (extent == 0)
+            return 0;
+        overflowed |= __builtin_mul_overflow(product, static_cast<unsigned long>(extent), &product);
+    }
+    if (overflowed || product > static_cast<unsigned long>(std::numeric_limits<long>::max()))
+        return std::nullopt;
+    return static_cast<long>(product);
+}
+
+/// How the elements of one array lie in memory: column-major, without gaps. Immutable, so that a buffer
+/// handed out with pointers into it stays described as it was.
+class Layout {
+public:
+    /// `extents` hold at least two nonnegative lengths whose product is the element count. Strides of empty
+    /// arrays may wrap; nothing is ever addressed with them.
+    template <class Range>
+    Layout(const Range& extents, long elementCount, long elementSize)
+        : m_shape(extents.begin(), extents.end()), m_elementCount(elementCount), m_elementSize(elementSize) {
+        m_bytewiseStrides.reserve(m_shape.size());
+        auto stride = static_cast<unsigned long>(elementSize);
+        for (const long extent : m_shape) {
+            m_bytewiseStrides.push_back(static_cast<long>(stride));
+            stride *= static_cast<unsigned long>(extent);
+        }
+    }
+
+    std::size_t rank() const noexcept { return m_shape.size(); }
+    const Extents& shape() const noexcept { return m_shape; }
+    long extent(std::size_t dimension) const noexcept { return m_shape[dimension]; }
+    /// In bytes, one for each dimension.
+    const Extents& bytewiseStrides() const noexcept { return m_bytewiseStrides; }
+    long elementCount() const noexcept { return m_elementCount; }
+    /// In bytes; of a complex element both parts together.
+    long elementSize() const noexcept { return m_elementSize; }
+    long sizeInBytes() const noexcept { return m_elementCount * m_elementSize; }
+
+    /// The byte offset of the element at `indices`, of which there may be fewer than dimensions (the rest
+    /// count as 0), or nothing when they are too many or lead outside the elements.
+    template <class Indices>
+    std::optional<std::size_t> byteOffset(const Indices& indices) const noexcept {
+        if (indices.size() > rank())
+            return std::nullopt;
+        unsigned long offset = 0;
+        auto stride = m_bytewiseStrides.begin();
+        for (const long index : indices)
+            offset += static_cast<unsigned long>(index) * static_cast<unsigned long>(*stride++);
+        if (offset >= static_cast<unsigned long>(sizeInBytes()))
+            return std::nullopt;
+        return offset;
+    }
+
+private:
+    Extents m_shape;
+    Extents m_bytewiseStrides;
+    long m_elementCount;
+    long m_elementSize;
+};
+
+} // namespace orvane::python

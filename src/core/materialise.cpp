@@ -1,0 +1,136 @@
+#include "core/materialise.hpp"
+
+#include <Python.h>
+
+#include <cstring>
+#include <limits>
+
+#include "core/element_access.hpp"
+#include "core/element_narrowing.hpp"
+#include "core/selection.hpp"
+#include "data_client/array_factory.hpp"
+#include "module/vocabulary/python_values.hpp"
+
+namespace orvane::python {
+
+namespace {
+
+/// Whether an element may change on the road through a Python number and back.
+template <class T>
+constexpr bool changesOnTheRoad =
+    std::is_same_v<RealElement<T>, float> || std::is_same_v<T, bool> ||
+    (isComplexElement<T> && (std::is_same_v<RealElement<T>, std::int64_t> || std::is_same_v<RealElement<T>, std::uint64_t>));
+
+/// A part of a complex element after the road; `refused` is set, once, to the first part that cannot go it.
+template <class Real>
+Real partAfterTheRoad(Real part, std::optional<double>& refused) {
+    const auto number = static_cast<double>(part);
+    const std::optional<Real> result = narrowPart<Real>(number);
+    if (!result && !refused)
+        refused = number;
+    return result.value_or(Real{});
+}
+
+template <class T>
+T afterTheRoad(const std::byte* address, std::optional<double>& refused) {
+    const T element = loadElement<T>(address);
+    if constexpr (!changesOnTheRoad<T>) {
+        return element;
+    } else if constexpr (isComplexElement<T>) {
+        const auto real = partAfterTheRoad(element.real(), refused);
+        return T(real, partAfterTheRoad(element.imag(), refused));
+    } else if constexpr (std::is_same_v<T, float>) {
+        return narrowToSingle(static_cast<double>(element));
+    } else {
+        return element;
+    }
+}
+
+/// Copies one run along the first free dimension.
+template <class T>
+void copyRun(T* target, const std::byte* source, long count, long stride, std::optional<double>& refused) {
+    if (!changesOnTheRoad<T> && stride == static_cast<long>(sizeof(T))) {
+        std::memcpy(static_cast<void*>(target), source, static_cast<std::size_t>(count) * sizeof(T));
+        return;
+    }
+    for (long i = 0; i < count; ++i)
+        target[i] = afterTheRoad<T>(source + i * stride, refused);
+}
+
+/// Copies a selection that is inside and not empty, in column-major order.
+template <class T>
+void copySelection(T* target, const std::byte* elements, const Selection& selection, std::optional<double>& refused) {
+    // Leading dimensions that follow each other without a gap are one run.
+    std::size_t outer = 1;
+    long run = selection.counts[0];
+    while (outer < selection.rank() && selection.strides[outer] == run * selection.strides[0])
+        run *= selection.counts[outer++];
+
+    const std::byte* source = elements + selection.origin;
+    DimensionVector<long> places(selection.rank(), 0);
+    while (true) {
+        copyRun(target, source, run, selection.strides[0], refused);
+        target += run;
+        std::size_t d = outer;
+        for (; d < selection.rank(); ++d) {
+            source += selection.strides[d];
+            if (++places[d] < selection.counts[d])
+                break;
+            source -= selection.counts[d] * selection.strides[d];
+            places[d] = 0;
+        }
+        if (d >= selection.rank())
+            return;
+    }
+}
+
+/// Raises for the first element in index order that does not survive the road, its real part first.
+template <class T>
+void raiseRefused(const std::byte* elements, const Selection& selection) {
+    SelectionOdometer odometer(selection);
+    std::optional<double> refused;
+    do {
+        afterTheRoad<T>(elements + odometer.offset(), refused);
+    } while (!refused && odometer.advance());
+    setError(PyExc_OverflowError, cannotBeStored<RealElement<T>>(refused.value_or(0.0)));
+}
+
+std::vector<unsigned long> extentsOfResult(const Selection& selection) {
+    if (selection.elementCount == 0) {
+        const Extents& whole = selection.layout->shape();
+        std::vector<unsigned long> extents(whole.begin(), whole.end());
+        extents[0] = 0;
+        return extents;
+    }
+    std::vector<unsigned long> extents(selection.counts.begin(), selection.counts.end());
+    if (extents.size() == 1)
+        extents.insert(extents.begin(), 1);
+    return extents;
+}
+
+template <class T>
+std::optional<data::Array> materialiseAs(const Selection& selection, const std::byte* elements) {
+    data::ArrayFactory factory;
+    auto buffer = factory.createBuffer<T>(static_cast<unsigned long>(selection.elementCount));
+    std::optional<double> refused;
+    if (selection.elementCount > 0)
+        copySelection<T>(buffer.get(), elements, selection, refused);
+    if (refused) {
+        raiseRefused<T>(elements, selection);
+        return std::nullopt;
+    }
+    return factory.createArrayFromBuffer<T>(extentsOfResult(selection), std::move(buffer), data::MemoryLayout::ColumnMajor);
+}
+
+} // namespace
+
+std::optional<data::Array> materialise(const OCppPyArray& view) {
+    const Selection selection = selectionOf(view);
+    if (!selection.isInside) {
+        raiseUnreadable(selection);
+        return std::nullopt;
+    }
+    return visitElementTypeOf(view, [&]<class T>() { return materialiseAs<T>(selection, view.wrapper().elements()); });
+}
+
+} // namespace orvane::python

@@ -1,0 +1,92 @@
+#include "core/selection.hpp"
+
+#include <Python.h>
+
+#include <algorithm>
+
+namespace orvane::python {
+
+namespace {
+
+using Wide = __int128;
+
+bool liesInside(const Selection& selection) {
+    Wide lowest = selection.origin;
+    Wide highest = selection.origin;
+    for (std::size_t i = 0; i < selection.rank(); ++i) {
+        const Wide reach = Wide{selection.counts[i] - 1} * selection.strides[i];
+        (reach < 0 ? lowest : highest) += reach;
+    }
+    return lowest >= 0 && highest < selection.layout->sizeInBytes();
+}
+
+Selection select(const OCppPyArray& view, const SliceIndexItem* slice) {
+    Selection selection;
+    selection.layout = view.wrapper().layout();
+    selection.isSliced = slice != nullptr;
+    const Layout& layout = *selection.layout;
+    const Extents& integers = view.chain().integers();
+    const std::size_t active = integers.size();
+
+    if (active >= layout.rank()) {
+        if (slice != nullptr)
+            selection.counts.push_back(slice->m_slice_len);
+        selection.counts.push_back(0);
+        selection.strides.resize(selection.counts.size(), 0);
+        return selection;
+    }
+
+    for (std::size_t i = 0; i < active; ++i)
+        selection.origin += static_cast<unsigned long>(integers[i]) * static_cast<unsigned long>(layout.bytewiseStrides()[i]);
+    selection.counts.assign(layout.shape().begin() + static_cast<long>(active), layout.shape().end());
+    selection.strides.assign(layout.bytewiseStrides().begin() + static_cast<long>(active), layout.bytewiseStrides().end());
+    if (slice != nullptr) {
+        selection.origin += static_cast<unsigned long>(slice->m_start) * static_cast<unsigned long>(selection.strides[0]);
+        selection.counts[0] = slice->m_slice_len;
+        selection.strides[0] = static_cast<long>(static_cast<unsigned long>(slice->m_step) *
+                                                 static_cast<unsigned long>(selection.strides[0]));
+    }
+    const auto count = checkedProduct(std::span<const long>(selection.counts.data(), selection.counts.size()));
+    selection.elementCount = count.value_or(0);
+    selection.isInside = count && (*count == 0 || liesInside(selection));
+    return selection;
+}
+
+} // namespace
+
+Selection selectionOf(const OCppPyArray& view) {
+    const auto& slice = view.chain().slice();
+    return select(view, slice ? &*slice : nullptr);
+}
+
+Selection selectionIgnoringSlice(const OCppPyArray& view) {
+    return select(view, nullptr);
+}
+
+bool SelectionOdometer::advance() noexcept {
+    for (std::size_t d = m_selection.rank(); d-- > 0;) {
+        m_offset += static_cast<unsigned long>(m_selection.strides[d]);
+        if (++m_places[d] < m_selection.counts[d])
+            return true;
+        m_offset -= static_cast<unsigned long>(m_selection.counts[d]) * static_cast<unsigned long>(m_selection.strides[d]);
+        m_places[d] = 0;
+    }
+    return false;
+}
+
+void raiseUnreadable(const Selection& selection) {
+    if (selection.isSliced) {
+        PyErr_SetString(PyExc_RuntimeError, "unable to set list item.");
+        return;
+    }
+    SelectionOdometer odometer(selection);
+    long place = 0;
+    do {
+        if (odometer.offset() >= static_cast<unsigned long>(selection.layout->sizeInBytes()))
+            break;
+        place = (place + 1) % selection.counts.back();
+    } while (odometer.advance());
+    PyErr_Format(PyExc_IndexError, "index has an invalid value: %ld", place);
+}
+
+} // namespace orvane::python

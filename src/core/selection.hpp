@@ -1,0 +1,56 @@
+// What a view selects, as counts and strides: the form in which whole selections are walked.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include "core/core_array.hpp"
+#include "core/layout.hpp"
+
+namespace orvane::python {
+
+/// A regular selection of elements: `counts[i]` steps of `strides[i]` bytes along each free dimension i of a view,
+/// from the byte offset `origin`. Index order runs through the last dimension first.
+struct Selection {
+    std::shared_ptr<const Layout> layout; ///< what the strides were taken from; a reshape cannot free it
+    Extents counts;
+    Extents strides;
+    unsigned long origin = 0;
+    long elementCount = 0;
+    /// Whether a slice chose among the first free dimension.
+    bool isSliced = false;
+    /// Whether all of it lies inside the elements. It need not, for a view whose array was reshaped.
+    bool isInside = true;
+
+    std::size_t rank() const noexcept { return counts.size(); }
+};
+
+/// What a view selects. A chain that speaks of more dimensions than the array has left selects nothing: the result
+/// is one empty dimension, or a dimension of the slice's length with empty ones inside.
+Selection selectionOf(const OCppPyArray& view);
+/// The same with the chain's slice left out of account.
+Selection selectionIgnoringSlice(const OCppPyArray& view);
+
+/// Raises what reading a selection that is not inside comes to: a plain RuntimeError where a slice is involved,
+/// and otherwise IndexError for the first element outside in index order, naming its place in the deepest dimension.
+void raiseUnreadable(const Selection& selection);
+
+/// Steps through all positions of a selection in index order.
+class SelectionOdometer {
+public:
+    explicit SelectionOdometer(const Selection& selection)
+        : m_selection(selection), m_places(selection.rank(), 0), m_offset(selection.origin) {}
+
+    /// Byte offset of the element at the present position.
+    unsigned long offset() const noexcept { return m_offset; }
+    /// False once all positions have been passed.
+    bool advance() noexcept;
+
+private:
+    const Selection& m_selection;
+    Extents m_places;
+    unsigned long m_offset;
+};
+
+} // namespace orvane::python

@@ -1,0 +1,42 @@
+// Elements as Python numbers.
+#pragma once
+
+#include <Python.h>
+
+#include <complex>
+#include <cstddef>
+#include <type_traits>
+
+#include "core/element_access.hpp"
+
+namespace orvane::python {
+
+/// The Python number of one element: `float`, `int` or `bool`, and `complex` for all complex elements, whose parts
+/// go through doubles. New reference, or null with an error set.
+template <class T>
+PyObject* toPyObject(const T& element) {
+    if constexpr (isComplexElement<T>)
+        return PyComplex_FromDoubles(static_cast<double>(element.real()), static_cast<double>(element.imag()));
+    else if constexpr (std::is_same_v<T, bool>)
+        return PyBool_FromLong(element);
+    else if constexpr (std::is_floating_point_v<T>)
+        return PyFloat_FromDouble(static_cast<double>(element));
+    else if constexpr (std::is_signed_v<T>)
+        return PyLong_FromLongLong(element);
+    else
+        return PyLong_FromUnsignedLongLong(element);
+}
+
+/// The element at one index per dimension, from the first on (missing ones count as 0), as a Python number. A
+/// place outside the storage, which only a reshape can bring about, is an IndexError that names the last index.
+template <class T, class Indices>
+PyObject* elementObjectAt(const ODArrayWrapper& wrapper, const Indices& indices) {
+    const auto offset = wrapper.layout()->byteOffset(indices);
+    if (!offset) {
+        PyErr_Format(PyExc_IndexError, "index has an invalid value: %ld", indices.back());
+        return nullptr;
+    }
+    return toPyObject(loadElement<T>(wrapper.elements() + *offset));
+}
+
+} // namespace orvane::python

@@ -1,0 +1,85 @@
+#include "protocol/nested_list.hpp"
+
+#include "module/vocabulary/py_ref.hpp"
+#include "protocol/element_objects.hpp"
+
+namespace orvane::python {
+
+namespace {
+
+/// Lists under construction, one for each nesting level, the innermost last.
+class NestedListBuilder {
+public:
+    NestedListBuilder(const OCppPyArray& array, const Selection& selection) : m_array(array), m_selection(selection) {}
+
+    template <class T>
+    PyObject* build() {
+        PyRef outermost = PyRef::steal(PyList_New(m_selection.counts[0]));
+        if (!outermost)
+            return nullptr;
+        // Lists below the outermost belong to the list above them from the start; the levels only borrow.
+        m_levels.push_back({outermost.get(), 0, m_selection.origin});
+        while (!m_levels.empty()) {
+            const std::size_t depth = m_levels.size() - 1;
+            Level& level = m_levels.back();
+            if (depth + 1 == m_selection.rank()) {
+                if (!fill<T>(level))
+                    return nullptr;
+                m_levels.pop_back();
+            } else if (level.next == m_selection.counts[depth]) {
+                m_levels.pop_back();
+            } else if (!descend(level, depth)) {
+                return nullptr;
+            }
+        }
+        return outermost.release();
+    }
+
+private:
+    struct Level {
+        PyObject* list;
+        long next;
+        unsigned long offset;
+    };
+
+    bool descend(Level& level, std::size_t depth) {
+        PyObject* inner = PyList_New(m_selection.counts[depth + 1]);
+        if (inner == nullptr)
+            return false;
+        PyList_SET_ITEM(level.list, level.next++, inner);
+        const unsigned long offset = level.offset;
+        level.offset += static_cast<unsigned long>(m_selection.strides[depth]);
+        m_levels.push_back({inner, 0, offset});
+        return true;
+    }
+
+    template <class T>
+    bool fill(Level& level) {
+        const std::size_t last = m_selection.rank() - 1;
+        for (long i = 0; i < m_selection.counts[last]; ++i) {
+            // Making a list may have run code that wrote to the array: where the elements lie is asked anew.
+            PyObject* number = toPyObject(loadElement<T>(m_array.wrapper().elements() + level.offset));
+            if (number == nullptr)
+                return false;
+            PyList_SET_ITEM(level.list, i, number);
+            level.offset += static_cast<unsigned long>(m_selection.strides[last]);
+        }
+        return true;
+    }
+
+    const OCppPyArray& m_array;
+    const Selection& m_selection;
+    boost::container::small_vector<Level, commonRank> m_levels;
+};
+
+} // namespace
+
+PyObject* toNestedPyList(const OCppPyArray& array, const Selection& selection) {
+    if (!selection.isInside) {
+        raiseUnreadable(selection);
+        return nullptr;
+    }
+    return visitElementTypeOf(array, [&]<class T>() { return NestedListBuilder(array, selection).build<T>(); });
+}
+
+} // namespace orvane::python
