@@ -47,6 +47,9 @@ public:
     /// The elements as Python reads them. The address may change with any assignment to the array.
     const std::byte* elements() const noexcept { return m_mirrorElements; }
 
+    /// The elements as native code sees them.
+    const std::byte* dataElements() const noexcept { return m_dataElements; }
+
     /// What an export shares with its consumer.
     struct Exported {
         void* buf;

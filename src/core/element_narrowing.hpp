@@ -2,7 +2,9 @@
 // the conversion of Python values as well as the materialising of views, ends here.
 #pragma once
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <limits>
 #include <optional>
@@ -35,6 +37,13 @@ inline float narrowToSingle(double value) noexcept {
     if (std::abs(value) > static_cast<double>(std::numeric_limits<float>::max()))
         return std::numeric_limits<float>::infinity();
     return static_cast<float>(value);
+}
+
+/// `value` as it comes back from a Python float: a signalling NaN is quieted. Compilers drop a conversion to
+/// double and back, and its effect on NaNs with it, so the bit is set by hand.
+inline float quieted(float value) noexcept {
+    constexpr std::uint32_t quietBit = 0x00400000;
+    return std::isnan(value) ? std::bit_cast<float>(std::bit_cast<std::uint32_t>(value) | quietBit) : value;
 }
 
 /// `value` as an element of a real numeric type, or as one part of a complex element.

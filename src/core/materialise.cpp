@@ -24,11 +24,15 @@ constexpr bool changesOnTheRoad =
 /// A part of a complex element after the road; `refused` is set, once, to the first part that cannot go it.
 template <class Real>
 Real partAfterTheRoad(Real part, std::optional<double>& refused) {
-    const auto number = static_cast<double>(part);
-    const std::optional<Real> result = narrowPart<Real>(number);
-    if (!result && !refused)
-        refused = number;
-    return result.value_or(Real{});
+    if constexpr (std::is_same_v<Real, float>) {
+        return quieted(narrowToSingle(static_cast<double>(part)));
+    } else {
+        const auto number = static_cast<double>(part);
+        const std::optional<Real> result = narrowPart<Real>(number);
+        if (!result && !refused)
+            refused = number;
+        return result.value_or(Real{});
+    }
 }
 
 template <class T>
@@ -40,7 +44,7 @@ T afterTheRoad(const std::byte* address, std::optional<double>& refused) {
         const auto real = partAfterTheRoad(element.real(), refused);
         return T(real, partAfterTheRoad(element.imag(), refused));
     } else if constexpr (std::is_same_v<T, float>) {
-        return narrowToSingle(static_cast<double>(element));
+        return partAfterTheRoad(element, refused);
     } else {
         return element;
     }

@@ -1,0 +1,34 @@
+// The static type objects, declared where every layer can name them.
+#pragma once
+
+#include <Python.h>
+
+#include "module/vocabulary/element_vocabulary.hpp"
+#include "module/vocabulary/export.hpp"
+
+namespace orvane::python {
+
+extern "C" {
+/// The type of the iterators over arrays; made by `iter` alone.
+extern ORVANE_EXPORT PyTypeObject OCPyIter_Type;
+}
+
+} // namespace orvane::python
+
+/// The module's two exception types. Owned references, set once at start-up. A wrong count of elements is a shape
+/// error; the right count in a wrong shape is a size error.
+namespace OCPyError {
+extern ORVANE_EXPORT PyObject* shapeErr;
+extern ORVANE_EXPORT PyObject* sizeErr;
+} // namespace OCPyError
+
+namespace orvane::python {
+
+/// `array.array`, fetched at start-up.
+struct ArrayArray {
+    static PyObject* s_arrayClass; ///< owned for the life of the process
+    /// False with RuntimeError set.
+    static bool loadArrayClass();
+};
+
+} // namespace orvane::python

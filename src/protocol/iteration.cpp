@@ -1,0 +1,95 @@
+#include "protocol/iteration.hpp"
+
+#include <iostream>
+
+#include "core/array_object.hpp"
+#include "module/vocabulary/boundary.hpp"
+#include "module/vocabulary/python_values.hpp"
+#include "module/vocabulary/type_objects.hpp"
+#include "protocol/element_objects.hpp"
+
+namespace orvane::python {
+
+namespace {
+
+struct IteratorBlock {
+    OCPyIter header;
+    alignas(OCPyIterState) std::byte state[sizeof(OCPyIterState)];
+};
+
+} // namespace
+
+bool isIterable(const OCppPyArray& array) {
+    if (array.hasActiveDimension())
+        return true;
+    std::cout << "numDims (" << array.chain().activeDimension() + 1 << ") >= numShapeDims (" << array.layout().rank()
+              << ")" << std::endl;
+    return false;
+}
+
+OCPyIterState::OCPyIterState(const OCppPyArray& source)
+    : m_view(source, source.chain()), m_exhausted(!isIterable(source) || source.getLengthOfActiveDimension() <= 0),
+      m_yieldsSubarrays(source.layout().rank() > source.chain().activeDimension() + 1) {}
+
+PyObject* OCPyIterState::next() {
+    if (!m_exhausted && !m_view.hasActiveDimension()) // reshaped to fewer dimensions meanwhile
+        m_exhausted = true;
+    if (m_exhausted) {
+        PyErr_SetNone(PyExc_StopIteration);
+        return nullptr;
+    }
+    const long position = m_view.chain().absolutePosition(m_place);
+    PyObject* item = withMemoryErrors(static_cast<PyObject*>(nullptr), [&] { return itemAt(position); });
+    advance();
+    return item;
+}
+
+PyObject* OCPyIterState::itemAt(long position) const {
+    IndexChain chain = m_view.chain();
+    chain.fixActiveDimension(position);
+    if (m_yieldsSubarrays)
+        return newViewObject(m_view, std::move(chain));
+    return visitElementTypeOf(
+        m_view, [&]<class T>() { return elementObjectAt<T>(m_view.wrapper(), chain.integers()); });
+}
+
+void OCPyIterState::advance() noexcept {
+    ++m_place;
+    m_exhausted = m_place >= m_view.getLengthOfActiveDimension();
+}
+
+PyObject* OCPyArray_GetIter(PyObject* self) {
+    const OCppPyArray* core = requireCoreArray(self);
+    if (core == nullptr)
+        return nullptr;
+    auto* block = static_cast<IteratorBlock*>(PyObject_Malloc(sizeof(IteratorBlock)));
+    if (block == nullptr) {
+        setError(PyExc_RuntimeError, "unable to initialize C object.");
+        return nullptr;
+    }
+    block->header.m_iterState = nullptr;
+    PyObject* iterator = PyObject_Init(reinterpret_cast<PyObject*>(block), &OCPyIter_Type);
+    const bool isReady = withMemoryErrors(false, [&] {
+        block->header.m_iterState = std::construct_at(reinterpret_cast<OCPyIterState*>(block->state), *core);
+        return true;
+    });
+    if (!isReady)
+        Py_CLEAR(iterator);
+    return iterator;
+}
+
+PyObject* OCPyIter_GetIter(PyObject* self) {
+    return Py_NewRef(self);
+}
+
+PyObject* OCPyIter_GetIterNext(PyObject* self) {
+    return reinterpret_cast<OCPyIter*>(self)->m_iterState->next();
+}
+
+void OCPyIter_Delete(PyObject* self) {
+    if (OCPyIterState* state = reinterpret_cast<OCPyIter*>(self)->m_iterState)
+        std::destroy_at(state);
+    PyObject_Free(self);
+}
+
+} // namespace orvane::python

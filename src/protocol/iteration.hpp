@@ -1,0 +1,49 @@
+// `iter(a)`: a walk along the active dimension.
+#pragma once
+
+#include <Python.h>
+
+#include <memory>
+
+#include "core/core_array.hpp"
+
+namespace orvane::python {
+
+/// Whether an array has a dimension to walk. When its chain leaves none, which only a reshape can bring about, it
+/// says so on standard output.
+bool isIterable(const OCppPyArray& array);
+
+/// Where an iteration stands. It holds a view of its own, not the array object, and follows a reshape of the array.
+class OCPyIterState {
+public:
+    /// Throws for want of memory.
+    explicit OCPyIterState(const OCppPyArray& source);
+
+    /// The next view or number, or null with StopIteration or another error set. A step that fails has still
+    /// consumed its position.
+    PyObject* next();
+
+private:
+    PyObject* itemAt(long position) const;
+    void advance() noexcept;
+
+    OCppPyArray m_view;
+    long m_place = 0; ///< of the next item, counted from the start of the view
+    bool m_exhausted;
+    bool m_yieldsSubarrays;
+};
+
+/// The Python iterator.
+struct OCPyIter {
+    PyObject_HEAD
+    OCPyIterState* m_iterState; ///< owned; lies in the same block of memory, behind this structure
+};
+
+/// `tp_iter` of all array types.
+PyObject* OCPyArray_GetIter(PyObject* self);
+
+PyObject* OCPyIter_GetIter(PyObject* self);
+PyObject* OCPyIter_GetIterNext(PyObject* self);
+void OCPyIter_Delete(PyObject* self);
+
+} // namespace orvane::python

@@ -1,0 +1,99 @@
+#include "protocol/text.hpp"
+
+#include <string>
+
+#include "core/array_object.hpp"
+#include "core/element_access.hpp"
+#include "core/selection.hpp"
+#include "module/vocabulary/boundary.hpp"
+#include "protocol/number_text.hpp"
+
+namespace orvane::python {
+
+namespace {
+
+/// How many brackets and commas the nested form takes, or the greatest number there is. Known in advance, so that
+/// an array of no elements under huge dimensions fails at once rather than after filling the memory.
+std::size_t countPunctuation(const Selection& selection) {
+    std::size_t lists = 1;
+    std::size_t characters = 2;
+    for (const long count : selection.counts) {
+        const auto items = static_cast<std::size_t>(count);
+        std::size_t inThisLevel = 0;
+        if (__builtin_mul_overflow(lists, items, &lists) || __builtin_mul_overflow(lists, 3, &inThisLevel) ||
+            __builtin_add_overflow(characters, inThisLevel, &characters))
+            return std::string().max_size();
+        if (items == 0)
+            break;
+    }
+    return characters;
+}
+
+/// Writes a selection, inside the elements, in nested form. Works through any number of dimensions.
+template <class T>
+void appendNested(std::string& text, const Selection& selection, const std::byte* elements) {
+    const std::size_t last = selection.rank() - 1;
+    DimensionVector<long> places(selection.rank(), 0);
+    const std::byte* source = elements + selection.origin;
+    std::size_t depth = 0;
+    text += '[';
+    while (true) {
+        if (depth < last && places[depth] < selection.counts[depth]) {
+            text += '[';
+            places[++depth] = 0;
+            continue;
+        }
+        if (depth == last) {
+            const std::byte* element = source;
+            for (long i = 0; i < selection.counts[last]; ++i) {
+                if (i > 0)
+                    text += ',';
+                appendNumber(text, loadElement<T>(element));
+                element += selection.strides[last];
+            }
+        } else {
+            source -= selection.counts[depth] * selection.strides[depth];
+        }
+        text += ']';
+        if (depth == 0)
+            return;
+        source += selection.strides[--depth];
+        if (++places[depth] < selection.counts[depth])
+            text += ',';
+    }
+}
+
+PyObject* textFormAsPyObject(const OCppPyArray& array, bool withTypeName) {
+    const Selection selection = selectionOf(array);
+    if (!selection.isInside) {
+        raiseUnreadable(selection);
+        return nullptr;
+    }
+    std::string text;
+    text.reserve(countPunctuation(selection) + 48);
+    if (withTypeName)
+        text.append("orvane.").append(elementTable[static_cast<std::size_t>(array.supportedArrayEnum())].name).append("(");
+    visitElementTypeOf(array, [&]<class T>() { appendNested<T>(text, selection, array.wrapper().elements()); });
+    if (withTypeName)
+        text += array.isComplex() ? ", is_complex=True)" : ")";
+    return PyUnicode_DecodeASCII(text.data(), static_cast<Py_ssize_t>(text.size()), nullptr);
+}
+
+PyObject* textOf(PyObject* self, bool withTypeName) {
+    const OCppPyArray* core = requireCoreArray(self);
+    if (core == nullptr)
+        return nullptr;
+    return withMemoryErrors(static_cast<PyObject*>(nullptr), [&] { return textFormAsPyObject(*core, withTypeName); });
+}
+
+} // namespace
+
+PyObject* OCPyArray_GetStr(PyObject* self) {
+    return textOf(self, false);
+}
+
+PyObject* OCPyArray_GetRepr(PyObject* self) {
+    return textOf(self, true);
+}
+
+} // namespace orvane::python
