@@ -1,0 +1,24 @@
+// The four arguments of an array type's constructor.
+#pragma once
+
+#include <Python.h>
+
+namespace orvane::python {
+
+/// What one constructor call was given. All pointers are borrowed: whoever fills the record holds references to
+/// the objects for as long as it is used, since reading them may run code of the caller's that drops its own.
+/// Null and `None` both stand for an absent argument, save in `isComplex`, where `None` is a value (a wrong one).
+struct ConstructorArguments {
+    PyObject* initializer = nullptr;
+    PyObject* size = nullptr;
+    PyObject* vector = nullptr;
+    PyObject* isComplex = nullptr;
+    /// Whether `vector` came under its name. Decides the words of one refusal and nothing else.
+    bool vectorByKeyword = false;
+};
+
+/// Reads positional arguments (a tuple, or null) and keyword arguments (a dictionary, or null). False, with the
+/// interpreter's TypeError set, for unknown keywords and excess arguments.
+bool parseConstructorArguments(PyObject* args, PyObject* kwargs, ConstructorArguments& arguments);
+
+} // namespace orvane::python

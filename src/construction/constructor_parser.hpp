@@ -1,0 +1,87 @@
+// Reads the values of one construction, or of the right side of one assignment.
+#pragma once
+
+#include <Python.h>
+
+#include <cstddef>
+#include <optional>
+#include <span>
+
+#include "construction/constructor_arguments.hpp"
+#include "construction/element_store.hpp"
+#include "construction/initializer_shape.hpp"
+#include "data_client/array_factory.hpp"
+
+namespace orvane::python {
+
+/// Lives for one call. Two uses:
+///  - a construction calls `processConstructorArgsAndKwargs` once and gets the array;
+///  - an assignment calls `processNestedInitializer` once and reads `elements` and `governingDims`.
+/// Whatever fails sets a Python error; no C++ exception comes out of these functions.
+///
+/// Regular input made of the interpreter's own types is read by short cuts that run no code of the caller's
+/// (`regular_nesting.hpp`, `flat_sequence.hpp`). A short cut that meets anything else is given up without a trace,
+/// and the walk of `nested_walk.hpp` reads the value from the start: it alone knows the faults.
+///
+/// Instantiated for the eleven element types and the complex forms of the ten numeric ones.
+template <class T>
+class FinalConstructorParser {
+public:
+    /// Decides which form of constructor call was meant and makes the array, column-major. Nothing on failure.
+    std::optional<data::TypedArray<T>> processConstructorArgsAndKwargs(const ConstructorArguments& arguments);
+
+    /// Collects the scalars of a nested value in reading order, the last dimension fastest, and finds its extents.
+    /// A bare scalar is 1-by-1, a flat list has one dimension, and trailing ones are kept. `value` may be null,
+    /// which is refused. `isConstruction` is handed to the element conversion.
+    bool processNestedInitializer(PyObject* value, bool isConstruction);
+
+    /// What `processNestedInitializer` has collected.
+    std::span<const T> elements() const noexcept { return m_elements; }
+    /// The extents of what was collected; for a construction, those that `size` asks for when it is given.
+    const Dims& governingDims() const noexcept { return m_shape.governingDims(); }
+
+private:
+    using Array = data::TypedArray<T>;
+    using Agreement = InitializerShape::Agreement;
+
+    /// Runs one step and turns what it throws into a Python error; the result is then that of a failure.
+    template <class Step>
+    auto guarded(Step&& step) -> decltype(step());
+
+    // The three forms of construction. They leave the elements in `m_buffer`, in column-major order.
+    bool processInitializerKwarg(PyObject* initializer);
+    bool processVectorKwarg(PyObject* vector);
+    std::optional<Array> createZeroFilled();
+
+    // The ways in which an initializer is read.
+    bool readRegularInitializer(PyObject* initializer);
+    bool readRange(PyObject* initializer);
+    bool processForeignBuffer(PyObject* exporter);
+    bool processBufferInitializer(const Py_buffer& view);
+    bool walkInitializer(PyObject* initializer);
+
+    template <bool isConstruction>
+    bool readRegularRightSide(PyObject* value);
+    bool walkNestedInitializer(PyObject* value, bool isConstruction);
+    bool readVectorItems(PyObject* vector, Py_ssize_t length, T* target);
+
+    /// Asks for the memory of what `size` describes, before anything else is read. False with MemoryError set.
+    bool setDimsAndReserve(bool valuesFollow);
+    /// Makes room for the elements of a walk, once. False with MemoryError set.
+    bool reserveElements(std::optional<std::size_t> count);
+    /// Fixes the extents once `count` elements are known to come. False with ShapeError or SizeError set.
+    bool settleDims(std::size_t count);
+
+    /// The block of the new array's elements, made on the first call. Throws for want of memory.
+    T* bufferFor(std::size_t count);
+    data::ArrayFactory& factory();
+
+    InitializerShape m_shape;
+    std::optional<data::ArrayFactory> m_factory;
+    std::optional<data::Buffer<T>> m_buffer;
+    ElementStore<T> m_elements;
+    bool m_reserved = false;             ///< `m_elements` has been given its room
+    std::size_t m_requestedElements = 0; ///< what memory was last asked for, for the words of a refusal
+};
+
+} // namespace orvane::python

@@ -1,0 +1,114 @@
+// How one Python value becomes one element. What a type accepts, and in which words it refuses, stands here only.
+#pragma once
+
+#include <Python.h>
+
+#include <complex>
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+
+#include <orvane_data_array/element_table.hpp>
+
+#include "construction/integer_reading.hpp"
+#include "core/element_narrowing.hpp"
+#include "module/vocabulary/python_values.hpp"
+
+namespace orvane::python {
+
+/// An element, or an error that the caller raises, as the type recorded or as another. The interpreter's error
+/// indicator is clean when a conversion returns.
+template <class T>
+using ElementResult = ValueOrError<T>;
+
+/// Converts `value`, which must not be null. A value is a number by its type alone (`float`, `int`, `complex` and
+/// their subclasses): none of its methods is called. `isConstruction` is false for assignments, where `logical`
+/// takes integers only.
+///
+/// Defined for the eleven element types and the complex forms of the ten numeric ones.
+template <class T>
+ElementResult<T> convertToElement(PyObject* value, bool isConstruction);
+
+/// Stores an integer in a real element, or one part of a complex one. False when it does not fit.
+template <class Real>
+bool storeInteger(long long value, Real& element) noexcept {
+    if constexpr (std::is_same_v<Real, bool>) {
+        element = value != 0;
+    } else if constexpr (std::is_floating_point_v<Real>) {
+        element = static_cast<Real>(value);
+    } else {
+        if (!std::in_range<Real>(value))
+            return false;
+        element = static_cast<Real>(value);
+    }
+    return true;
+}
+
+/// Reads an `int` of any subclass into a real element, or one part of a complex one. False when it does not fit.
+template <class Real>
+bool readIntegerAs(PyObject* integer, Real& element) noexcept {
+    long long number;
+    if (readInteger(integer, number)) [[likely]]
+        return storeInteger(number, element);
+    if constexpr (std::is_same_v<Real, std::uint64_t>)
+        return readUnsignedInteger(integer, element);
+    return false;
+}
+
+/// The quick half of `convertToElement`, for values of exactly the types `float`, `int`, `bool` and `complex`, and
+/// for `None` where that is an element. False, with no reason given, for everything that it leaves to the full
+/// conversion, faults included; where it answers, the full conversion would answer the same. No code of the
+/// caller's runs.
+template <class T, bool isConstruction = true>
+inline bool convertExactNumber(PyObject* value, T& element) noexcept {
+    using Real = RealElement<T>;
+    constexpr bool acceptsAnyNumber = isComplexElement<T> || (std::is_same_v<T, bool> && isConstruction);
+    constexpr bool acceptsFloats = acceptsAnyNumber || std::is_floating_point_v<T>;
+
+    const PyTypeObject* type = Py_TYPE(value);
+    if constexpr (acceptsFloats) {
+        if (type == &PyFloat_Type) {
+            const double number = PyFloat_AS_DOUBLE(value);
+            if constexpr (std::is_same_v<T, bool>) {
+                element = number != 0.0;
+            } else {
+                const auto part = narrowPart<Real>(number);
+                if (!part)
+                    return false;
+                element = T(*part);
+            }
+            return true;
+        }
+    }
+    if (type == &PyLong_Type || type == &PyBool_Type) {
+        Real part;
+        if (!readIntegerAs(value, part))
+            return false;
+        element = T(part);
+        return true;
+    }
+    if constexpr (acceptsAnyNumber) {
+        if (type == &PyComplex_Type) {
+            const Py_complex number = reinterpret_cast<PyComplexObject*>(value)->cval;
+            if constexpr (std::is_same_v<T, bool>) {
+                element = number.real != 0.0 || number.imag != 0.0;
+            } else {
+                const auto real = narrowPart<Real>(number.real);
+                const auto imaginary = narrowPart<Real>(number.imag);
+                if (!real || !imaginary)
+                    return false;
+                element = T(*real, *imaginary);
+            }
+            return true;
+        }
+    }
+    if constexpr (isComplexElement<T>) {
+        if (value == Py_None) {
+            element = T();
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace orvane::python
