@@ -72,6 +72,8 @@ namespace detail {
 
 inline constexpr auto elementSizes = tableByArrayType<std::size_t>([]<class T>() consteval { return sizeof(T); });
 
+inline constexpr auto complexKinds = tableByArrayType<bool>([]<class T>() consteval { return isComplexElement<T>; });
+
 } // namespace detail
 
 /// Whether an element kind bears the number.
@@ -84,6 +86,11 @@ constexpr bool isElementKind(std::int32_t arrayType) noexcept {
 /// kind bears the number.
 constexpr std::size_t elementSize(std::int32_t arrayType) noexcept {
     return isElementKind(arrayType) ? detail::elementSizes[static_cast<std::size_t>(arrayType)] : 0;
+}
+
+/// Whether a complex element kind bears the number.
+constexpr bool isComplexKind(std::int32_t arrayType) noexcept {
+    return isElementKind(arrayType) && detail::complexKinds[static_cast<std::size_t>(arrayType)];
 }
 
 } // namespace orvane

@@ -38,8 +38,8 @@ inline constexpr std::array<ElementRow, 11> elementTable{{
 }};
 
 /// The C++ types of the rows, in the same order.
-using ElementTypes = std::tuple<double, float, std::int8_t, std::uint8_t, std::int16_t, std::uint16_t,
-                                std::int32_t, std::uint32_t, std::int64_t, std::uint64_t, bool>;
+using ElementTypes = std::tuple<double, float, std::int8_t, std::uint8_t, std::int16_t, std::uint16_t, std::int32_t,
+                                std::uint32_t, std::int64_t, std::uint64_t, bool>;
 
 inline constexpr std::size_t elementTypeCount = std::tuple_size_v<ElementTypes>;
 static_assert(elementTypeCount == elementTable.size());

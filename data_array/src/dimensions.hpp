@@ -1,0 +1,37 @@
+// The extents of an array.
+#pragma once
+
+#include <orvane_data_array/status.hpp>
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <span>
+
+namespace orvane::data {
+
+/// As many extents as one likes, first dimension first; the usual few take no memory of their own.
+class Dimensions {
+public:
+    /// 0-by-0.
+    Dimensions() noexcept = default;
+
+    /// Copies the extents; gives `OutOfMemory` and stays as it was where that is not possible.
+    Status assign(std::span<const unsigned long> extents) noexcept;
+
+    unsigned long* data() noexcept { return m_many ? m_many.get() : m_few.data(); }
+    std::size_t size() const noexcept { return m_size; }
+    std::span<const unsigned long> extents() const noexcept { return {m_many ? m_many.get() : m_few.data(), m_size}; }
+
+private:
+    std::array<unsigned long, 4> m_few{};
+    std::unique_ptr<unsigned long[]> m_many;
+    std::size_t m_size = 2;
+};
+
+/// The number of elements under the extents: their product, or 0 as soon as one of them is 0, whatever the
+/// others are. Gives `TooManyElements` when the elements or their bytes cannot be counted in a signed 64-bit
+/// integer.
+Status countElements(std::span<const unsigned long> extents, std::size_t elementSize, std::size_t& count) noexcept;
+
+} // namespace orvane::data

@@ -1,0 +1,101 @@
+#include "storage.hpp"
+
+#include <sys/mman.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <new>
+
+namespace orvane::data::storage {
+namespace {
+
+/// From this size on a block is a mapping of its own, which is given back to the system when it is freed.
+/// Smaller blocks live on the heap, where the pages of freed blocks serve again.
+constexpr std::size_t mappingThreshold = std::size_t{4} << 20;
+
+/// Mappings start at a huge page, so that a fault brings in 2 MiB instead of 4 KiB.
+constexpr std::size_t hugePageSize = std::size_t{2} << 20;
+
+/// Stands right in front of a block in a mapping.
+struct MappingHeader {
+    void* base;
+    std::size_t length;
+};
+static_assert(sizeof(MappingHeader) <= blockAlignment);
+
+alignas(blockAlignment) std::byte emptyBlock[blockAlignment];
+
+void keepBlock(void*) {}
+
+std::byte* alignUp(void* address, std::size_t alignment) noexcept {
+    const auto offset = reinterpret_cast<std::uintptr_t>(address) & (alignment - 1);
+    return static_cast<std::byte*>(address) + (offset == 0 ? 0 : alignment - offset);
+}
+
+void freeHeapBlock(void* block) {
+    // What malloc gave stands right in front of the block.
+    std::free(static_cast<void**>(block)[-1]);
+}
+
+/// Aligns what malloc or calloc gave for `bytes + blockAlignment`.
+Storage alignHeapBlock(void* allocated) noexcept {
+    static_assert(blockAlignment >= sizeof(void*) + alignof(std::max_align_t));
+    if (allocated == nullptr) {
+        return Storage(nullptr, keepBlock);
+    }
+    // malloc aligns to max_align_t, so that the next boundary above the pointer's place is within reach.
+    std::byte* const block = alignUp(static_cast<void**>(allocated) + 1, blockAlignment);
+    reinterpret_cast<void**>(block)[-1] = allocated;
+    return Storage(block, freeHeapBlock);
+}
+
+void freeMappedBlock(void* block) {
+    const MappingHeader header = static_cast<MappingHeader*>(block)[-1];
+    munmap(header.base, header.length);
+}
+
+/// A zero-filled block in a mapping of its own.
+Storage map(std::size_t bytes) noexcept {
+    const std::size_t length = bytes + hugePageSize + blockAlignment;
+    void* const base = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (base == MAP_FAILED) {
+        return Storage(nullptr, keepBlock);
+    }
+    std::byte* const block = alignUp(static_cast<std::byte*>(base) + blockAlignment, hugePageSize);
+#ifdef MADV_HUGEPAGE
+    // The rest behind the last whole huge page is left to small pages. The advice may be ignored.
+    madvise(block, bytes / hugePageSize * hugePageSize, MADV_HUGEPAGE);
+#endif
+    ::new (block - sizeof(MappingHeader)) MappingHeader{base, length};
+    return Storage(block, freeMappedBlock);
+}
+
+constexpr bool canBeAllocated(std::size_t bytes) noexcept {
+    return bytes <= std::numeric_limits<std::ptrdiff_t>::max() - hugePageSize - blockAlignment;
+}
+
+} // namespace
+
+Storage allocate(std::size_t bytes) noexcept {
+    if (bytes == 0) {
+        return Storage(emptyBlock, keepBlock);
+    }
+    if (!canBeAllocated(bytes)) {
+        return Storage(nullptr, keepBlock);
+    }
+    return bytes < mappingThreshold ? alignHeapBlock(std::malloc(bytes + blockAlignment)) : map(bytes);
+}
+
+Storage allocateZeroed(std::size_t bytes) noexcept {
+    if (bytes == 0 || bytes >= mappingThreshold) {
+        return allocate(bytes);
+    }
+    return alignHeapBlock(std::calloc(1, bytes + blockAlignment));
+}
+
+Storage adopt(void* block, detail::BufferDeleter deleter) noexcept {
+    return Storage(block, deleter != nullptr ? deleter : keepBlock);
+}
+
+} // namespace orvane::data::storage
