@@ -1,0 +1,25 @@
+"""Settings for all Python tests."""
+
+import os
+
+import hypothesis
+import pytest
+
+import orvane
+import orvanemultidimarrayforpython
+
+# How long an example takes says more about the machine than about the code, and a failing run on
+# one machine is to be repeatable on the next. Under the sanitizers everything takes longer.
+hypothesis.settings.register_profile(
+    "orvane", deadline=None, derandomize=True, print_blob=True, max_examples=200
+)
+hypothesis.settings.register_profile(
+    "orvane-sanitized", hypothesis.settings.get_profile("orvane"), max_examples=30
+)
+hypothesis.settings.load_profile(
+    "orvane-sanitized" if os.environ.get("ORVANE_SANITIZED") else "orvane"
+)
+
+
+def pytest_report_header(config: pytest.Config) -> str:
+    return f"orvane {orvane.__version__}: {orvanemultidimarrayforpython.__file__}"

@@ -1,0 +1,161 @@
+"""What is installed: names, symbols, the library, how it is found, and another in its place."""
+
+import ctypes
+import importlib.metadata
+import os
+import re
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+import orvane
+import orvanemultidimarrayforpython as extension
+import ovexceptions
+
+ELEMENT_TYPES = {
+    "double": "double",
+    "single": "float",
+    "int8": "int8_t",
+    "uint8": "uint8_t",
+    "int16": "int16_t",
+    "uint16": "uint16_t",
+    "int32": "int32_t",
+    "uint32": "uint32_t",
+    "int64": "int64_t",
+    "uint64": "uint64_t",
+    "logical": "bool",
+}
+EXTENSION = Path(extension.__file__)
+LIBRARY = EXTENSION.parent / "orvane" / "lib" / "libOrvaneDataArray.so"
+REPLACEMENT = Path(os.environ.get("ORVANE_REPLACEMENT_LIBRARY", "nowhere"))
+
+needs_readelf = pytest.mark.skipif(not shutil.which("readelf"), reason="readelf is not installed")
+
+
+def run_python(source: str, *options: str, **environment: str) -> str:
+    """What a fresh interpreter prints that runs the source against the same packages."""
+    prologue = f"import sys; sys.path.insert(0, {str(EXTENSION.parent)!r})\n"
+    done = subprocess.run(
+        [sys.executable, *options, "-c", prologue + source],
+        env=os.environ | environment,
+        capture_output=True,
+        text=True,
+        timeout=120,
+    )
+    assert done.returncode == 0, done.stderr
+    return done.stdout
+
+
+def dynamic_section(file: Path) -> dict[str, list[str]]:
+    text = subprocess.run(
+        ["readelf", "--dynamic", "--wide", file], check=True, capture_output=True, text=True
+    ).stdout
+    section: dict[str, list[str]] = {}
+    for tag, value in re.findall(r"\((\w+)\).*\[(.*)\]", text):
+        section.setdefault(tag, []).append(value)
+    return section
+
+
+def test_the_module_has_exactly_its_fifteen_names() -> None:
+    names = [name for name in vars(extension) if not name.startswith("__")]
+    assert names == [*ELEMENT_TYPES, "OCPyIter", "ShapeError", "SizeError", "_capi"]
+
+
+def test_the_packages_offer_the_same_objects() -> None:
+    for name in [*ELEMENT_TYPES, "ShapeError", "SizeError"]:
+        assert getattr(orvane, name) is getattr(extension, name)
+    assert set(orvane.__all__) == {*ELEMENT_TYPES, "ShapeError", "SizeError", "__version__"}
+    for name in ovexceptions.__all__:
+        exception = getattr(ovexceptions, name)
+        assert (exception.__module__, exception.__name__) == ("ovexceptions", name)
+        assert exception is getattr(orvane, name)
+
+
+def test_version_is_that_of_the_distribution() -> None:
+    try:
+        distribution = importlib.metadata.distribution("orvane")
+    except importlib.metadata.PackageNotFoundError:
+        pytest.skip("the package runs from a build tree")
+    assert orvane.__version__ == distribution.version
+
+
+def test_import_loads_nothing_that_is_not_needed() -> None:
+    loaded = run_python("import orvane; print(*sys.modules)", "-I", "-S").split()
+    assert not {"importlib.metadata", "numpy", "re"} & set(loaded)
+
+
+def test_exported_data_symbols() -> None:
+    library = ctypes.CDLL(str(EXTENSION))
+
+    def address(symbol: str) -> int:
+        return ctypes.addressof(ctypes.c_char.in_dll(library, symbol))
+
+    types = [getattr(orvane, name) for name in ELEMENT_TYPES]
+    assert (ctypes.c_char * 11).in_dll(library, "TypeAsChar").raw == b"dfbBhHiIqQ?"
+    assert list((ctypes.c_void_p * 11).in_dll(library, "TypeObjectPointers")) == list(
+        map(id, types)
+    )
+    for array_type, element in zip(types, ELEMENT_TYPES.values(), strict=True):
+        assert address(f"OCPyArray_Type_{element}") == id(array_type)
+        assert address(f"OCPyArray_SequenceMethods_{element}")
+        assert address(f"OCPyArray_MappingMethods_{element}")
+    assert address("OCPyIter_Type") == id(extension.OCPyIter)
+    assert address("OCPyArray_BufferProcs")
+    getters = ctypes.c_char_p.in_dll(library, "OCPyArray_GetSetMethods")
+    assert getters.value == b"size"
+
+
+@needs_readelf
+def test_the_library_is_found_by_a_relative_run_path() -> None:
+    section = dynamic_section(EXTENSION)
+    assert section["RUNPATH"] == ["$ORIGIN/orvane/lib"]
+    assert "RPATH" not in section
+    assert "libOrvaneDataArray.so" in section["NEEDED"]
+    assert not [name for name in section["NEEDED"] if name.startswith("libpython")]
+
+
+@needs_readelf
+def test_the_library_stands_alone_under_its_plain_name() -> None:
+    section = dynamic_section(LIBRARY)
+    assert section["SONAME"] == ["libOrvaneDataArray.so"]
+    assert not [name for name in section["NEEDED"] if "python" in name]
+    symbols = subprocess.run(
+        ["readelf", "--dyn-syms", "--wide", LIBRARY], check=True, capture_output=True, text=True
+    ).stdout
+    defined = [
+        line.split()[7] for line in symbols.splitlines() if re.search(r"DEFAULT +\d+ ", line)
+    ]
+    assert defined == ["get_function_ptr"]
+
+
+USE_OF_THE_WHOLE_ROAD = """
+import orvane
+matrix = orvane.double([[1, 2, 3], [4, 5, 6]])
+assert str(matrix) == "[[1.0,2.0,3.0],[4.0,5.0,6.0]]"
+assert str(orvane.int16(size=(2, 2))) == "[[0,0],[0,0]]"
+assert str(orvane.logical(vector=[1, 0])) == "[[True,False]]"
+assert str(orvane.single([1j], is_complex=True)) == "[[1j]]"
+rows = memoryview(bytes(range(6))).cast("B", (2, 3))
+stack = orvane.uint8(rows)
+assert memoryview(stack).tolist() == [[0, 1, 2], [3, 4, 5]]
+assert memoryview(stack).strides == (1, 2)
+assert memoryview(matrix[1][0:2]).tolist() == [[4.0, 5.0]]
+matrix[1][2] = 7
+assert matrix[1][2] == 7.0
+libraries = {line.split()[-1] for line in open("/proc/self/maps") if "libOrvaneDataArray" in line}
+print(*libraries)
+"""
+
+
+def test_the_library_of_the_package_is_the_one_that_is_loaded() -> None:
+    assert run_python(USE_OF_THE_WHOLE_ROAD).split() == [str(LIBRARY.resolve())]
+
+
+@pytest.mark.skipif(not REPLACEMENT.exists(), reason="no other library has been built")
+def test_another_library_can_take_its_place() -> None:
+    """A library of the lower release level, without row-major arrays, carries everything."""
+    loaded = run_python(USE_OF_THE_WHOLE_ROAD, LD_LIBRARY_PATH=str(REPLACEMENT.parent)).split()
+    assert loaded == [str(REPLACEMENT.resolve())]
