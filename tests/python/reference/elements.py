@@ -1,0 +1,200 @@
+"""The eleven element types: what they accept, what they store, what they give back."""
+
+from __future__ import annotations
+
+import math
+import struct
+from dataclasses import dataclass
+from typing import Any
+
+Stored = Any
+"""A stored element: a Python number, or a pair of them for a complex kind."""
+
+LARGEST_SINGLE = 3.4028234663852886e38
+TOO_LARGE = "Python int too large to convert to C long long"
+
+
+@dataclass(frozen=True)
+class ElementType:
+    """One of the eleven types. `low` and `high` bound the integers; other types have none."""
+
+    name: str
+    format: str
+    size: int
+    low: int | None = None
+    high: int | None = None
+
+    @property
+    def is_integer(self) -> bool:
+        return self.low is not None
+
+
+def _integer(name: str, format_: str, size: int) -> ElementType:
+    bits = 8 * size
+    if name.startswith("u"):
+        return ElementType(name, format_, size, 0, 2**bits - 1)
+    return ElementType(name, format_, size, -(2 ** (bits - 1)), 2 ** (bits - 1) - 1)
+
+
+TYPES = (
+    ElementType("double", "d", 8),
+    ElementType("single", "f", 4),
+    _integer("int8", "b", 1),
+    _integer("uint8", "B", 1),
+    _integer("int16", "h", 2),
+    _integer("uint16", "H", 2),
+    _integer("int32", "i", 4),
+    _integer("uint32", "I", 4),
+    _integer("int64", "q", 8),
+    _integer("uint64", "Q", 8),
+    ElementType("logical", "?", 1),
+)
+
+
+def is_sequence(value: object) -> bool:
+    """What the interpreter's `PySequence_Check` says of a value."""
+    return hasattr(type(value), "__getitem__") and not isinstance(value, dict)
+
+
+def single_from_float(value: float) -> float:
+    """Rounds to 32 bits. What lies beyond the largest single, on either side, is plus infinity."""
+    if abs(value) > LARGEST_SINGLE:
+        return math.inf
+    return struct.unpack("f", struct.pack("f", value))[0]
+
+
+def single_from_int(value: int) -> float:
+    """Rounds an integer to 24 significant bits at once, ties to even."""
+    if not -(2**63) <= value < 2**63:
+        return math.inf
+    magnitude = abs(value)
+    shift = max(0, magnitude.bit_length() - 24)
+    kept, rest = divmod(magnitude, 1 << shift)
+    half = (1 << shift) / 2
+    if rest > half or (rest == half and shift and kept % 2):
+        kept += 1
+    return math.copysign(kept << shift, value)
+
+
+@dataclass(frozen=True)
+class Kind:
+    """An element type in its real or its complex form."""
+
+    element: ElementType
+    is_complex: bool = False
+
+    @property
+    def name(self) -> str:
+        return self.element.name
+
+    @property
+    def format(self) -> str:
+        return ("Z" if self.is_complex else "") + self.element.format
+
+    @property
+    def size(self) -> int:
+        return self.element.size * (2 if self.is_complex else 1)
+
+    @property
+    def zero(self) -> Stored:
+        zero: Any = {"d": 0.0, "f": 0.0, "?": False}.get(self.element.format, 0)
+        return (zero, zero) if self.is_complex else zero
+
+    def read(self, stored: Stored) -> Any:
+        """The Python number that a stored element reads back as."""
+        if self.is_complex:
+            return complex(float(stored[0]), float(stored[1]))
+        return stored
+
+    def pack(self, stored: Stored) -> bytes:
+        parts = stored if self.is_complex else (stored,)
+        return struct.pack("=" + self.element.format * len(parts), *parts)
+
+    def unpack(self, data: bytes) -> list[Stored]:
+        """The stored elements in a block of memory; bytes of logical elements count by truth."""
+        if self.element.format == "?":
+            return [byte != 0 for byte in data]
+        parts = list(struct.unpack(f"={len(data) // self.element.size}{self.element.format}", data))
+        return list(zip(parts[::2], parts[1::2], strict=True)) if self.is_complex else parts
+
+    def convert(self, value: object, constructing: bool) -> Stored:
+        """Makes an element of a Python value, or raises what the value is refused with."""
+        if self.is_complex:
+            return self._complex(value)
+        name = self.name
+        if isinstance(value, int):
+            return self._from_int(value)
+        if isinstance(value, float):
+            if name == "double":
+                return float(value)
+            if name == "single":
+                return single_from_float(value)
+            if name == "logical" and constructing:
+                return value != 0.0
+            raise TypeError(f"orvane.{name} does not accept floating-point values.")
+        if isinstance(value, complex):
+            if name == "logical" and constructing:
+                return value != 0
+            raise TypeError(
+                f"orvane.{name} does not accept complex values "
+                "if 'is_complex' is not set to 'True'."
+            )
+        if isinstance(value, str):
+            raise TypeError("value is not numeric.")
+        if is_sequence(value):
+            raise TypeError("sequence passed when scalar was expected.")
+        if value is None:
+            raise TypeError("value must not be 'None'.")
+        raise TypeError("type does not match.")
+
+    def _refused(self, value: int | float) -> OverflowError:
+        written = f"{value:g}" if isinstance(value, float) else str(int(value))
+        return OverflowError(
+            f"value ({written}) cannot be stored in a variable of type {self.name}."
+        )
+
+    def _from_int(self, value: int) -> Stored:
+        value = int(value)
+        if self.name == "single":
+            return single_from_int(value)
+        if self.element.is_integer and self.element.low == 0:
+            if not -(2**63) <= value < 2**64:
+                raise OverflowError(TOO_LARGE)
+        elif not -(2**63) <= value < 2**63:
+            raise OverflowError(TOO_LARGE)
+        if self.name == "double":
+            return float(value)
+        if self.name == "logical":
+            return value != 0
+        if not self.element.low <= value <= self.element.high:
+            raise self._refused(value)
+        return value
+
+    def _from_part(self, part: float) -> Stored:
+        if self.name == "double":
+            return part
+        if self.name == "single":
+            return single_from_float(part)
+        if math.isnan(part):
+            return 0
+        # Both ends are open and rounded to double, so that the lowest int64 is beyond the limit.
+        if not float(self.element.low - 1) < part < float(self.element.high + 1):
+            raise self._refused(part)
+        return math.trunc(part)
+
+    def _complex(self, value: object) -> Stored:
+        if isinstance(value, complex):
+            return self._from_part(value.real), self._from_part(value.imag)
+        if isinstance(value, float):
+            return self._from_part(float(value)), self.zero[1]
+        if isinstance(value, int):
+            return self._from_int(value), self.zero[1]
+        return self.zero
+
+
+KINDS = tuple(
+    Kind(element, is_complex)
+    for element in TYPES
+    for is_complex in (False, True)
+    if not (is_complex and element.name == "logical")
+)

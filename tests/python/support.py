@@ -1,0 +1,225 @@
+"""What the tests share: arrays of every kind, exact refusals, and buffers of any description."""
+
+from __future__ import annotations
+
+import ctypes
+import math
+from collections.abc import Callable, Iterator
+from contextlib import contextmanager
+from typing import Any
+
+import pytest
+
+import orvane
+from ovexceptions import ShapeError, SizeError
+from reference.elements import KINDS, TYPES, Kind, Stored
+
+NAMES = [element.name for element in TYPES]
+KIND_OF = {kind.format: kind for kind in KINDS}
+DOUBLE, COMPLEX = KIND_OF["d"], KIND_OF["Zd"]
+
+each_type = pytest.mark.parametrize("name", NAMES)
+each_kind = pytest.mark.parametrize("kind", KINDS, ids=lambda kind: f"{kind.name}-{kind.format}")
+
+BIG = 2**70
+NUMERIC = "value passed to initializer must be numeric."
+RECTANGULAR = "arrays must be rectangular."
+SIBLINGS = "elements of array are of different lengths or types."
+OTHER_SHAPE = (
+    "unable to perform assignment because the left and right sides have a different shape."
+)
+NO_SUBSCRIPT = "index is not an integer or slice."
+TOO_MANY = "too many indices."
+NULL_DATA = "null data pointer."
+TOO_LARGE = "Python int too large to convert to C long long"
+
+NAMESPACE: dict[str, Any] = {
+    **{name: getattr(orvane, name) for name in NAMES},
+    "BIG": BIG,
+    "inf": math.inf,
+    "nan": math.nan,
+}
+
+
+def evaluate(expression: str, **names: Any) -> Any:
+    """The value of an expression in which the eleven types stand under their short names."""
+    return eval(expression, {**NAMESPACE, **names})
+
+
+def execute(statement: str, **names: Any) -> None:
+    exec(statement, {**NAMESPACE, **names})
+
+
+@contextmanager
+def refused(exception: type[BaseException], message: str) -> Iterator[None]:
+    """The block must raise exactly this type with exactly these words."""
+    with pytest.raises(BaseException) as caught:  # noqa: PT011
+        yield
+    assert (type(caught.value), str(caught.value)) == (exception, message)
+
+
+def make(kind: Kind, *values: Any, **keywords: Any) -> Any:
+    if kind.is_complex:
+        keywords["is_complex"] = True
+    return getattr(orvane, kind.name)(*values, **keywords)
+
+
+def grid(*shape: int, kind: Kind = DOUBLE, first: int = 0) -> Any:
+    """An array counting up in storage order."""
+    count = math.prod(shape)
+    values = [
+        i % 2 == 0 if kind.name == "logical" else i % 120 for i in range(first, first + count)
+    ]
+    return make(kind, vector=values, size=shape)
+
+
+def nested(array: Any) -> Any:
+    """What an array shows, as nested lists, by iteration."""
+    return [nested(item) if hasattr(item, "_is_complex") else item for item in array]
+
+
+def stored_bytes(array: Any) -> bytes:
+    """The exported elements in storage order."""
+    return memoryview(array).tobytes(order="A")
+
+
+def outcome(call: Callable[[], Any]) -> tuple[Any, ...]:
+    """What a call gave or raised, in a form that can be compared with another call's."""
+    try:
+        value = call()
+    except Exception as error:
+        return "raised", type(error), str(error)
+    return "gave", type(value).__name__, value
+
+
+KNOWN_ERRORS = (
+    TypeError,
+    ValueError,
+    IndexError,
+    OverflowError,
+    BufferError,
+    MemoryError,
+    RuntimeError,
+    ShapeError,
+    SizeError,
+)
+
+
+class PyBuffer(ctypes.Structure):
+    """The interpreter's `Py_buffer`."""
+
+    _fields_ = (
+        ("buf", ctypes.c_void_p),
+        ("obj", ctypes.c_void_p),
+        ("len", ctypes.c_ssize_t),
+        ("itemsize", ctypes.c_ssize_t),
+        ("readonly", ctypes.c_int),
+        ("ndim", ctypes.c_int),
+        ("format", ctypes.c_char_p),
+        ("shape", ctypes.POINTER(ctypes.c_ssize_t)),
+        ("strides", ctypes.POINTER(ctypes.c_ssize_t)),
+        ("suboffsets", ctypes.POINTER(ctypes.c_ssize_t)),
+        ("internal", ctypes.c_void_p),
+    )
+
+
+get_buffer = ctypes.pythonapi.PyObject_GetBuffer
+get_buffer.argtypes = (ctypes.py_object, ctypes.POINTER(PyBuffer), ctypes.c_int)
+release_buffer = ctypes.pythonapi.PyBuffer_Release
+release_buffer.argtypes = (ctypes.POINTER(PyBuffer),)
+release_buffer.restype = None
+
+
+class _Slot(ctypes.Structure):
+    _fields_ = (("slot", ctypes.c_int), ("function", ctypes.c_void_p))
+
+
+class _Spec(ctypes.Structure):
+    _fields_ = (
+        ("name", ctypes.c_char_p),
+        ("basicsize", ctypes.c_int),
+        ("itemsize", ctypes.c_int),
+        ("flags", ctypes.c_uint),
+        ("slots", ctypes.POINTER(_Slot)),
+    )
+
+
+@ctypes.PYFUNCTYPE(ctypes.c_int, ctypes.py_object, ctypes.POINTER(PyBuffer), ctypes.c_int)
+def _fill_view(exporter: Any, view: Any, _flags: int) -> int:
+    exporter.fill(view.contents)
+    ctypes.pythonapi.Py_IncRef(ctypes.py_object(exporter))
+    view.contents.obj = id(exporter)
+    exporter.open_views += 1
+    return 0
+
+
+@ctypes.PYFUNCTYPE(None, ctypes.py_object, ctypes.POINTER(PyBuffer))
+def _forget_view(exporter: Any, _view: Any) -> None:
+    exporter.open_views -= 1
+
+
+def _exporting_base() -> type:
+    """A type whose buffer slots call back into Python, which the language offers only from 3.12."""
+    get, release, basetype = 1, 2, 1 << 10
+    slots = (_Slot * 3)(
+        _Slot(get, ctypes.cast(_fill_view, ctypes.c_void_p)),
+        _Slot(release, ctypes.cast(_forget_view, ctypes.c_void_p)),
+        _Slot(0, None),
+    )
+    spec = _Spec(b"support.ExportingBase", object.__basicsize__, 0, basetype, slots)
+    from_spec = ctypes.pythonapi.PyType_FromSpec
+    from_spec.argtypes, from_spec.restype = (ctypes.POINTER(_Spec),), ctypes.py_object
+    return from_spec(ctypes.byref(spec))
+
+
+class Exporter(_exporting_base()):  # type: ignore[misc]
+    """Exports a block of memory under whatever description it is given, true or not."""
+
+    def __init__(
+        self,
+        data: bytes,
+        format_: str | None,
+        itemsize: int,
+        shape: tuple[int, ...] | None = None,
+        strides: tuple[int, ...] | None = None,
+        *,
+        ndim: int | None = None,
+        length: int | None = None,
+        misaligned: bool = False,
+        before_fill: Callable[[], None] = lambda: None,
+    ) -> None:
+        self.open_views = 0
+        self.before_fill = before_fill
+        self._length = len(data) if length is None else length
+        self._format = None if format_ is None else format_.encode()
+        self._itemsize = itemsize
+        if ndim is None:
+            ndim = 1 if shape is None else len(shape)
+        self._ndim = ndim
+        vector = ctypes.c_ssize_t * max(ndim, 1)
+        self._shape = None if shape is None else vector(*shape)
+        self._strides = None if strides is None else vector(*strides)
+        self._block = ctypes.create_string_buffer(len(data) + 16)
+        self._address = ctypes.addressof(self._block) + misaligned
+        ctypes.memmove(self._address, data, len(data))
+
+    def fill(self, view: PyBuffer) -> None:
+        self.before_fill()
+        null = ctypes.POINTER(ctypes.c_ssize_t)()
+        view.buf, view.len, view.itemsize = self._address, self._length, self._itemsize
+        view.readonly, view.ndim, view.format = 1, self._ndim, self._format
+        view.shape = null if self._shape is None else self._shape
+        view.strides = null if self._strides is None else self._strides
+        view.suboffsets, view.internal = null, None
+
+
+def exporting(kind: Kind, stored: list[Stored], *shape: int) -> Exporter:
+    """A column-major exporter of these very elements, in storage order."""
+    shape = shape or (1, len(stored))
+    strides = tuple(kind.size * math.prod(shape[:d]) for d in range(len(shape)))
+    return Exporter(b"".join(map(kind.pack, stored)), kind.format, kind.size, shape, strides)
+
+
+def from_stored(kind: Kind, stored: list[Stored], *shape: int) -> Any:
+    """An array that holds these very elements, to the bit."""
+    return make(kind, exporting(kind, stored, *shape))

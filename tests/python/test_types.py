@@ -1,0 +1,153 @@
+"""The module's types and exceptions, and how its import fails."""
+
+from __future__ import annotations
+
+import subprocess
+import sys
+
+import pytest
+
+import orvane
+import orvanemultidimarrayforpython as native
+import ovexceptions
+from support import each_type, evaluate, grid, refused
+
+ITERATOR = native.OCPyIter
+
+ATTRIBUTE_DOCS = {
+    "size": "dimensions",
+    "_size": "dimensions",
+    "itemsize": "size of an element in bytes",
+    "_real": "real part of elements; equivalent to real()",
+    "_imag": "imaginary part of elements; equivalent to imag()",
+    "_data": "elements in storage order; equivalent to noncomplex()",
+    "_is_complex": "whether array is complex",
+}
+METHODS = {
+    "reshape": "reshape changes the dimensions of an N-dimensional array while preserving"
+    " the values",
+    "buffer_info": "buffer_info returns a two-element tuple containing the address of the buffer"
+    " and the number of elements",
+    "get_bytewise_strides": "get_bytewise_strides returns a tuple containing the bytewise strides",
+    "clone": "clone returns an independent copy of the input object",
+    "real": "real returns the real part of the input object as a 1-by-N array",
+    "imag": "imag returns the imaginary part of the input object as a 1-by-N array",
+    "noncomplex": "noncomplex returns the the input object (which must be noncomplex)"
+    " as a 1-by-N array",
+    "toarray": "toarray returns an array.array initialized from the input object",
+    "tomemoryview": "tomemoryview returns a memoryview initialized from the input object",
+    "__reduce__": "__reduce__ pickles the input object",
+}
+
+
+@each_type
+def test_a_type_is_known_by_its_short_name(name):
+    array_type = getattr(native, name)
+    assert array_type is getattr(orvane, name)
+    assert (array_type.__name__, array_type.__doc__) == (name, name)
+    assert (array_type.__module__, repr(array_type)) == ("orvane", f"<class 'orvane.{name}'>")
+
+
+@each_type
+def test_the_types_cannot_be_subclassed_hashed_or_reckoned_with(name):
+    array_type = getattr(orvane, name)
+    with pytest.raises(TypeError, match="not an acceptable base type"):
+        type("Derived", (array_type,), {})
+    array = array_type([1])
+    for expression in ("a + a", "-a", "a * 2", "hash(a)", "a()", "float(a)", "a @ a"):
+        with pytest.raises(TypeError):
+            evaluate(expression, a=array)
+    array.__init__(5, 6, 7)  # that of `object`, which leaves the array alone
+    assert array[0][0] == 1
+
+
+@each_type
+def test_methods_and_attributes_carry_their_docstrings(name):
+    array_type = getattr(orvane, name)
+    for attribute, text in (ATTRIBUTE_DOCS | METHODS).items():
+        assert getattr(array_type, attribute).__doc__ == text
+    ordinary = {n for n in vars(array_type) if not n.startswith("__")} | {"__reduce__"}
+    assert ordinary == ATTRIBUTE_DOCS.keys() | METHODS.keys()
+
+
+def test_attributes_are_read_only():
+    array = grid(2, 2)
+    for attribute in ATTRIBUTE_DOCS:
+        with pytest.raises(AttributeError):
+            setattr(array, attribute, (1,))
+    with pytest.raises(AttributeError):
+        array.other = 1
+
+
+def test_the_iterator_type_is_internal():
+    assert type(iter(grid(1, 1))) is ITERATOR
+    assert (ITERATOR.__name__, ITERATOR.__module__) == ("OCPyIter", "orvane")
+    assert ITERATOR.__doc__ == "Internal iterator object"
+    with pytest.raises(TypeError, match=r"cannot create 'orvane\.OCPyIter' instances"):
+        ITERATOR()
+
+
+@pytest.mark.parametrize("name", ["ShapeError", "SizeError"])
+def test_the_exceptions_are_one_wherever_they_are_named(name):
+    exception = getattr(native, name)
+    assert getattr(orvane, name) is getattr(ovexceptions, name) is exception
+    assert exception.__bases__ == (Exception,)
+    assert (exception.__module__, exception.__qualname__) == ("ovexceptions", name)
+
+
+IMPORT_FAILURES = [
+    ("sys.modules['array'] = None", "unable to import array module."),
+    ("sys.modules['array'] = types.ModuleType('array')", "unable to retrieve array.array class."),
+    (
+        "sys.modules['array'] = types.ModuleType('array'); sys.modules['array'].array = 5",
+        "array.array class is not callable.",
+    ),
+]
+
+
+@pytest.mark.parametrize(("damage", "message"), IMPORT_FAILURES)
+def test_an_import_that_fails_can_be_tried_again(damage, message):
+    program = f"""
+import array, sys, types
+whole = array
+{damage}
+try:
+    import orvanemultidimarrayforpython
+except RuntimeError as error:
+    assert str(error) == {message!r}, error
+else:
+    raise SystemExit("the import went through")
+sys.modules["array"] = whole
+import orvane
+assert orvane.double([1.5])[0].toarray() == array.array("d", [1.5])
+try:
+    orvane.double([1, 2], size=(3,))
+except orvane.ShapeError:
+    print("well")
+"""
+    done = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True)
+    assert (done.stdout, done.stderr) == ("well\n", "")
+
+
+def test_a_second_interpreter_is_refused_in_words():
+    interpreters = pytest.importorskip(
+        "_interpreters" if sys.version_info >= (3, 13) else "_xxsubinterpreters"
+    )
+    program = (
+        "try:\n    import orvanemultidimarrayforpython\n"
+        "except ImportError as error:\n    assert 'interpreter' in str(error), error\n"
+        "else:\n    raise AssertionError('imported twice')\n"
+    )
+    other = interpreters.create()
+    try:
+        if sys.version_info >= (3, 13):
+            assert interpreters.exec(other, program) is None
+        else:
+            interpreters.run_string(other, program)
+    finally:
+        interpreters.destroy(other)
+    with refused(ovexceptions.ShapeError, _MISMATCH):
+        orvane.double([1, 2], size=(3,))
+
+
+_MISMATCH = "dimensions of initializer (2) do not match dimensions specified by 'size' (1, 3)."
