@@ -1,0 +1,59 @@
+#include "protocol/attributes.hpp"
+
+#include "core/array_object.hpp"
+#include "module/vocabulary/py_ref.hpp"
+#include "module/vocabulary/python_values.hpp"
+#include "protocol/methods.hpp"
+
+namespace orvane::python {
+
+PyObject* OCPyArray_GetArraySize(PyObject* self, void*) {
+    const OCppPyArray* core = requireCoreArray(self);
+    if (core == nullptr)
+        return nullptr;
+    const std::shared_ptr<const Layout> layout = core->wrapper().layout();
+    const IndexChain& chain = core->chain();
+    if (chain.length() > layout->rank()) {
+        raiseTooManyIndices();
+        return nullptr;
+    }
+    const std::size_t active = chain.activeDimension();
+    PyRef size = PyRef::steal(PyTuple_New(static_cast<Py_ssize_t>(layout->rank() - active)));
+    for (std::size_t d = active; size && d < layout->rank(); ++d) {
+        PyObject* extent =
+            makePyObjectFromLong(d == active && chain.slice() ? chain.slice()->m_slice_len : layout->extent(d));
+        if (extent == nullptr)
+            return nullptr;
+        PyTuple_SET_ITEM(size.get(), static_cast<Py_ssize_t>(d - active), extent);
+    }
+    return size.release();
+}
+
+PyObject* OCPyArray_GetElementSize(PyObject* self, void*) {
+    const OCppPyArray* core = requireCoreArray(self);
+    if (core == nullptr)
+        return nullptr;
+    PyObject* size = PyLong_FromSsize_t(core->layout().elementSize());
+    if (size == nullptr)
+        setError(PyExc_RuntimeError, "unable to return size of element.");
+    return size;
+}
+
+PyObject* OCPyArray_GetRealAsAttrib(PyObject* self, void*) {
+    return OCPyArray_Real(self, nullptr);
+}
+
+PyObject* OCPyArray_GetImagAsAttrib(PyObject* self, void*) {
+    return OCPyArray_Imag(self, nullptr);
+}
+
+PyObject* OCPyArray_GetNoncomplexAsAttrib(PyObject* self, void*) {
+    return OCPyArray_Noncomplex(self, nullptr);
+}
+
+PyObject* OCPyArray_GetIsComplexAsAttrib(PyObject* self, void*) {
+    const OCppPyArray* core = requireCoreArray(self);
+    return core != nullptr ? PyBool_FromLong(core->isComplex()) : nullptr;
+}
+
+} // namespace orvane::python

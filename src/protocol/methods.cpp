@@ -1,0 +1,109 @@
+#include "protocol/methods.hpp"
+
+#include "core/array_object.hpp"
+#include "core/element_access.hpp"
+#include "data_client/array_factory.hpp"
+#include "module/vocabulary/boundary.hpp"
+#include "module/vocabulary/py_ref.hpp"
+#include "module/vocabulary/python_values.hpp"
+
+namespace orvane::python {
+
+namespace {
+
+enum class Part { Real, Imaginary, Whole };
+
+/// A 1-by-N wrapper around the wanted part of every element, in storage order.
+template <class T>
+std::shared_ptr<ODArrayWrapper> extractContents(const ODArrayWrapper& wrapper, Part part) {
+    using Real = RealElement<T>;
+    const auto count = static_cast<unsigned long>(wrapper.layout()->elementCount());
+    data::ArrayFactory factory;
+    auto buffer = factory.createBuffer<Real>(count);
+    const std::byte* source = wrapper.dataElements();
+    for (unsigned long i = 0; i < count; ++i, source += sizeof(T)) {
+        const T element = loadElement<T>(source);
+        if constexpr (isComplexElement<T>)
+            buffer[i] = part == Part::Real ? element.real() : element.imag();
+        else
+            buffer[i] = element;
+    }
+    return ODArrayWrapper::adopt(
+        factory.createArrayFromBuffer<Real>({1, count}, std::move(buffer), data::MemoryLayout::ColumnMajor));
+}
+
+PyObject* extractedRow(PyObject* self, Part part) {
+    const OCppPyArray* core = requireCoreArray(self);
+    if (core == nullptr)
+        return nullptr;
+    if (core->isComplex() != (part != Part::Whole)) {
+        setError(PyExc_ValueError, part == Part::Whole ? "noncomplex() must not be called on a complex array."
+                                                       : "real() and imag() can be called only on a complex array.");
+        return nullptr;
+    }
+    return withMemoryErrors(static_cast<PyObject*>(nullptr), [&] {
+        const OCppPyArray extracted(
+            visitElementTypeOf(*core, [&]<class T>() { return extractContents<T>(core->wrapper(), part); }),
+            core->supportedArrayEnum(), false);
+        IndexChain row;
+        row.fixActiveDimension(0);
+        return newViewObject(extracted, std::move(row));
+    });
+}
+
+} // namespace
+
+PyObject* OCPyArray_Clone(PyObject* self, PyObject*) {
+    OCppPyArray* core = requireCoreArray(self);
+    if (core == nullptr)
+        return nullptr;
+    return withMemoryErrors(static_cast<PyObject*>(nullptr), [&]() -> PyObject* {
+        std::shared_ptr<ODArrayWrapper> wrapper = core->clonedWrapper();
+        return wrapper ? newArrayObject(*core, std::move(wrapper), core->isComplex()) : nullptr;
+    });
+}
+
+PyObject* OCPyArray_Real(PyObject* self, PyObject*) {
+    return extractedRow(self, Part::Real);
+}
+
+PyObject* OCPyArray_Imag(PyObject* self, PyObject*) {
+    return extractedRow(self, Part::Imaginary);
+}
+
+PyObject* OCPyArray_Noncomplex(PyObject* self, PyObject*) {
+    return extractedRow(self, Part::Whole);
+}
+
+PyObject* OCPyArray_BufferInfo(PyObject* self, PyObject*) {
+    const OCppPyArray* core = requireCoreArray(self);
+    if (core == nullptr)
+        return nullptr;
+    return withMemoryErrors(static_cast<PyObject*>(nullptr), [&]() -> PyObject* {
+        const auto exported = core->wrapper().exportElements(false);
+        PyRef address = PyRef::steal(PyLong_FromVoidPtr(exported.buf));
+        PyRef count = PyRef::steal(PyLong_FromSsize_t(exported.layout->elementCount()));
+        return address && count ? PyTuple_Pack(2, address.get(), count.get()) : nullptr;
+    });
+}
+
+PyObject* OCPyArray_GetBytewiseStrides(PyObject* self, PyObject*) {
+    const OCppPyArray* core = requireCoreArray(self);
+    if (core == nullptr)
+        return nullptr;
+    const std::shared_ptr<const Layout> layout = core->wrapper().layout();
+    PyRef strides = PyRef::steal(PyTuple_New(static_cast<Py_ssize_t>(layout->rank())));
+    for (std::size_t d = 0; strides && d < layout->rank(); ++d) {
+        PyObject* stride = PyLong_FromSsize_t(layout->bytewiseStrides()[d]);
+        if (stride == nullptr)
+            return nullptr;
+        PyTuple_SET_ITEM(strides.get(), static_cast<Py_ssize_t>(d), stride);
+    }
+    return strides.release();
+}
+
+PyObject* OCPyArray_ToMemoryView(PyObject* self, PyObject*) {
+    return PyMemoryView_FromObject(self);
+}
+
+} // namespace orvane::python
