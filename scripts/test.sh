@@ -73,6 +73,13 @@ test_on() { # PYTHON
     run_python_tests "$environment" "$build"
 }
 
+sanitizer_runtime() { # NAME
+    local file
+    file=$("${CXX:-c++}" -print-file-name="lib$1.so")
+    [[ $file == /* ]] || die "The sanitizer run needs GCC with its library lib$1.so; '${CXX:-c++}' has none."
+    printf '%s\n' "$file"
+}
+
 # The interpreter itself is not instrumented: the runtimes are preloaded, and leaks are judged in the C++ tests only,
 # since an interpreter keeps memory to the end of the process by design. What the tests ask for beyond all memory
 # has to come back as a null pointer, as it does without the sanitizers.
@@ -91,7 +98,7 @@ sanitize_on() { # PYTHON
     say "CPython $version: C++ tests under the sanitizers"
     ASAN_OPTIONS=allocator_may_return_null=1 run_cpp_tests "$environment" "$build"
     say "CPython $version: Python tests under the sanitizers"
-    runtimes=$("${CXX:-c++}" -print-file-name=libasan.so):$("${CXX:-c++}" -print-file-name=libubsan.so)
+    runtimes=$(sanitizer_runtime asan):$(sanitizer_runtime ubsan)
     PYTHONPATH=$build/package PYTHONMALLOC=malloc LD_PRELOAD=$runtimes \
         ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=0 ORVANE_SANITIZED=1 \
         run_python_tests "$environment" "$build"
