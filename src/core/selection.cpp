@@ -20,12 +20,13 @@ bool liesInside(const Selection& selection) {
     return lowest >= 0 && highest < selection.layout->sizeInBytes();
 }
 
-Selection select(const OCppPyArray& view, const SliceIndexItem* slice) {
+} // namespace
+
+Selection select(std::shared_ptr<const Layout> held, const Extents& integers, const SliceIndexItem* slice) {
     Selection selection;
-    selection.layout = view.wrapper().layout();
+    selection.layout = std::move(held);
     selection.isSliced = slice != nullptr;
     const Layout& layout = *selection.layout;
-    const Extents& integers = view.chain().integers();
     const std::size_t active = integers.size();
 
     if (active >= layout.rank()) {
@@ -52,15 +53,13 @@ Selection select(const OCppPyArray& view, const SliceIndexItem* slice) {
     return selection;
 }
 
-} // namespace
-
 Selection selectionOf(const OCppPyArray& view) {
     const auto& slice = view.chain().slice();
-    return select(view, slice ? &*slice : nullptr);
+    return select(view.wrapper().layout(), view.chain().integers(), slice ? &*slice : nullptr);
 }
 
 Selection selectionIgnoringSlice(const OCppPyArray& view) {
-    return select(view, nullptr);
+    return select(view.wrapper().layout(), view.chain().integers(), nullptr);
 }
 
 bool SelectionOdometer::advance() noexcept {

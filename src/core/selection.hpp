@@ -26,10 +26,12 @@ struct Selection {
     std::size_t rank() const noexcept { return counts.size(); }
 };
 
-/// What a view selects. A chain that speaks of more dimensions than the array has left selects nothing: the result
+/// What the `integers` of a chain select, narrowed by `slice` in the dimension after them unless it is null. A chain that speaks of more dimensions than the array has left selects nothing: the result
 /// is one empty dimension, or a dimension of the slice's length with empty ones inside.
+Selection select(std::shared_ptr<const Layout> layout, const Extents& integers, const SliceIndexItem* slice);
+/// What a view selects.
 Selection selectionOf(const OCppPyArray& view);
-/// The same with the chain's slice left out of account.
+/// What a view selects when the chain's slice is left out of account.
 Selection selectionIgnoringSlice(const OCppPyArray& view);
 
 /// Raises what reading a selection that is not inside comes to: a plain RuntimeError where a slice is involved,

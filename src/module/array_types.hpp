@@ -1,0 +1,14 @@
+// The static type objects and their slot tables, and their way into the module.
+#pragma once
+
+#include <Python.h>
+
+#include "module/vocabulary/element_vocabulary.hpp"
+#include "module/vocabulary/type_objects.hpp"
+
+extern "C" {
+
+/// Readies the eleven array types and the iterator type and adds them to the module. Returns the module, or null with
+/// an error set.
+ORVANE_EXPORT PyObject* init_types(PyObject* module);
+}

@@ -1,0 +1,95 @@
+#include "native_api/capsule.hpp"
+
+#include "core/array_object.hpp"
+#include "module/vocabulary/boundary.hpp"
+#include "module/vocabulary/element_vocabulary.hpp"
+#include "module/vocabulary/py_ref.hpp"
+#include "module/vocabulary/python_values.hpp"
+#include "native_api/foreign_buffer.hpp"
+
+using namespace orvane;
+using namespace orvane::python;
+
+namespace {
+
+constexpr int noTypeFound = 32;
+constexpr int complexOffset = 10;
+
+PyObject* wrapArray(data::Array array) {
+    const TypeAndComplexity type = getTypeAndComplexityFromArrayType(array.getType());
+    if (!type.supported || array.getDimensions().size() < 2) {
+        setError(PyExc_RuntimeError, "invalid type.");
+        return nullptr;
+    }
+    PyRef object = PyRef::steal(allocOCPyArray(TypeObjectPointers[type.supportedArrayEnum]));
+    if (!object)
+        return nullptr;
+    fillShell(object.get(), ODArrayWrapper::adopt(std::move(array), ODArrayWrapper::Reach::Native),
+              type.supportedArrayEnum, type.isComplex);
+    return object.release();
+}
+
+} // namespace
+
+namespace OCPyArrayAPI {
+
+PyObject* OCPyArray_ODAImplToOCPyArray(void* impl) {
+    if (impl == nullptr) {
+        setError(PyExc_RuntimeError, "null data pointer.");
+        return nullptr;
+    }
+    return withMemoryErrors(static_cast<PyObject*>(nullptr),
+                            [&] { return wrapArray(data::Array(static_cast<data::impl::ArrayImpl*>(impl))); });
+}
+
+void* OCPyArray_OCPyArrayToODAImpl(PyObject* object) {
+    OCppPyArray* core = requireCoreArray(OCPyArray_Check(object) ? object : nullptr);
+    if (core == nullptr)
+        return nullptr;
+    return withMemoryErrors(static_cast<void*>(nullptr), [&]() -> void* {
+        return core->chain().isEmpty() ? core->wrapper().handOut() : core->materialisedForNative();
+    });
+}
+
+PyObject* OCPyArray_BufferObjectToOCPyArray(PyObject* object, int* typeCode) {
+    if (typeCode == nullptr) {
+        setError(PyExc_RuntimeError, "null data pointer.");
+        return nullptr;
+    }
+    *typeCode = noTypeFound;
+    BufferView view;
+    bool isComplex = false;
+    const int code = fillPyBuffer(object, &view, &isComplex);
+    if (code < 0)
+        return nullptr;
+    *typeCode = code + (isComplex ? complexOffset : 0);
+
+    const PyRef arguments = PyRef::steal(PyTuple_Pack(1, object));
+    const PyRef keywords = PyRef::steal(isComplex ? PyDict_New() : nullptr);
+    if (!arguments || (isComplex && (!keywords || PyDict_SetItemString(keywords.get(), "is_complex", Py_True) < 0)))
+        return nullptr;
+    PyTypeObject* type = TypeObjectPointers[code - typeCodeOffset];
+    return type->tp_new(type, arguments.get(), keywords.get());
+}
+
+void OCPyArray_DestroyOCPyArray(PyObject* object) {
+    if (OCPyArray_Check(object))
+        OCPyArray_Delete(object);
+}
+
+bool OCPyArray_SatisfiesBufferProtocol(PyObject* object) {
+    return object != nullptr && PyObject_CheckBuffer(object) != 0;
+}
+
+PyObject* newCapsule() {
+    static void* capiTable[] = {
+        reinterpret_cast<void*>(OCPyArray_ODAImplToOCPyArray),
+        reinterpret_cast<void*>(OCPyArray_OCPyArrayToODAImpl),
+        reinterpret_cast<void*>(OCPyArray_BufferObjectToOCPyArray),
+        reinterpret_cast<void*>(OCPyArray_DestroyOCPyArray),
+        reinterpret_cast<void*>(OCPyArray_SatisfiesBufferProtocol),
+    };
+    return PyCapsule_New(capiTable, "orvanemultidimarrayforpython._capi", nullptr);
+}
+
+} // namespace OCPyArrayAPI

@@ -1,0 +1,184 @@
+#include "protocol/assignment.hpp"
+
+#include <algorithm>
+#include <span>
+
+#include "construction/constructor_parser.hpp"
+#include "construction/element_conversion.hpp"
+#include "core/array_object.hpp"
+#include "core/element_access.hpp"
+#include "core/selection.hpp"
+#include "module/vocabulary/boundary.hpp"
+#include "module/vocabulary/python_values.hpp"
+
+namespace orvane::python {
+
+namespace {
+
+constexpr const char* differentShape =
+    "unable to perform assignment because the left and right sides have a different shape.";
+
+bool refuse(PyObject* exceptionType, const char* message) {
+    setError(exceptionType, message);
+    return false;
+}
+
+/// Writes as many of `elements` as the target has positions, in index order. False with RuntimeError set at the first
+/// position that lies outside the storage.
+template <class U>
+bool writeElements(ODArrayWrapper& wrapper, const Selection& target, std::span<const U> elements) {
+    if (elements.empty())
+        return true;
+    wrapper.prepareForWriting();
+    const auto size = static_cast<unsigned long>(target.layout->sizeInBytes());
+    SelectionOdometer odometer(target);
+    for (const U& element : elements) {
+        if (!target.isInside && odometer.offset() >= size)
+            return refuse(PyExc_RuntimeError, "unable to set value.");
+        wrapper.store(odometer.offset(), element);
+        if (!odometer.advance())
+            break;
+    }
+    return true;
+}
+
+/// One assignment to an array of element type `U`. The extents that the subscript was measured against are held on to:
+/// converting the right side may run code that reshapes the array.
+template <class U>
+class Assignment {
+public:
+    Assignment(const OCppPyArray& array, PyObject* value)
+        : m_array(array), m_layout(array.wrapper().layout()), m_integers(array.chain().integers()), m_value(value) {}
+
+    bool viaInteger(long rawIndex) {
+        IntegerIndexItem item{rawIndex};
+        if (!item.normalize(m_layout->extent(activeDimension()))) {
+            PyErr_Format(PyExc_IndexError, "index has an invalid value: %ld", rawIndex);
+            return false;
+        }
+        if (const auto& slice = m_array.chain().slice()) {
+            // The index, measured against the whole dimension, is taken as a place within the view's slice.
+            if (item.m_index >= slice->m_slice_len)
+                return refuse(PyExc_RuntimeError, "unable to index into slice.");
+            item.m_index = slice->position(item.m_index);
+        }
+        m_integers.push_back(item.m_index);
+        return m_integers.size() == m_layout->rank() ? assignToIntegerIndexFinalDimension()
+                                                     : assignToIntegerIndexInnerDimension();
+    }
+
+    bool viaSlice(const UnpackedSlice& bounds) {
+        const SliceIndexItem item = bounds.measuredAgainst(m_layout->extent(activeDimension()));
+        return activeDimension() + 1 == m_layout->rank() ? assignToSliceFinalDimension(item)
+                                                         : assignToSliceInnerDimension(item);
+    }
+
+private:
+    std::size_t activeDimension() const { return m_array.chain().activeDimension(); }
+    ODArrayWrapper& wrapper() const { return m_array.wrapper(); }
+    bool readRightSide() { return m_rightSide.processNestedInitializer(m_value, false); }
+
+    bool assignToIntegerIndexFinalDimension() {
+        if (m_value == nullptr)
+            return refuse(PyExc_RuntimeError, "null data pointer.");
+        U element;
+        if (!convertExactNumber<U, false>(m_value, element)) {
+            const ElementResult<U> result = convertToElement<U>(m_value, false);
+            if (!result.hasValue) {
+                setError(result.exceptionType, result.message);
+                return false;
+            }
+            element = result.value;
+        }
+        const auto offset = m_layout->byteOffset(m_integers);
+        if (!offset)
+            return refuse(PyExc_RuntimeError, "unable to set value.");
+        wrapper().prepareForWriting();
+        wrapper().store(*offset, element);
+        return true;
+    }
+
+    bool assignToIntegerIndexInnerDimension() {
+        if (!readRightSide())
+            return false;
+        const Dims& dims = m_rightSide.governingDims();
+        const auto trailing = std::span(m_layout->shape().data(), m_layout->rank()).subspan(m_integers.size());
+        if (!std::equal(dims.begin(), dims.end(), trailing.begin(), trailing.end(),
+                        [](std::size_t a, long b) { return a == static_cast<std::size_t>(b); }))
+            return refuse(PyExc_ValueError, differentShape);
+        return writeElements(wrapper(), select(m_layout, m_integers, nullptr), m_rightSide.elements());
+    }
+
+    bool assignToSliceFinalDimension(const SliceIndexItem& item) {
+        if (!readRightSide())
+            return false;
+        if (m_rightSide.governingDims().size() != 1 ||
+            m_rightSide.elements().size() != static_cast<std::size_t>(item.m_slice_len))
+            return refuse(PyExc_ValueError, differentShape);
+        return writeElements(wrapper(), select(m_layout, m_integers, &item), m_rightSide.elements());
+    }
+
+    bool assignToSliceInnerDimension(SliceIndexItem item) {
+        if (!readRightSide())
+            return false;
+        const std::span<const U> elements = m_rightSide.elements();
+        if (!elements.empty() && item.m_slice_len == 0)
+            return refuse(PyExc_ValueError, "slice is empty, but number of elements assigned is greater than zero.");
+        if (elements.empty())
+            return item.m_slice_len == 0 || refuse(PyExc_ValueError, "slice is nonempty but values are empty.");
+        if (const auto& slice = m_array.chain().slice())
+            item = item.composedOnto(*slice);
+        // Through an empty view the elements go to its start, as if it had one place.
+        item.m_slice_len = std::max(item.m_slice_len, 1L);
+        const Selection target = select(m_layout, m_integers, &item);
+        if (!writeElements(wrapper(), target, elements))
+            return false;
+        return elements.size() == static_cast<std::size_t>(target.elementCount) ||
+               refuse(PyExc_ValueError, "length of slice does not match number of elements.");
+    }
+
+    const OCppPyArray& m_array;
+    const std::shared_ptr<const Layout> m_layout;
+    Extents m_integers;
+    PyObject* m_value;
+    FinalConstructorParser<U> m_rightSide;
+};
+
+bool requireActiveDimension(const OCppPyArray& array) {
+    if (!array.hasActiveDimension())
+        raiseTooManyIndices();
+    return array.hasActiveDimension();
+}
+
+bool assignViaInteger(const OCppPyArray& array, long index, PyObject* value) {
+    return visitElementTypeOf(array, [&]<class U>() { return Assignment<U>(array, value).viaInteger(index); });
+}
+
+bool assignViaSlice(const OCppPyArray& array, const UnpackedSlice& bounds, PyObject* value) {
+    return visitElementTypeOf(array, [&]<class U>() { return Assignment<U>(array, value).viaSlice(bounds); });
+}
+
+bool assign(const OCppPyArray& array, PyObject* index, PyObject* value) {
+    if (!requireActiveDimension(array))
+        return false;
+    if (pyObjectIsLong(index)) {
+        const auto i = getIntegerIndexFromIndexObject(index);
+        return i && assignViaInteger(array, *i, value);
+    }
+    if (!Py_IS_TYPE(index, &PySlice_Type))
+        return refuse(PyExc_RuntimeError, "index is not an integer or slice.");
+    const auto bounds = unpackSlice(index);
+    // Reading the bounds may have run code that reshaped the array.
+    return bounds && requireActiveDimension(array) && assignViaSlice(array, *bounds, value);
+}
+
+} // namespace
+
+int OCPyArray_SetViaIndex(PyObject* self, PyObject* index, PyObject* value) {
+    const OCppPyArray* core = requireCoreArray(self);
+    if (core == nullptr)
+        return -1;
+    return withMemoryErrors(-1, [&] { return assign(*core, index, value) ? 0 : -1; });
+}
+
+} // namespace orvane::python
