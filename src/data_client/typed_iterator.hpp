@@ -54,7 +54,7 @@ template <class T>
 class TypedIterator {
 public:
     using iterator_category = std::random_access_iterator_tag;
-    using iterator_concept = std::random_access_iterator_tag;
+    using iterator_concept = std::contiguous_iterator_tag;
     using value_type = std::remove_const_t<T>;
     using difference_type = std::ptrdiff_t;
     using pointer = T*;

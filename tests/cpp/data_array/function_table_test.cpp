@@ -1,0 +1,28 @@
+#include "data_array/boundary_calls.hpp"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <set>
+
+namespace {
+
+// Written out once more here: these numbers are what independent clients have compiled in.
+const std::set<int> offeredNumbers = {1,  3,  11, 13, 14, 15, 23, 49, 50, 51, 52,  53,  55,  56,
+                                      57, 58, 59, 60, 63, 64, 71, 72, 94, 96, 110, 113, 114, 115};
+
+TEST(FunctionTable, answersForItsNumbersAndForNoOthers) {
+    for (int number = -200; number <= 400; ++number) {
+        EXPECT_EQ(get_function_ptr(number) != nullptr, offeredNumbers.contains(number)) << number;
+    }
+    EXPECT_EQ(get_function_ptr(std::numeric_limits<int>::min()), nullptr);
+    EXPECT_EQ(get_function_ptr(std::numeric_limits<int>::max()), nullptr);
+}
+
+TEST(FunctionTable, givesTheSameFunctionEachTime) {
+    for (const int number : offeredNumbers) {
+        EXPECT_EQ(get_function_ptr(number), get_function_ptr(number)) << number;
+    }
+}
+
+} // namespace

@@ -1,0 +1,108 @@
+// From statuses to exceptions.
+#include "data_client/throw_if_error.hpp"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+using namespace orvane::data;
+
+namespace {
+
+template <int Number>
+void noteIfItIs(const orvane::Exception& exception, std::vector<int>& numbers) {
+    if constexpr (detail::isExceptionType(Number)) {
+        if (dynamic_cast<const detail::ArrayException<orvane::Exception, ExceptionType{Number}>*>(&exception)) {
+            numbers.push_back(Number);
+        }
+    }
+}
+
+/// The exception classes that a thrown exception is of (one, if all is well), and its message.
+struct Thrown {
+    std::vector<int> classes;
+    std::string message;
+};
+
+Thrown thrownFor(int status, const std::string& message = "") {
+    Thrown thrown;
+    try {
+        detail::throwIfError(status, message);
+    } catch (const orvane::Exception& exception) {
+        [&]<int... Number>(std::integer_sequence<int, Number...>) {
+            (noteIfItIs<Number>(exception, thrown.classes), ...);
+        }(std::make_integer_sequence<int, 100>{});
+        thrown.message = exception.what();
+    }
+    return thrown;
+}
+
+TEST(ThrowIfError, successThrowsNothing) {
+    EXPECT_NO_THROW(detail::throwIfError(0, "unread"));
+    EXPECT_NO_THROW(detail::throwIfError(0));
+}
+
+TEST(ThrowIfError, everyStatusHasTheClassOfItsNumberExceptFour) {
+    const std::set<int> systemErrors = {4, 20, 48, 49, 50};
+    for (int status = 1; status <= 53; ++status) {
+        const int expected = systemErrors.contains(status) ? 20 : status;
+        EXPECT_EQ(thrownFor(status).classes, std::vector<int>{expected}) << status;
+    }
+}
+
+TEST(ThrowIfError, statusesOutsideTheTableAreSystemErrors) {
+    for (const int status : {-1, 4, 20, 48, 49, 50, 54, 1000, std::numeric_limits<int>::min()}) {
+        const Thrown thrown = thrownFor(status, "unread");
+        EXPECT_EQ(thrown.classes, std::vector<int>{20}) << status;
+        EXPECT_EQ(thrown.message, "System Error.") << status;
+    }
+}
+
+TEST(ThrowIfError, onlyTwoStatusesTakeTheCallersMessage) {
+    for (int status = 1; status <= 53; ++status) {
+        const bool takesMessage = status == 28 || status == 29;
+        EXPECT_EQ(thrownFor(status, "the caller's").message == "the caller's", takesMessage) << status;
+        EXPECT_EQ(thrownFor(status).message.empty(), takesMessage) << status;
+    }
+}
+
+TEST(ThrowIfError, messagesStandAtTheirStatuses) {
+    // One in every stretch of the table, so that a row too many or too few shows, and the odd ones.
+    const std::map<int, std::string> messages = {
+        {1, "Array index is invalid."},
+        {9, "Array type mismatch."},
+        {19, "Not enough memory available to support the request."},
+        {22, "The specified feature is not supported."},
+        {26, "Number of elements exceeds max."},
+        {30, "Object not found."},
+        {39, "Property not found."},
+        {46, "Java not supported."},
+        {51, "Cannot assign a container array to an element of an array created for optimization "},
+        {53, "Invalid conversion from UTF-16 input to UTF-8 encoding."},
+    };
+    for (const auto& [status, message] : messages) {
+        EXPECT_EQ(thrownFor(status).message, message);
+    }
+    EXPECT_EQ(thrownFor(23).message, thrownFor(24).message);
+    EXPECT_EQ(thrownFor(24).message, thrownFor(25).message);
+    EXPECT_EQ(thrownFor(27).message, thrownFor(35).message);
+}
+
+TEST(ThrowIfError, anExceptionIsAStandardOneButNoRuntimeError) {
+    try {
+        detail::throwIfError(19);
+        FAIL();
+    } catch (const std::runtime_error&) {
+        FAIL() << "caught as a runtime error";
+    } catch (const std::exception& exception) {
+        EXPECT_STREQ(exception.what(), "Not enough memory available to support the request.");
+        EXPECT_NE(dynamic_cast<const orvane::Exception*>(&exception), nullptr);
+    }
+}
+
+} // namespace

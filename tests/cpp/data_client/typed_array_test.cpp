@@ -1,0 +1,166 @@
+// Typed handles and their iterators, over all element kinds.
+#include "data_client/array_factory.hpp"
+#include "data_client/set_element.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <concepts>
+#include <cstdint>
+#include <iterator>
+#include <span>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+using namespace orvane::data;
+
+namespace {
+
+static_assert(std::contiguous_iterator<TypedIterator<double>>);
+static_assert(std::contiguous_iterator<TypedIterator<const std::complex<float>>>);
+static_assert(std::is_nothrow_default_constructible_v<Array> && std::is_nothrow_move_constructible_v<Array>);
+
+template <class T>
+class TypedArrays : public testing::Test {
+protected:
+    /// The value at a position; neighbours differ also in `bool`.
+    static T value(unsigned long position) {
+        if constexpr (ComplexArrayElement<T>) {
+            using Part = typename T::value_type;
+            return T(static_cast<Part>(position), static_cast<Part>(position + 50));
+        } else if constexpr (std::is_same_v<T, bool>) {
+            return position % 2 == 1;
+        } else {
+            return static_cast<T>(position);
+        }
+    }
+
+    /// 2-by-3, the values of the positions in order.
+    static TypedArray<T> twoByThree() {
+        ArrayFactory factory;
+        auto buffer = factory.createBuffer<T>(6);
+        for (unsigned long i = 0; i < 6; ++i) {
+            buffer[i] = value(i);
+        }
+        return factory.createArrayFromBuffer<T>({2, 3}, std::move(buffer));
+    }
+
+    static std::vector<T> elementsOf(const TypedArray<T>& array) { return {array.begin(), array.end()}; }
+};
+
+template <class List>
+struct AsTestTypes;
+template <class... T>
+struct AsTestTypes<std::tuple<T...>> {
+    using Type = testing::Types<T...>;
+};
+TYPED_TEST_SUITE(TypedArrays, AsTestTypes<orvane::ElementKinds>::Type);
+
+TYPED_TEST(TypedArrays, anArrayFromABufferTellsItsShapeAndElements) {
+    const auto array = this->twoByThree();
+    EXPECT_EQ(array.getType(), arrayTypeOf<TypeParam>);
+    EXPECT_EQ(array.getDimensions(), (std::vector<unsigned long>{2, 3}));
+    EXPECT_EQ(array.getNumberOfElements(), 6u);
+    EXPECT_EQ(array.end() - array.begin(), 6);
+    for (unsigned long i = 0; i < 6; ++i) {
+        EXPECT_EQ(array.begin()[static_cast<std::ptrdiff_t>(i)], this->value(i));
+    }
+}
+
+TYPED_TEST(TypedArrays, writingASharedArrayLeavesTheOtherHandleItsElements) {
+    auto array = this->twoByThree();
+    const auto other = array;
+    EXPECT_EQ(std::as_const(array).begin().get(), other.begin().get()) << "reading took a copy";
+
+    auto element = array.begin();
+    EXPECT_NE(element.get(), other.begin().get());
+    EXPECT_EQ(this->elementsOf(array), this->elementsOf(other));
+    *element = this->value(1);
+    EXPECT_EQ(other.begin()[0], this->value(0));
+    EXPECT_EQ(array.useCount(), 1);
+    EXPECT_EQ(array.begin().get(), element.get()) << "the only owner took a copy";
+}
+
+TYPED_TEST(TypedArrays, releaseHandsOverTheVeryBufferOrACopyOfASharedOne) {
+    auto array = this->twoByThree();
+    const auto elements = this->elementsOf(array);
+    auto shared = array;
+    const auto copy = shared.release();
+    EXPECT_NE(copy.get(), std::as_const(array).begin().get());
+    EXPECT_EQ(std::vector<TypeParam>(copy.get(), copy.get() + 6), elements);
+    EXPECT_EQ(this->elementsOf(array), elements);
+
+    shared = TypedArray<TypeParam>(ArrayFactory().createScalar<TypeParam>({}));
+    const TypeParam* const address = std::as_const(array).begin().get();
+    const auto buffer = array.release();
+    EXPECT_EQ(buffer.get(), address);
+    EXPECT_EQ(std::vector<TypeParam>(buffer.get(), buffer.get() + 6), elements);
+}
+
+TYPED_TEST(TypedArrays, aHandleOfAnotherTypeIsRefusedAndLeavesTheSource) {
+    using Other = std::conditional_t<std::is_same_v<TypeParam, double>, float, double>;
+    Array array = this->twoByThree();
+    const auto refuses = [](auto&& make) {
+        try {
+            make();
+        } catch (const detail::ArrayException<orvane::Exception, ExceptionType::InvalidArrayType>& refusal) {
+            EXPECT_STREQ(refusal.what(), "Can't convert the Array to this TypedArray");
+            return true;
+        }
+        return false;
+    };
+    EXPECT_TRUE(refuses([&] { TypedArray<Other>{array}; }));
+    EXPECT_TRUE(refuses([&] { TypedArray<Other>{std::move(array)}; }));
+    EXPECT_EQ(array.useCount(), 1);
+    EXPECT_EQ(array.getNumberOfElements(), 6u);
+    const TypedArray<TypeParam> typed(std::move(array));
+    EXPECT_EQ(typed.useCount(), 1);
+    EXPECT_EQ(typed.begin()[5], this->value(5));
+}
+
+TYPED_TEST(TypedArrays, iteratorsServeStandardAlgorithms) {
+    auto array = this->twoByThree();
+    std::reverse(array.begin(), array.end());
+    const std::span elements(array.cbegin(), array.cend());
+    ASSERT_EQ(elements.size(), 6u);
+    for (unsigned long i = 0; i < 6; ++i) {
+        EXPECT_EQ(elements[i], this->value(5 - i));
+    }
+    auto iterator = array.begin();
+    const auto second = ++iterator;
+    EXPECT_EQ(iterator++, second);
+    EXPECT_EQ(--iterator, second);
+    EXPECT_EQ(second - array.begin(), 1);
+    EXPECT_LT(array.begin(), second);
+}
+
+TYPED_TEST(TypedArrays, anElementOfAComplexArrayIsWrittenThroughItsReference) {
+    if constexpr (ComplexArrayElement<TypeParam>) {
+        auto array = this->twoByThree();
+        const auto other = array;
+        const ReferenceHolder reference = array[4];
+        detail::setElement(reference.impl(), this->value(77), static_cast<int>(arrayTypeOf<TypeParam>));
+        EXPECT_EQ(std::as_const(array).begin()[4], this->value(77));
+        EXPECT_EQ(other.begin()[4], this->value(4));
+        EXPECT_THROW(array[6], std::exception);
+    } else {
+        static_assert(!requires(TypedArray<TypeParam> array) { array[0]; });
+    }
+}
+
+TEST(Arrays, theDefaultArrayIsEmpty) {
+    const Array array;
+    EXPECT_EQ(array.getType(), ArrayType::Double);
+    EXPECT_EQ(array.getDimensions(), (std::vector<unsigned long>{0, 0}));
+    const TypedArray<double> typed(array);
+    EXPECT_EQ(typed.begin(), typed.end());
+}
+
+TEST(Arrays, charactersHaveAHandleOfTheirOwn) {
+    const Array array = ArrayFactory().createScalar(u'x');
+    EXPECT_EQ(*CharArray(array).begin(), u'x');
+}
+
+} // namespace
