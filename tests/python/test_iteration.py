@@ -1,0 +1,105 @@
+"""Iteration and length."""
+
+from __future__ import annotations
+
+import gc
+import operator
+
+import pytest
+
+from support import TOO_MANY, each_kind, grid, nested, refused
+
+
+@each_kind
+def test_iteration_gives_what_subscripts_give(kind):
+    array = grid(2, 3, 4, kind=kind)
+    for view in (array, array[1], array[1][2], array[::-1], array[0][2:0:-1], array[1][1][::3]):
+        items = list(view)
+        assert len(items) == len(view) == view.size[0]
+        assert list(map(repr, items)) == [repr(view[i]) for i in range(len(view))]
+        assert all(type(x) is type(view[0]) for x in items)
+
+
+@pytest.mark.parametrize("shape", [(0, 3), (1, 0), (2, 0, 3), (3, 2, 0)])
+def test_lengths_of_zero(shape):
+    array = grid(*shape)
+    assert len(array) == len(list(array)) == shape[0]
+    assert all(item.size == shape[1:] for item in array)
+    assert list(grid(4, 2)[3:3]) == list(grid(4, 2)[0][1:1]) == []
+
+
+def test_an_exhausted_iterator_stays_so():
+    iterator = iter(grid(1, 2)[0])
+    assert iter(iterator) is iterator
+    assert [*iterator, *iterator] == [0.0, 1.0]
+    for _ in range(3):
+        with pytest.raises(StopIteration):
+            next(iterator)
+
+
+def test_the_items_share_storage_and_see_later_writes():
+    array = grid(3, 2)
+    for row in array:
+        row[0] = -row[0]
+    assert nested(array) == [[0.0, 3.0], [-1.0, 4.0], [-2.0, 5.0]]
+    walk = iter(array[0])
+    next(walk)
+    array[0][1] = 50
+    del array
+    gc.collect()
+    assert next(walk) == 50.0
+
+
+def test_membership_and_the_sequence_protocol_rest_on_iteration():
+    row = grid(1, 3)[0]
+    assert 2.0 in row
+    assert 3.0 not in row
+    assert operator.indexOf(row, 1.0) == 1
+    assert operator.countOf(row, 1) == 1
+    assert list(reversed(row)) == [2.0, 1.0, 0.0]
+    assert [*map(max, grid(2, 2), grid(2, 2)[::-1])] == [2.0, 3.0]
+
+
+def test_a_reshape_under_way_is_seen_through_the_old_indices():
+    array = grid(2, 3, 2)
+    walk, rows = iter(array), iter(array[0:2])
+    next(walk)
+    array.reshape(6, 2)  # the second item has the index 1 of a first dimension of 6
+    assert nested(next(walk)) == [1.0, 7.0]
+    assert [nested(row) for row in rows] == [[0.0, 6.0], [1.0, 7.0]]
+
+
+def test_an_iterator_whose_indices_outgrow_the_shape_is_exhausted():
+    array = grid(2, 2, 2, 2)
+    planes, vectors = iter(array[1]), iter(array[1][1])
+    elements = iter(array[1][1][1])
+    next(planes), next(vectors), next(elements)
+    array.reshape(4, 4)
+    whole = next(planes)  # two indices in two dimensions: nothing is left to subscript
+    assert (whole.size, str(whole), list(iter(whole))) == ((), "[]", [])
+    with refused(RuntimeError, TOO_MANY):
+        len(whole)
+    for iterator in (vectors, elements):
+        assert list(iterator) == []
+    array.reshape(2, 2, 2, 2)
+    assert list(vectors) == list(elements) == []
+
+
+def test_a_new_iteration_of_an_outdated_chain_says_so_and_gives_nothing(capfd):
+    array = grid(2, 2, 2)
+    view = array[1][1]
+    array.reshape(4, 2)
+    assert list(iter(view)) == []
+    assert capfd.readouterr().out == "numDims (3) >= numShapeDims (2)\n"
+
+
+def test_a_step_that_fails_has_consumed_its_position():
+    array = grid(4, 2)
+    column = array[3]
+    array.reshape(2, 2, 2).reshape(2, 4)
+    walk = iter(column)  # places 3, 5, 7 of the storage, then one beyond it
+    assert [next(walk) for _ in range(3)] == [3.0, 5.0, 7.0]
+    with refused(IndexError, "index has an invalid value: 3"):
+        next(walk)
+    with pytest.raises(StopIteration):
+        next(walk)

@@ -1,0 +1,202 @@
+"""The extension against the reference: random arrays, chains, assignments, reshapes, iterators.
+
+A program of operations runs on both. After every operation the two answers are compared (values,
+types of exceptions, their words, what is handed out) and then the whole content, byte by byte.
+`ORVANE_MODEL_EXAMPLES` sets how many programs run; a program has about fifteen operations.
+"""
+
+from __future__ import annotations
+
+import collections
+import math
+import os
+import random
+
+import pytest
+from hypothesis import HealthCheck, given, settings
+from hypothesis import strategies as st
+
+from reference.array import View
+from reference.elements import KINDS
+from reference.nested import without_trailing_ones
+from support import BIG, make, outcome
+
+EXAMPLES = int(os.environ.get("ORVANE_MODEL_EXAMPLES", "300"))
+
+lengths = st.sampled_from([0, 1, 1, 2, 2, 3, 3, 4, 5])
+shapes = st.lists(lengths, min_size=2, max_size=4).map(without_trailing_ones)
+bounds = st.none() | st.integers(-7, 7) | st.sampled_from([BIG, -BIG, 2**63 - 1, -(2**63)])
+steps = st.sampled_from([None, None, 1, -1, 2, -2, 3, -3, -1, 2**63 - 1, -BIG])
+slices = st.builds(slice, bounds, bounds, steps)
+# fmt: off
+strange = st.sampled_from([
+    BIG, -BIG, 2**63 - 1, -(2**63), None, 1.0, (0, 1), "x", ..., True, False,
+    slice(None, None, 0), slice("x"), slice(None, None, "x"), slice(1.5, None), slice(0, b"", None),
+])
+scalars = st.sampled_from([
+    0, 1, -1, 2, 77, 300, 2**40, 2**64, -(2**64), 1.5, -0.75, 1e300, math.inf, -math.inf, True,
+    1j, 3 - 4j, complex(500, 1), None, "5", b"7", [], {}, (),
+])
+names = st.sampled_from([
+    "get", "get", "get", "get", "set", "set", "set", "set", "set", "delete", "show", "iterate",
+    "start", "step", "step", "reshape", "clone", "export", "pickle", "compare", "part", "toarray",
+])
+recipes = st.sampled_from([
+    "fit", "fit", "fit", "flat", "short", "long", "scalar", "other", "nest", "ragged", "scalars",
+])
+# fmt: on
+subscripts = st.one_of(st.integers(-6, 5), st.integers(0, 2), slices, slices, strange)
+calls = st.tuples(names, st.integers(0, 7), subscripts, recipes, st.integers(0, 2**16), scalars)
+
+
+def fitting_shape(view, subscript):
+    """The shape of the right side that an assignment would most likely take."""
+    active = len(view.fixed)
+    rest = view.shape[active + 1 :]
+    try:
+        return [len(range(*subscript.indices(view.shape[active]))), *rest]
+    except (AttributeError, IndexError, TypeError, ValueError):
+        return rest
+
+
+def right_side(view, subscript, recipe, number, scalar):
+    kind, chance = view.storage.kind, random.Random(number)
+    shape = fitting_shape(view, subscript)
+    count = math.prod(shape)
+
+    def element(i):
+        real = i % 2 == 0 if kind.name == "logical" else (number + i) % 120
+        return complex(real, i % 50) if kind.is_complex and i % 3 else real
+
+    def nest(dims, first=0):
+        if not dims:
+            return element(first)
+        return [nest(dims[1:], first + i * math.prod(dims[1:])) for i in range(dims[0])]
+
+    if recipe in ("flat", "short", "long"):
+        excess = {"flat": 0, "short": -1 - number % 2, "long": 1 + number % 2}[recipe]
+        return chance.choice([list, tuple])(map(element, range(max(0, count + excess))))
+    if recipe == "nest":
+        return nest(chance.choices(range(4), k=1 + number % 3))
+    if recipe == "ragged":
+        return chance.choice([[[[], []], [[1], [2]]], [[1, 2], [3]], [1, []], [[[]], [1]]])
+    if recipe == "scalars":
+        return [scalar] * count
+    return nest(shape) if recipe == "fit" else scalar
+
+
+class Program:
+    """One array in the reference and in the extension, with what was derived from it."""
+
+    def __init__(self, kind, shape):
+        vector = [
+            i % 2 == 0 if kind.name == "logical" else i % 120 for i in range(math.prod(shape))
+        ]
+        if kind.is_complex:
+            vector = [complex(x, (x * 7) % 100) for x in vector]
+        self.reference = View.make(kind, vector=vector, size=shape)
+        self.extension = make(kind, vector=vector, size=shape)
+        self.handles = [(self.reference, self.extension)]
+        self.iterators = [(iter(self.reference), iter(self.extension))]
+
+    def run(self, name, handle, *details):
+        pair = self.handles[handle % len(self.handles)]
+        expected, got = map(outcome, getattr(self, name)(*pair, *details))
+        if expected[0] == got[0] == "gave" and isinstance(expected[2], View):
+            self.handles.append((expected[2], got[2]))
+            del self.handles[1:-7]
+            expected, got = (
+                (outcome(lambda a=a: a.size), outcome(lambda a=a: str(a)))
+                for a in (expected[2], got[2])
+            )
+        chain = (self.reference.shape, pair[0].fixed, pair[0].narrowed)
+        assert repr(got) == repr(expected), (name, chain, *details)
+        content = memoryview(self.extension)
+        assert (content.shape, content.tobytes(order="A")) == self.reference.export()
+
+    def get(self, ours, theirs, subscript, *_):
+        return [lambda a=a: a[subscript] for a in (ours, theirs)]
+
+    def set(self, ours, theirs, subscript, recipe, number, scalar):
+        value = right_side(ours, subscript, recipe, number, scalar)
+        pair = (value, value)
+        if recipe == "other":
+            pair = self.handles[number % len(self.handles)]
+        sides = zip((ours, theirs), pair, strict=True)
+        return [lambda a=a, v=v: a.__setitem__(subscript, v) for a, v in sides]
+
+    def delete(self, ours, theirs, subscript, *_):
+        return [lambda a=a: a.__delitem__(subscript) for a in (ours, theirs)]
+
+    def show(self, ours, theirs, *_):
+        asked = (repr, len, lambda a: a.size, lambda a: -1 in a, lambda a: [str(x) for x in a])
+        return [lambda a=a: [outcome(lambda q=q: q(a)) for q in asked] for a in (ours, theirs)]
+
+    def iterate(self, ours, theirs, *_):
+        return [lambda a=a: collections.deque(a, 1).pop() for a in (ours, theirs)]
+
+    def start(self, ours, theirs, *_):
+        self.iterators = [*self.iterators[-3:], (iter(ours), iter(theirs))]
+        return [lambda: None] * 2
+
+    def step(self, _ours, _theirs, _subscript, _recipe, number, _scalar):
+        return [lambda i=i: next(i) for i in self.iterators[number % len(self.iterators)]]
+
+    def reshape(self, ours, theirs, _subscript, recipe, number, scalar):
+        dims = random.Random(number).sample(self.reference.shape, k=len(self.reference.shape))
+        if recipe == "long":
+            dims = [dims[0] * dims[1], 1, *dims[2:], 1]
+        elif recipe == "short":
+            dims = [dims[0], math.prod(dims[1:])]
+        elif recipe == "ragged":
+            dims = [[2, scalar], [2**32, 2**32], [-1, 2], [6], [], [True, True]][number % 6]
+        args = dims if number % 2 else [dims]
+        keywords = {"order": "F"} if number % 17 == 0 else {}
+        return [lambda a=a: a.reshape(*args, **keywords) for a in (ours, theirs)]
+
+    def clone(self, ours, theirs, *_):
+        return ours.clone, theirs.clone
+
+    def export(self, ours, theirs, *_):
+        def exported():
+            view = memoryview(theirs)
+            return view.shape, view.tobytes(order="A")
+
+        return ours.export, exported
+
+    def pickle(self, ours, theirs, *_):
+        return ours.reduce, lambda: theirs.__reduce__()[1]
+
+    def compare(self, ours, theirs, _subscript, _recipe, number, _scalar):
+        other = self.handles[number % len(self.handles)]
+        return lambda: ours.equals(other[0]), lambda: theirs == other[1]
+
+    def part(self, ours, theirs, _subscript, _recipe, number, _scalar):
+        name = ("real", "imag", "noncomplex")[number % 3]
+        return lambda: ours.part(name), lambda: list(getattr(theirs, name)())
+
+    def toarray(self, ours, theirs, *_):
+        return ours.toarray, theirs.toarray
+
+
+@pytest.mark.timeout(0)
+def test_programs_agree(capfd):
+    counts = collections.Counter()
+
+    @settings(max_examples=EXAMPLES, suppress_health_check=list(HealthCheck))
+    @given(st.sampled_from(KINDS), shapes, st.lists(calls, min_size=6, max_size=30))
+    def run(kind, shape, program):
+        running = Program(kind, shape)
+        parts = ("real", "imag") if kind.is_complex else ("noncomplex",)
+        for name, *details in program:
+            running.run(name, *details)
+            counts[name] += 1
+        for part in parts:  # read from the library's array, where the rest is read from the mirror
+            got = list(getattr(running.extension, part)())
+            assert repr(got) == repr(running.reference.part(part))
+        capfd.readouterr()  # iterating a chain that a reshape outdated writes a line
+
+    run()
+    with capfd.disabled():
+        told = ", ".join(f"{name} {count}" for name, count in sorted(counts.items()))
+        print(f"\n{sum(counts.values())} operations without a difference: {told}")
