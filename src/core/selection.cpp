@@ -8,7 +8,7 @@ namespace orvane::python {
 
 namespace {
 
-using Wide = __int128;
+__extension__ using Wide = __int128;
 
 bool liesInside(const Selection& selection) {
     Wide lowest = selection.origin;
