@@ -13,7 +13,6 @@ void getDimensions(impl::ArrayImpl* array, unsigned long* numDims, unsigned long
 unsigned long getNumberOfElements(impl::ArrayImpl* array) noexcept;
 int getType(impl::ArrayImpl* array, int* type) noexcept;
 bool unshare(impl::ArrayImpl* array, bool isUnique, impl::ArrayImpl** copy) noexcept;
-/// Identical types are convertible and no others are.
 int typesAreConvertible(int wantedType, int actualType, bool* convertible) noexcept;
 int release(impl::ArrayImpl* array, bool isUnique, void** buffer, detail::BufferDeleter* deleter) noexcept;
 

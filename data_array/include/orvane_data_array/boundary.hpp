@@ -115,6 +115,7 @@ using BoundaryFunctions = std::tuple<
                      int(impl::ArrayImpl* array, unsigned long index, ReferenceImpl** out)>,
     BoundaryFunction<FunctionType::ArrayBeginFallback, IteratorImpl*(impl::ArrayImpl* array, bool forWriting)>,
     BoundaryFunction<FunctionType::ArrayEndFallback, IteratorImpl*(impl::ArrayImpl* array, bool forWriting)>,
+    /// A type is convertible to itself and to no other.
     BoundaryFunction<FunctionType::TypesAreConvertible, int(int wantedType, int actualType, bool* convertible)>,
     /// Hands the buffer over together with its deleter: the array's own buffer if it is unique, otherwise
     /// a copy. The array that gave its own away is no longer to be read.
