@@ -1,0 +1,106 @@
+"""Any object at all, thrown at the surface: nothing but known exceptions, and intact arrays after."""
+
+from __future__ import annotations
+
+import array
+import fractions
+
+import numpy
+from hypothesis import given, settings
+from hypothesis import strategies as st
+
+import orvane
+from reference.elements import KINDS
+from support import BIG, KNOWN_ERRORS, NAMES, Exporter, grid, make, nested, stored_bytes
+
+BOUNDARY = [0, -1, 1, 2**31, 2**63 - 1, 2**63, -(2**63), -(2**63) - 1, 2**64 - 1, BIG, -BIG]
+
+
+class Lying:
+    """A sequence whose length and items do not fit together."""
+
+    def __init__(self, length, items):
+        self.length, self.items = length, items
+
+    def __len__(self):
+        return self.length
+
+    def __getitem__(self, i):
+        return self.items[i]
+
+
+class Indexed:
+    def __index__(self):
+        return 1
+
+
+numbers = st.one_of(
+    st.integers(), st.floats(), st.complex_numbers(), st.booleans(), st.sampled_from(BOUNDARY)
+)
+leaves = st.one_of(
+    numbers,
+    st.none(),
+    st.text(max_size=3),
+    st.binary(max_size=9),
+    st.builds(object),
+    st.builds(Indexed),
+    st.fractions(),
+    st.sampled_from([int, ..., NotImplemented, fractions, b"", bytearray(3), memoryview(b"12345678")]),
+    st.slices(4),
+    st.builds(grid, st.integers(0, 3), st.integers(0, 3), kind=st.sampled_from(KINDS)),
+    st.builds(lambda a: a[0:1], st.just(grid(3, 2))),
+    st.builds(array.array, st.sampled_from("bBhHiIlLqQfd"), st.just([1, 2])),
+    st.builds(numpy.zeros, st.lists(st.integers(0, 3), max_size=3), st.sampled_from("?bHiQfdFDeO")),
+    st.builds(Exporter, st.binary(max_size=32), st.sampled_from(["d", "Zd", "b", "?", "", None, "é"]),
+              st.integers(-1, 16)),
+)  # fmt: skip
+things = st.recursive(
+    leaves,
+    lambda inner: st.one_of(
+        st.lists(inner, max_size=3),
+        st.lists(inner, max_size=3).map(tuple),
+        st.dictionaries(
+            st.sampled_from(["size", "vector", "is_complex", "x", 1]), inner, max_size=2
+        ),
+        st.builds(Lying, st.integers(0, 4), st.lists(inner, max_size=3)),
+        st.sets(st.integers(), max_size=2),
+    ),
+    max_leaves=8,
+)
+keywords = st.dictionaries(
+    st.sampled_from(["initializer", "size", "vector", "is_complex"]), things, max_size=4
+)
+
+
+def survives(call):
+    try:
+        return call()
+    except KNOWN_ERRORS as error:
+        assert type(error) is not SystemError
+        return None
+
+
+@settings(max_examples=1500)
+@given(st.sampled_from(NAMES), st.lists(things, max_size=3), keywords)
+def test_constructors(name, positional, keyword):
+    made = survives(lambda: getattr(orvane, name)(*positional, **keyword))
+    if made is not None:
+        assert len(stored_bytes(made)) == made.buffer_info()[1] * made.itemsize
+        assert str(made) == str(nested(made)).replace(" ", "")
+
+
+@settings(max_examples=1500)
+@given(st.sampled_from(KINDS), things | st.integers(-3, 3) | st.slices(3), things, things)
+def test_subscripts_and_methods(kind, subscript, value, other):
+    a = make(kind, size=(3, 2, 2))
+    targets = [a, a[1], a[1][0], a[::-1], a[0:0], a[2][1][::-1]]
+    for view in targets:
+        survives(lambda v=view: v[subscript])
+        survives(lambda v=view: v.__setitem__(subscript, value))
+        survives(lambda v=view: v.__delitem__(subscript))
+        assert (view == other) in (True, False)
+    survives(lambda: a.reshape(value, other))
+    survives(lambda: a.reshape(value))
+    assert a.size == (3, 2, 2) or a.buffer_info()[1] == 12
+    for view in targets:
+        survives(lambda v=view: (str(v), v.clone(), memoryview(v), v.__reduce__(), len(v)))

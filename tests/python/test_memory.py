@@ -1,0 +1,198 @@
+"""Every operation, repeated, leaves the process's memory where it was.
+
+Python objects are counted by the interpreter's allocator, everything else by what glibc says is
+handed out; neither depends on how fast memory goes back to the system.
+"""
+
+from __future__ import annotations
+
+import array
+import copy
+import ctypes
+import gc
+import os
+import pickle
+import sys
+from pathlib import Path
+
+import numpy
+import pytest
+
+import orvane
+from support import BIG, Exporter, evaluate, grid
+
+REPETITIONS = 10_000
+
+
+class HeapUse(ctypes.Structure):
+    """The `mallinfo2` of glibc."""
+
+    _fields_ = tuple((f"field{i}", ctypes.c_size_t) for i in range(10))
+
+    def in_use(self) -> int:
+        """Bytes in blocks that have not been freed, those mapped one by one included."""
+        return self.field7 + self.field4
+
+
+try:
+    heap_use = ctypes.CDLL(None).mallinfo2
+    heap_use.restype = HeapUse
+except AttributeError:
+    heap_use = None
+
+measured = pytest.mark.skipif(
+    heap_use is None
+    or sys.getallocatedblocks() == 0
+    or "libasan" in os.environ.get("LD_PRELOAD", ""),
+    reason="needs glibc's counts and the interpreter's own allocator",
+)
+
+
+def in_use() -> tuple[int, int]:
+    gc.collect()
+    return sys.getallocatedblocks(), heap_use().in_use()
+
+
+READS = """
+a[1][2]; z[0][0]; a[0:1][0]; a[::-1][1:][0][1]; len(a); a.size; a.itemsize; a[0].size
+a[1][2:][::-1]; list(a); [x for row in a for x in row]; [x for row in z for x in row]; iter(a)
+next(iter(a[0])); str(a); repr(z); str(a[0:1]); a == a; a != z; a == b; a[0] == b[0]; a == 5
+z == z; h == h; a.clone(); a[0].clone(); fresh(a)[1:].clone(); memoryview(a)
+memoryview(fresh(a)[0]); bytes(a[0:1]); a[0].toarray(); z.real(); z._imag; a.noncomplex()
+a._data; a.buffer_info(); a.get_bytewise_strides(); a.reshape(3, 2).reshape(2, 3)
+a.__reduce__(); z.__reduce__(); copy.copy(a); copy.deepcopy(z); pickle.loads(pickle.dumps(a))
+a.tomemoryview(); hasattr(a, "_is_complex"); 5.0 in a[0]; double(); double(5)
+double([[1, 2], [3, 4]]); double([1, 2], (2, 1)); double(size=(2, 2)); h.clone()
+double(vector=[1, 2, 3]); double(vector=range(4), size=(2, 2)); double(buffer)
+double(rows, size=(2, 2)); double({"initializer": [1.0], "is_complex": True}); double({}, [1])
+double(a); int8(b"ab"[:0]); uint8(b"ab"); double([[1j, 2]], is_complex=True)
+logical([0.5, None is None]); double(Told([1, 2])); double([Told([1])]); double(exporter)
+str(line); a.reshape(6, 1).reshape(2, 3)
+"""
+
+WRITES = """
+a[0][1] = 5; a[0] = [0, 1, 2]; a[0:1] = [[0, 1, 2]]; a[0][0:2] = (0, 1); z[0][0] = 1j
+z[0] = [1j, None]; a[0] = b[0]; a[::-1] = a; a[1:2][0] = Told([1, 2, 3]); a[0][1:][0:2] = [3, 4]
+shared[0][0] = 7
+"""
+
+FAILURES = """
+double("x"); double([1, [2]]); double([[1, 2], [3]]); double([None]); double([1, BIG])
+double(5, "x"); double(vector=[None]); double(vector=5); double([1, 2], (3,))
+double([[1], [2]], (1, 2)); double(size=(-1,)); double(shape=1); double(is_complex=1)
+logical(is_complex=True); double(size=(10**9, 10**9)); double(b"ab"); double({"shape": 1})
+double({"is_complex": 1}, 5); double(Failing([1, 2])); double([Failing([1])])
+double(numpy.zeros((4, 4))[::2]); double(uneven); double([[[], []], [[1], [2]]])
+double(vector=[[1]]); a[9]; a[0][9]; a["x"]; a[BIG]; a[::0]; a["x":]; a.real(); z.noncomplex()
+z._data; a._imag; a < a; a.reshape(5); a.reshape(5, 5); a.reshape(2, 3, x=1); a[0].reshape(6, 1)
+a.reshape(Failing([2, 3])); a[0] = 5; a[0:1] = 5; a[0:2] = []; a[0][0] = "x"; a[0] = [1, "x"]
+a[0][0:2] = [1]; a[0] = Failing([1, 2]); del a[0][0]; del a[0]; a[0:1] = [[1], [[2]]]; a[9] = 1
+str(column); list(iter(column)); column == row; column.clone(); column.__reduce__()
+memoryview(column); len(line); line[0]; line[0] = 1; list(a[0][5])
+"""
+
+
+class Told(list):
+    """Read by its methods, not as a list."""
+
+    def __getitem__(self, i):
+        return super().__getitem__(i)
+
+
+class Failing(list):
+    def __getitem__(self, i):
+        raise KeyError(i)
+
+
+def names():
+    outdated, flat = grid(2, 2, 2), grid(4, 2)
+    line, column = outdated[1][1], flat[3]
+    outdated.reshape(4, 2)
+    flat.reshape(2, 4)
+    shared = grid(1, 2)
+    return {
+        "a": grid(2, 3), "b": grid(2, 3, first=1), "line": line, "column": column, "shared": shared,
+        "row": orvane.double([3, 5, 7, 0])[0], "held": shared.clone(), "fresh": lambda a: a[:],
+        "h": orvane.double(size=(0, 2**40)), "z": orvane.double([[1, 2j]], is_complex=True),
+        "buffer": array.array("d", [1.0, 2.0]), "rows": numpy.arange(4.0).reshape(2, 2),
+        "exporter": Exporter(bytes(16), "d", 8), "uneven": Exporter(bytes(12), "d", 8),
+        "Told": Told, "Failing": Failing, "numpy": numpy, "copy": copy, "pickle": pickle,
+    }  # fmt: skip
+
+
+LOOP = """
+def repeat(times):
+    for _ in range(times):
+        try:
+            {}
+        except Exception:
+            pass
+"""
+
+
+def statements(text):
+    return [s.strip() for line in text.strip().splitlines() for s in line.split(";")]
+
+
+@measured
+@pytest.mark.parametrize("text", [READS, WRITES, FAILURES], ids=["reads", "writes", "failures"])
+def test_repetition_costs_no_memory(text):
+    space = {**vars(orvane), "BIG": BIG, **names()}
+    leaks = []
+    for statement in statements(text):
+        exec(LOOP.format(statement), space)
+        space["repeat"](50)
+        before = in_use()
+        space["repeat"](REPETITIONS)
+        blocks, heap = (now - then for now, then in zip(in_use(), before, strict=True))
+        if blocks > REPETITIONS / 100 or heap > REPETITIONS:
+            leaks.append(f"{statement}: {blocks} blocks, {heap} bytes")
+    assert leaks == []
+    assert space["exporter"].open_views == space["uneven"].open_views == 0
+
+
+def test_failing_toarray_costs_no_memory(capfd):
+    z = orvane.double([[1j]], is_complex=True)[0]
+    if heap_use is None:
+        pytest.skip("needs glibc's counts")
+    counts = []
+    for _ in range(3):
+        for _ in range(300):
+            with pytest.raises(RuntimeError):
+                z.toarray()
+        capfd.readouterr()
+        counts.append(in_use()[0])
+    assert counts[2] - counts[1] < 100
+
+
+def address_space() -> int:
+    return int(Path("/proc/self/statm").read_text().split()[0]) * os.sysconf("SC_PAGE_SIZE")
+
+
+@pytest.mark.skipif(not Path("/proc/self/statm").exists(), reason="needs Linux")
+@pytest.mark.parametrize(
+    "use",
+    [
+        "a[5][7]",
+        "next(iter(a))",
+        "a == a[0:1]",
+        "a.clone()",
+        "memoryview(a)[0, 0]",
+        "a[0:2].tomemoryview()",
+        "a.reshape(1000, 2000)",
+        "a._data",
+        "a[0][0:2]",
+    ],
+)
+def test_large_arrays_give_their_memory_back(use):
+    def once():
+        a = orvane.double(size=(2000, 1000))
+        a[0][0] = 1
+        evaluate(use, a=a)
+
+    once()
+    gc.collect()
+    before = address_space()
+    for _ in range(12):
+        once()
+    assert address_space() - before < 64 << 20  # twelve arrays with their mirrors are 384 MB

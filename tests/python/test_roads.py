@@ -1,0 +1,118 @@
+"""What is computed on native elements equals what the road through Python objects gives.
+
+Arrays of awkward elements come in through buffers, bit by bit, and go through cloning, export of
+views, comparison, `toarray` and `__reduce__`.
+"""
+
+from __future__ import annotations
+
+import array
+import math
+import struct
+
+import pytest
+
+from reference.array import Storage, View
+from support import KIND_OF, Exporter, each_kind, from_stored, make, nested, outcome, stored_bytes
+
+FLOATS = [
+    *(0.0, -0.0, 1.0, -1.5, math.inf, -math.inf, math.nan, 5e-324, -2.2250738585072014e-308),
+    *(1.7976931348623157e308, 0.1, 2.0**53 + 2, 1e16, 123456.789, -1e-5),
+]
+SINGLES = [
+    *(0.0, -0.0, 1.0, -1.5, math.inf, -math.inf, math.nan, 2.0**-149, -(2.0**-126)),
+    *(3.4028234663852886e38, -3.4028234663852886e38, 16777216.0, 0.5, 2.0**-10, -7.0),
+]
+WIDE = [2**53 - 1, 2**53, 2**53 + 1, 2**62 + 1, 2**63 - 1025, 2**63 - 513, 2**63 - 512, 2**63 - 1]
+
+
+def awkward_parts(element):
+    if element.name == "logical":
+        return [True, False, False, True]
+    if not element.is_integer:
+        return FLOATS if element.name == "double" else SINGLES
+    wide = [2**63, 2**64 - 2049, 2**64 - 1025, 2**64 - 1024] if element.name == "uint64" else []
+    signed = [-w for w in WIDE] if element.low else []
+    parts = [element.low, element.low + 1, 0, 1, 7, element.high - 1, element.high]
+    return parts + ([*WIDE, *wide, *signed] if element.size == 8 else [])
+
+
+def awkward(kind):
+    """Lists of twelve elements that together hold every awkward part in every role."""
+    parts = awkward_parts(kind.element)
+    elements = list(zip(parts, parts[3:] + parts[:3], strict=True)) if kind.is_complex else parts
+    elements += elements[::-1] + [kind.zero] * (-2 * len(elements) % 12)
+    runs = [elements[i : i + 12] for i in range(0, len(elements), 12)]
+    return runs + [[e, kind.zero] * 6 for e in elements[: len(parts)]]
+
+
+CHAINS = ["a", "a[0]", "a[1:]", "a[::-1]", "a[1][2:0:-1]", "a[0][1]", "a[0][1][1:]", "a[2:2]"]
+
+
+@each_kind
+@pytest.mark.parametrize("chain", CHAINS)
+def test_materialising_is_the_long_road(kind, chain):
+    for stored in awkward(kind):
+        ours = eval(chain, {"a": from_stored(kind, stored, 2, 3, 2)})
+        theirs = eval(chain, {"a": View(Storage(kind, [2, 3, 2], list(stored)))})
+
+        def cloned(ours=ours):
+            clone = ours.clone()
+            return clone.size, stored_bytes(clone)
+
+        def expected(theirs=theirs):
+            clone = theirs.materialise()
+            return tuple(clone.shape), clone.pack()
+
+        assert outcome(cloned) == outcome(expected)
+        assert outcome(lambda: stored_bytes(ours)) == outcome(lambda: theirs.export()[1])  # noqa: B023
+        assert repr(ours.__reduce__()[1]) == repr(theirs.reduce())
+        assert str(ours) == str(theirs)
+        if not kind.is_complex and chain.count("[") - chain.count(":") == 2:
+            code = "B" if kind.name == "logical" else kind.format
+            assert repr(ours.toarray()) == repr(array.array(code, nested(ours)))
+
+
+@each_kind
+def test_comparison_is_that_of_the_elements_as_python_objects(kind):
+    runs = awkward(kind)
+    for one in runs:
+        for other in (one, one[::-1], runs[0], runs[-1]):
+            a, b = (from_stored(kind, stored, 3, 4) for stored in (one, other))
+            assert (a == b) is (nested(a) == nested(b) and not _holds_nan(a))
+            assert (a[1] != b[1]) is (nested(a[1]) != nested(b[1]) or _holds_nan(a[1]))
+
+
+def _holds_nan(a):
+    return "nan" in str(a)
+
+
+@each_kind
+def test_real_and_complex_elements_compare_across(kind):
+    if kind.is_complex:
+        return
+    partner = KIND_OF.get("Z" + kind.format)
+    if partner is None:
+        return
+    for run in awkward(kind):
+        for i, part in enumerate(run):
+            real = from_stored(kind, [part])
+            pair = from_stored(partner, [(part, partner.zero[1])])
+            tilted = from_stored(partner, [(part, run[i - 1])])
+            for other in (pair, tilted):
+                equal = kind.read(part) == other[0][0]
+                assert (real == other, other == real) == (equal, equal)
+
+
+def test_bits_of_single():
+    """Minus infinity becomes plus infinity, a signalling NaN is quieted, in both parts."""
+    bits = [0x7F800001, 0xFF800000, 0xFFC00005, 0x80000001, 0x7F800000]
+    quiet = [0x7FC00001, 0x7F800000, 0xFFC00005, 0x80000001, 0x7F800000]
+    data, expected = (struct.pack("=5I", *x) for x in (bits, quiet))
+    for kind, repeats in ((KIND_OF["f"], 1), (KIND_OF["Zf"], 2)):
+        buffer = Exporter(
+            data * repeats, kind.format, kind.size, (5, 1), (kind.size, 5 * kind.size)
+        )
+        a = make(kind, buffer)
+        assert stored_bytes(a) == data * repeats
+        assert stored_bytes(a.clone()) == stored_bytes(a[0:5]) == expected * repeats
