@@ -54,6 +54,8 @@ private:
     std::optional<Array> createZeroFilled();
 
     // The ways in which an initializer is read.
+    template <class Read>
+    bool readByShortCut(std::span<const std::size_t> extents, Read&& read);
     bool readRegularInitializer(PyObject* initializer);
     bool readRange(PyObject* initializer);
     bool processForeignBuffer(PyObject* exporter);
@@ -80,7 +82,6 @@ private:
     std::optional<data::ArrayFactory> m_factory;
     std::optional<data::Buffer<T>> m_buffer;
     ElementStore<T> m_elements;
-    bool m_reserved = false;             ///< `m_elements` has been given its room
     std::size_t m_requestedElements = 0; ///< what memory was last asked for, for the words of a refusal
 };
 

@@ -55,6 +55,21 @@ bool readIntegerAs(PyObject* integer, Real& element) noexcept {
     return false;
 }
 
+/// Stores a `float` in an element. False where the type refuses floats and where the number does not fit.
+template <class T, bool isConstruction = true>
+bool storeFloat(double value, T& element) noexcept {
+    if constexpr (std::is_same_v<T, bool>) {
+        element = value != 0.0;
+        return isConstruction;
+    } else if constexpr (isComplexElement<T> || std::is_floating_point_v<T>) {
+        const auto part = narrowPart<RealElement<T>>(value);
+        element = T(part.value_or(RealElement<T>{}));
+        return part.has_value();
+    } else {
+        return false;
+    }
+}
+
 /// The quick half of `convertToElement`, for values of exactly the types `float`, `int`, `bool` and `complex`, and
 /// for `None` where that is an element. False, with no reason given, for everything that it leaves to the full
 /// conversion, faults included; where it answers, the full conversion would answer the same. No code of the
@@ -62,24 +77,9 @@ bool readIntegerAs(PyObject* integer, Real& element) noexcept {
 template <class T, bool isConstruction = true>
 inline bool convertExactNumber(PyObject* value, T& element) noexcept {
     using Real = RealElement<T>;
-    constexpr bool acceptsAnyNumber = isComplexElement<T> || (std::is_same_v<T, bool> && isConstruction);
-    constexpr bool acceptsFloats = acceptsAnyNumber || std::is_floating_point_v<T>;
-
     const PyTypeObject* type = Py_TYPE(value);
-    if constexpr (acceptsFloats) {
-        if (type == &PyFloat_Type) {
-            const double number = PyFloat_AS_DOUBLE(value);
-            if constexpr (std::is_same_v<T, bool>) {
-                element = number != 0.0;
-            } else {
-                const auto part = narrowPart<Real>(number);
-                if (!part)
-                    return false;
-                element = T(*part);
-            }
-            return true;
-        }
-    }
+    if (type == &PyFloat_Type)
+        return storeFloat<T, isConstruction>(PyFloat_AS_DOUBLE(value), element);
     if (type == &PyLong_Type || type == &PyBool_Type) {
         Real part;
         if (!readIntegerAs(value, part))
@@ -87,26 +87,18 @@ inline bool convertExactNumber(PyObject* value, T& element) noexcept {
         element = T(part);
         return true;
     }
-    if constexpr (acceptsAnyNumber) {
+    if constexpr (isComplexElement<T>) {
         if (type == &PyComplex_Type) {
             const Py_complex number = reinterpret_cast<PyComplexObject*>(value)->cval;
-            if constexpr (std::is_same_v<T, bool>) {
-                element = number.real != 0.0 || number.imag != 0.0;
-            } else {
-                const auto real = narrowPart<Real>(number.real);
-                const auto imaginary = narrowPart<Real>(number.imag);
-                if (!real || !imaginary)
-                    return false;
-                element = T(*real, *imaginary);
-            }
+            const auto real = narrowPart<Real>(number.real);
+            const auto imaginary = narrowPart<Real>(number.imag);
+            if (!real || !imaginary)
+                return false;
+            element = T(*real, *imaginary);
             return true;
         }
-    }
-    if constexpr (isComplexElement<T>) {
-        if (value == Py_None) {
-            element = T();
-            return true;
-        }
+        element = T();
+        return value == Py_None;
     }
     return false;
 }

@@ -1,0 +1,353 @@
+// The definitions of `FinalConstructorParser`, for the few sources that instantiate it.
+#pragma once
+
+#include "construction/constructor_parser.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <new>
+#include <span>
+#include <stdexcept>
+#include <string>
+
+#include "construction/buffer_initializer.hpp"
+#include "construction/create_array.hpp"
+#include "construction/element_conversion.hpp"
+#include "construction/flat_sequence.hpp"
+#include "construction/nested_walk.hpp"
+#include "construction/regular_nesting.hpp"
+#include "construction/reorder.hpp"
+#include "core/layout.hpp"
+#include "module/vocabulary/boundary.hpp"
+#include "module/vocabulary/error_state.hpp"
+#include "module/vocabulary/own_array.hpp"
+#include "module/vocabulary/py_ref.hpp"
+#include "module/vocabulary/python_values.hpp"
+
+namespace orvane::python {
+
+namespace detail {
+
+/// MemoryError in the words of a construction. A count that no 64-bit number holds is written as the largest.
+bool raiseUnableToAllocate(std::optional<std::size_t> count, const char* typeName);
+/// The number of elements that extents make, also beyond the signed 64-bit range.
+std::optional<std::size_t> wideProduct(const Dims& dims) noexcept;
+
+template <class T>
+inline constexpr const char* typeName = elementRow<T>.name.data();
+/// As many elements as have a size in bytes that a signed 64-bit integer holds.
+template <class T>
+inline constexpr std::size_t maxElements = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(T);
+
+/// The transfer that elements of a foreign buffer need: bytes of logical elements may hold any value there.
+template <class T>
+inline constexpr Transfer foreignTransfer = std::is_same_v<T, bool> ? Transfer::TruthValues : Transfer::Bytewise;
+
+} // namespace detail
+
+template <class T>
+std::optional<data::TypedArray<T>> createArrayFromConstructorArgs(const ConstructorArguments& arguments) {
+    return FinalConstructorParser<T>().processConstructorArgsAndKwargs(arguments);
+}
+
+// ---- Which form it is ----
+
+template <class T>
+auto FinalConstructorParser<T>::processConstructorArgsAndKwargs(const ConstructorArguments& arguments)
+    -> std::optional<Array> {
+    const auto& [initializer, size, vector, isComplex, vectorByKeyword] = arguments;
+    const bool hasInitializer = !pyObjectIsEmpty(initializer);
+    const bool hasVector = !pyObjectIsEmpty(vector);
+    const bool hasSize = !pyObjectIsEmpty(size);
+    if (hasInitializer && hasVector) {
+        setError(PyExc_TypeError,
+                 vectorByKeyword
+                     ? "initializer and 'vector' must not both be specified."
+                     : "more than two positional arguments must not be specified. A third will be treated as "
+                       "'vector', which must not be specified when an initializer is specified.");
+        return std::nullopt;
+    }
+    return guarded([&]() -> std::optional<Array> {
+        if (hasSize) {
+            if (!m_shape.processSizeKwarg(size) || !setDimsAndReserve(hasInitializer || hasVector))
+                return std::nullopt;
+        } else if (!hasInitializer && !hasVector) {
+            m_shape.setSizeDims({0, 0});
+        }
+        if (hasVector ? !processVectorKwarg(vector) : hasInitializer && !processInitializerKwarg(initializer))
+            return std::nullopt;
+        if (!m_buffer)
+            return factory().template createArray<T>(governingDims());
+        return factory().template createArrayFromBuffer<T>(governingDims(), *std::move(m_buffer));
+    });
+}
+
+template <class T>
+template <class Step>
+auto FinalConstructorParser<T>::guarded(Step&& step) -> decltype(step()) {
+    try {
+        return step();
+    } catch (const std::bad_alloc&) {
+        detail::raiseUnableToAllocate(m_requestedElements, detail::typeName<T>);
+    } catch (const std::length_error&) {
+        detail::raiseUnableToAllocate(m_requestedElements, detail::typeName<T>);
+    } catch (const OutOfMemory&) {
+        detail::raiseUnableToAllocate(m_requestedElements, detail::typeName<T>);
+    } catch (const std::exception& refusal) {
+        setError(PyExc_RuntimeError, refusal.what());
+    }
+    return {};
+}
+
+// ---- Memory ----
+
+template <class T>
+bool FinalConstructorParser<T>::setDimsAndReserve(bool valuesFollow) {
+    const auto count = detail::wideProduct(governingDims());
+    if (!count || *count > detail::maxElements<T>)
+        return detail::raiseUnableToAllocate(count, detail::typeName<T>);
+    m_requestedElements = *count;
+    if (valuesFollow)
+        bufferFor(*count);
+    return true;
+}
+
+template <class T>
+bool FinalConstructorParser<T>::reserveElements(std::optional<std::size_t> count) {
+    if (!count)
+        return detail::raiseUnableToAllocate(count, detail::typeName<T>);
+    m_requestedElements = *count;
+    m_elements.reserve(*count);
+    return true;
+}
+
+template <class T>
+T* FinalConstructorParser<T>::bufferFor(std::size_t count) {
+    if (!m_buffer && count != 0) {
+        m_requestedElements = count;
+        if (count > detail::maxElements<T>)
+            throw std::bad_array_new_length();
+        m_buffer = factory().template createBuffer<T>(count);
+    }
+    return m_buffer ? m_buffer->get() : nullptr;
+}
+
+template <class T>
+data::ArrayFactory& FinalConstructorParser<T>::factory() {
+    if (!m_factory)
+        m_factory.emplace();
+    return *m_factory;
+}
+
+// ---- vector ----
+
+template <class T>
+bool FinalConstructorParser<T>::processVectorKwarg(PyObject* vector) {
+    if (!PySequence_Check(vector)) {
+        setError(PyExc_ValueError, "value of 'vector' must be a sequence.");
+        return false;
+    }
+    if (pyObjectIsUnicodeOrString(vector)) {
+        setError(PyExc_ValueError, "value passed to 'vector' must be numeric.");
+        return false;
+    }
+    const Py_ssize_t length = PySequence_Size(vector);
+    if (length < 0)
+        return false;
+    Dims& found = m_shape.initializerDims();
+    if (!m_shape.isSizeGiven())
+        found.push_back(1);
+    found.push_back(static_cast<std::size_t>(length));
+    if (!m_shape.checkInitializerDimsAgainstSize())
+        return false;
+    T* target = bufferFor(static_cast<std::size_t>(length));
+    return readFlatSequence(vector, length, target) || readVectorItems(vector, length, target);
+}
+
+template <class T>
+bool FinalConstructorParser<T>::readVectorItems(PyObject* vector, Py_ssize_t length, T* target) {
+    for (Py_ssize_t i = 0; i < length; ++i) {
+        const PyRef item = PyRef::steal(PySequence_GetItem(vector, i));
+        if (!item) {
+            setError(PyExc_RuntimeError, "item " + std::to_string(i) + " could not be retrieved.");
+            return false;
+        }
+        if (PySequence_Check(item.get())) {
+            setError(PyExc_TypeError, "value of 'vector' must be an unnested sequence.");
+            return false;
+        }
+        const ElementResult<T> result = convertToElement<T>(item.get(), true);
+        if (!result.hasValue) {
+            setError(PyExc_ValueError, result.message); // whatever the type on record
+            return false;
+        }
+        target[i] = result.value;
+    }
+    return true;
+}
+
+// ---- initializer ----
+
+template <class T>
+bool FinalConstructorParser<T>::processInitializerKwarg(PyObject* initializer) {
+    if (pyObjectIsUnicodeOrString(initializer)) {
+        setError(PyExc_ValueError, "value passed to initializer must be numeric.");
+        return false;
+    }
+    if (readRegularInitializer(initializer) || readRange(initializer))
+        return true;
+    if (PyObject_CheckBuffer(initializer) && !OCPyArray_Check(initializer))
+        return processForeignBuffer(initializer);
+    return walkInitializer(initializer);
+}
+
+template <class T>
+bool FinalConstructorParser<T>::settleDims(std::size_t count) {
+    if (!m_shape.completeOneDimensionalDims(count))
+        return false;
+    m_shape.dropTrailingOnes();
+    return m_shape.checkInitializerDimsAgainstSize();
+}
+
+/// The walk, which collects the elements in row-major order, and their transfer to the array's block.
+template <class T>
+bool FinalConstructorParser<T>::walkInitializer(PyObject* initializer) {
+    if (!walkNestedInitializer(initializer, true) || !settleDims(m_elements.size()))
+        return false;
+    if (T* target = bufferFor(m_elements.size()))
+        reorderToColumnMajor(target, m_elements.data(), m_shape.initializerDims(), sizeof(T), Transfer::Bytewise);
+    return true;
+}
+
+/// Common to the short cuts: `read` is given the block for the elements of `extents` and fills it. Where the extents
+/// disagree with `size`, or there is no memory, the walk has to say so, after the faults that come first.
+template <class T>
+template <class Read>
+bool FinalConstructorParser<T>::readByShortCut(std::span<const std::size_t> extents, Read&& read) {
+    const auto count = checkedProduct(extents);
+    if (!count)
+        return false;
+    m_shape.initializerDims().assign(extents.begin(), extents.end());
+    m_shape.dropTrailingOnes();
+    try {
+        if (m_shape.agreementWithSize() == Agreement::Agrees && read(bufferFor(static_cast<std::size_t>(*count))))
+            return settleDims(static_cast<std::size_t>(*count));
+    } catch (const std::bad_alloc&) {
+    } catch (const OutOfMemory&) {
+    }
+    m_shape.initializerDims().clear();
+    if (!m_shape.isSizeGiven())
+        m_buffer.reset();
+    return false;
+}
+
+template <class T>
+bool FinalConstructorParser<T>::readRegularInitializer(PyObject* initializer) {
+    const RegularNesting nesting(initializer);
+    T scalar;
+    if (nesting.rank() == 0 || !convertExactNumber(nesting.firstScalar(), scalar))
+        return false;
+    return readByShortCut(nesting.extents(), [&](T* target) {
+        return RegularReader<T, true>(nesting, ElementOrder::ColumnMajor, target).read(initializer);
+    });
+}
+
+template <class T>
+bool FinalConstructorParser<T>::readRange(PyObject* initializer) {
+    if (!PyRange_Check(initializer))
+        return false;
+    const Py_ssize_t length = PySequence_Size(initializer);
+    if (length <= 0) {
+        PyErr_Clear(); // the walk will meet the same
+        return false;
+    }
+    const std::size_t extent = static_cast<std::size_t>(length);
+    return readByShortCut({&extent, 1}, [&](T* target) { return readFlatSequence(initializer, length, target); });
+}
+
+template <class T>
+bool FinalConstructorParser<T>::processForeignBuffer(PyObject* exporter) {
+    BufferView view;
+    return view.acquire(exporter, PyBUF_ANY_CONTIGUOUS | PyBUF_FORMAT) && processBufferInitializer(*view);
+}
+
+template <class T>
+bool FinalConstructorParser<T>::processBufferInitializer(const Py_buffer& view) {
+    const auto count = elementCountOf(view, BufferExpectation::of<T>());
+    if (!count)
+        return false;
+    if (!m_shape.isSizeGiven())
+        bufferFor(*count);
+    bool isColumnMajor = false;
+    Dims& dims = m_shape.initializerDims();
+    if (!readBufferDims(view, *count, dims, isColumnMajor) || !settleDims(*count))
+        return false;
+    T* target = bufferFor(*count);
+    if (target == nullptr)
+        return true;
+    if (isColumnMajor)
+        copyInOrder(target, view.buf, *count, sizeof(T), detail::foreignTransfer<T>);
+    else
+        reorderToColumnMajor(target, view.buf, dims, sizeof(T), detail::foreignTransfer<T>);
+    return true;
+}
+
+// ---- Nested values in reading order ----
+
+template <class T>
+bool FinalConstructorParser<T>::processNestedInitializer(PyObject* value, bool isConstruction) {
+    return guarded([&] {
+        const bool isRead = isConstruction ? readRegularRightSide<true>(value) : readRegularRightSide<false>(value);
+        return isRead || walkNestedInitializer(value, isConstruction);
+    });
+}
+
+template <class T>
+template <bool isConstruction>
+bool FinalConstructorParser<T>::readRegularRightSide(PyObject* value) {
+    if (value == nullptr)
+        return false;
+    const RegularNesting nesting(value);
+    const auto count = checkedProduct(nesting.extents());
+    T scalar;
+    if (nesting.rank() == 0 || !count || !convertExactNumber<T, isConstruction>(nesting.firstScalar(), scalar))
+        return false;
+    try {
+        T* target = m_elements.resizeForOverwrite(static_cast<std::size_t>(*count));
+        if (RegularReader<T, isConstruction>(nesting, ElementOrder::RowMajor, target).read(value)) {
+            m_shape.initializerDims().assign(nesting.extents().begin(), nesting.extents().end());
+            return true;
+        }
+    } catch (const std::bad_alloc&) {
+        // The walk will run short of it too, after the faults that come first.
+    }
+    m_elements.clear();
+    return false;
+}
+
+template <class T>
+bool FinalConstructorParser<T>::walkNestedInitializer(PyObject* value, bool isConstruction) {
+    struct Collector final : NestedWalk::Sink {
+        FinalConstructorParser& parser;
+        bool isConstruction;
+
+        Collector(FinalConstructorParser& p, bool construction) : parser(p), isConstruction(construction) {}
+        bool append(PyObject* scalar) override {
+            const ElementResult<T> result = convertToElement<T>(scalar, isConstruction);
+            if (!result.hasValue) {
+                setError(result.exceptionType, result.message);
+                return false;
+            }
+            parser.m_requestedElements = std::max(parser.m_requestedElements, count() + 1);
+            parser.m_elements.push_back(result.value);
+            return true;
+        }
+        bool reserve(std::optional<std::size_t> expected) override { return parser.reserveElements(expected); }
+        std::size_t count() const override { return parser.m_elements.size(); }
+    };
+    Collector collector(*this, isConstruction);
+    return NestedWalk(collector, m_shape.initializerDims()).run(value);
+}
+
+} // namespace orvane::python

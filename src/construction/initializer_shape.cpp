@@ -1,0 +1,127 @@
+#include "construction/initializer_shape.hpp"
+
+#include <algorithm>
+#include <span>
+
+#include "core/layout.hpp"
+#include "module/vocabulary/py_ref.hpp"
+#include "module/vocabulary/python_values.hpp"
+#include "module/vocabulary/type_objects.hpp"
+
+namespace orvane::python {
+
+namespace {
+
+/// Item `i` of `size` as an extent. False with an error set.
+bool readExtent(PyObject* size, Py_ssize_t i, std::size_t& extent) {
+    const PyRef item = PyRef::steal(PySequence_GetItem(size, i));
+    if (!item) {
+        setError(PyExc_RuntimeError, "Item " + std::to_string(i) +
+                                         " could not be retrieved from the value associated with the 'size' keyword.");
+        return false;
+    }
+    if (!pyObjectIsLong(item.get())) {
+        setError(PyExc_TypeError, "dimensions must be nonnegative integers.");
+        return false;
+    }
+    // Beyond 64 bits the answer is -1 too, and the refusal of negative numbers replaces the overflow.
+    const Py_ssize_t value = PyLong_AsSsize_t(item.get());
+    if (value < 0) {
+        setError(PyExc_ValueError,
+                 "size cannot contain negative dimensions. Use nonnegative integers for dimensions.");
+        return false;
+    }
+    extent = static_cast<std::size_t>(value);
+    return true;
+}
+
+} // namespace
+
+bool InitializerShape::processSizeKwarg(PyObject* size) {
+    if (!PySequence_Check(size)) {
+        setError(PyExc_TypeError, "value of 'size' must be a sequence.");
+        return false;
+    }
+    const Py_ssize_t length = PySequence_Size(size);
+    if (length < 0)
+        return false;
+    if (length == 0) {
+        setError(PyExc_ValueError, "sequence passed to 'size' must not be empty.");
+        return false;
+    }
+
+    Dims dims; // grows with what is read: a sequence may lie about its length
+    for (Py_ssize_t i = 0; i < length; ++i) {
+        std::size_t extent = 0;
+        if (!readExtent(size, i, extent))
+            return false;
+        dims.push_back(extent);
+    }
+    if (dims.size() == 1)
+        dims.insert(dims.begin(), 1);
+    dropTrailingOnes(dims);
+    setSizeDims(std::move(dims));
+    return true;
+}
+
+bool InitializerShape::completeOneDimensionalDims(std::size_t elementCount) {
+    if (m_initializerDims.size() != 1)
+        return true;
+    if (!isSizeGiven()) {
+        const std::size_t length = m_initializerDims.front();
+        m_initializerDims = {length != 0 ? std::size_t{1} : std::size_t{0}, length};
+        return true;
+    }
+    const auto count = checkedProduct(std::span<const std::size_t>(m_sizeDims));
+    if (count && static_cast<std::size_t>(*count) == elementCount)
+        return true;
+    raiseDisagreement(OCPyError::shapeErr);
+    return false;
+}
+
+InitializerShape::Agreement InitializerShape::agreementWithSize() const noexcept {
+    if (!isSizeGiven() || m_sizeDims == m_initializerDims)
+        return Agreement::Agrees;
+    const auto wanted = checkedProduct(std::span<const std::size_t>(m_sizeDims));
+    if (wanted != checkedProduct(std::span<const std::size_t>(m_initializerDims)))
+        return Agreement::WrongCount;
+    if (m_initializerDims.size() == 1 || wanted == 0)
+        return Agreement::Agrees;
+    return Agreement::WrongShape;
+}
+
+bool InitializerShape::checkInitializerDimsAgainstSize() const {
+    switch (agreementWithSize()) {
+    case Agreement::Agrees:
+        return true;
+    case Agreement::WrongCount:
+        raiseDisagreement(OCPyError::shapeErr);
+        return false;
+    case Agreement::WrongShape:
+        raiseDisagreement(OCPyError::sizeErr);
+        return false;
+    }
+    return false;
+}
+
+std::string InitializerShape::dimsToString(const Dims& dims) {
+    std::string text;
+    for (const std::size_t extent : dims) {
+        if (!text.empty())
+            text += ", ";
+        text += std::to_string(extent);
+    }
+    return text;
+}
+
+void InitializerShape::dropTrailingOnes(Dims& dims) {
+    while (dims.size() > 2 && dims.back() == 1)
+        dims.pop_back();
+}
+
+void InitializerShape::raiseDisagreement(PyObject* exceptionType) const {
+    setError(exceptionType, "dimensions of initializer (" + dimsToString(m_initializerDims) +
+                                ") do not match dimensions specified by 'size' (" + dimsToString(m_sizeDims) + ").");
+}
+
+} // namespace orvane::python

@@ -1,0 +1,131 @@
+#include "construction/nested_walk.hpp"
+
+#include <span>
+
+#include "core/layout.hpp"
+#include "module/vocabulary/python_values.hpp"
+
+namespace orvane::python {
+
+namespace {
+
+bool raiseNotRectangular() {
+    setError(PyExc_ValueError, "arrays must be rectangular.");
+    return false;
+}
+
+/// The length of `sequence`, with its items compared. False with an error set.
+bool measureSequence(PyObject* sequence, Py_ssize_t& length) {
+    if (PyRange_Check(sequence) || PyBytes_CheckExact(sequence) || PyByteArray_CheckExact(sequence)) {
+        // All their items are integers, so there is nothing to compare; a range may be of any length.
+        length = PySequence_Size(sequence);
+        return length >= 0;
+    }
+    const SequenceLength measured = getLengthOfPySequence(sequence);
+    length = measured.length;
+    if (!measured.isRectangular) {
+        setError(PyExc_ValueError, "elements of array are of different lengths or types.");
+        return false;
+    }
+    return length >= 0;
+}
+
+/// Counts one level of nesting against the interpreter's limit. False with RecursionError set.
+bool enterLevel(std::size_t depth) {
+    // Some interpreters watch the stack instead of counting, and the walk takes none: count here as well.
+    if (depth >= static_cast<std::size_t>(Py_GetRecursionLimit())) {
+        setError(PyExc_RecursionError, "maximum recursion depth exceeded while reading a nested initializer");
+        return false;
+    }
+    return Py_EnterRecursiveCall(" while reading a nested initializer") == 0;
+}
+
+} // namespace
+
+NestedWalk::~NestedWalk() {
+    while (!m_levels.empty()) {
+        m_levels.pop_back();
+        Py_LeaveRecursiveCall();
+    }
+}
+
+bool NestedWalk::run(PyObject* value) {
+    if (!visit(PyRef::borrow(value)))
+        return false;
+    while (!m_levels.empty()) {
+        Level& level = m_levels.back();
+        if (level.next == level.length) {
+            if (!leave())
+                return false;
+        } else if (!visit(PyRef::steal(PySequence_GetItem(level.sequence.get(), level.next++)))) {
+            return false;
+        }
+    }
+    return isRectangular() || raiseNotRectangular();
+}
+
+bool NestedWalk::visit(PyRef value) {
+    if (!value) {
+        setError(PyExc_RuntimeError, "null data pointer.");
+        return false;
+    }
+    return PySequence_Check(value.get()) ? enter(std::move(value)) : visitScalar(value.get());
+}
+
+bool NestedWalk::visitScalar(PyObject* scalar) {
+    if (!m_sink.append(scalar))
+        return false;
+    const std::size_t depth = m_levels.size();
+    if (m_leafDepth == 0)
+        m_leafDepth = depth;
+    else if (depth != m_leafDepth)
+        return raiseNotRectangular();
+    if (m_dims.empty())
+        m_dims = {1, 1};
+    if (m_reserved)
+        return true;
+
+    m_reserved = true;
+    Dims lengths;
+    for (const Level& level : m_levels)
+        lengths.push_back(static_cast<std::size_t>(level.length));
+    const auto count = checkedProduct(std::span<const std::size_t>(lengths));
+    return m_sink.reserve(count ? std::optional(static_cast<std::size_t>(*count)) : std::nullopt);
+}
+
+bool NestedWalk::enter(PyRef sequence) {
+    if (pyObjectIsUnicodeOrString(sequence.get())) {
+        setError(PyExc_ValueError, "value passed to initializer must be numeric.");
+        return false;
+    }
+    Py_ssize_t length = 0;
+    if (!measureSequence(sequence.get(), length))
+        return false;
+
+    const std::size_t depth = m_levels.size();
+    if (depth >= m_dims.size())
+        m_dims.push_back(0);
+    m_levels.push_back({std::move(sequence), length, 0});
+    if (enterLevel(depth))
+        return true;
+    m_levels.pop_back(); // the levels that remain are those that were counted
+    return false;
+}
+
+bool NestedWalk::leave() {
+    const auto length = static_cast<std::size_t>(m_levels.back().length);
+    m_levels.pop_back();
+    Py_LeaveRecursiveCall();
+    // A zero may also mean that no sequence of this depth has been finished yet; the count at the end tells.
+    std::size_t& extent = m_dims[m_levels.size()];
+    if (extent == 0)
+        extent = length;
+    return extent == length || raiseNotRectangular();
+}
+
+bool NestedWalk::isRectangular() const {
+    const auto product = checkedProduct(std::span<const std::size_t>(m_dims));
+    return product && static_cast<std::size_t>(*product) == m_sink.count();
+}
+
+} // namespace orvane::python
