@@ -59,6 +59,11 @@ ensure_googletest() {
     install_system_packages "GoogleTest is missing" libgtest-dev
 }
 
+ensure_google_benchmark() {
+    compiles '#include <benchmark/benchmark.h>' && return
+    install_system_packages "Google Benchmark is missing" libbenchmark-dev
+}
+
 # --- interpreters ----------------------------------------------------------------------------------------------
 
 # python_is_usable EXECUTABLE: a CPython of a known version with its headers and the means to make an environment.

@@ -1,0 +1,50 @@
+// Index chains: what a subscript costs beside the Python object that it makes.
+#include <memory>
+
+#include "core/index_chain.hpp"
+#include "core/selection.hpp"
+#include "moved.hpp"
+
+namespace {
+
+using namespace orvane::python;
+
+IndexChain chainOf(long integers) {
+    IndexChain chain;
+    for (long i = 0; i < integers; ++i)
+        chain.fixActiveDimension(i);
+    return chain;
+}
+
+void lengthenChain(benchmark::State& state) {
+    const IndexChain chain = chainOf(state.range(0));
+    for (auto _ : state) {
+        IndexChain longer = chain;
+        longer.fixActiveDimension(7);
+        benchmark::DoNotOptimize(longer);
+    }
+}
+// Three integers and one more are what a chain holds in place; beyond, it takes memory of its own.
+BENCHMARK(lengthenChain)->Name("chain/one more integer on")->Arg(0)->Arg(3)->Arg(8);
+
+void narrowChain(benchmark::State& state) {
+    IndexChain chain = chainOf(1);
+    chain.narrowActiveDimension({10, 2, 40});
+    for (auto _ : state) {
+        IndexChain narrower = chain;
+        narrower.narrowActiveDimension({5, 3, 8});
+        benchmark::DoNotOptimize(narrower);
+    }
+}
+BENCHMARK(narrowChain)->Name("chain/slice of a slice");
+
+void selectFromChain(benchmark::State& state) {
+    const long extents[] = {10, 10, 10};
+    const auto layout = std::make_shared<const Layout>(extents, 1000, 8);
+    const IndexChain chain = chainOf(1);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(select(layout, chain.integers(), nullptr));
+}
+BENCHMARK(selectFromChain)->Name("chain/selection");
+
+} // namespace

@@ -1,0 +1,65 @@
+"""Measures one statement in an interpreter that has done nothing else: `fresh_process.py MEASURE SETUP STATEMENT`.
+
+Prints a JSON value: seconds ("first time"), bytes ("peak memory"), or an object with both ("growth"). It imports what
+it needs only after the statement has run, so that a measured import finds nothing done before.
+"""
+
+import sys
+import time
+
+
+def memory_status(field):
+    """VmRSS or VmHWM of this process, in bytes."""
+    with open("/proc/self/status") as status:
+        for line in status:
+            if line.startswith(field + ":"):
+                return int(line.split()[1]) * 1024
+    raise LookupError(field)
+
+
+def forget_peak():
+    with open("/proc/self/clear_refs", "w") as control:
+        control.write("5")
+
+
+def first_time(names, statement):
+    code = compile(statement, "statement", "exec")
+    start = time.perf_counter()
+    exec(code, names)
+    return time.perf_counter() - start
+
+
+def peak_memory(names, statement):
+    code = compile(statement, "statement", "exec")
+    forget_peak()
+    before = memory_status("VmRSS")
+    exec(code, names)
+    return memory_status("VmHWM") - before
+
+
+def growth(names, statement):
+    peak = peak_memory(names, statement)
+    import statistics
+    import timeit
+
+    timer = timeit.Timer(statement, globals=names)
+    taken = timer.timeit(1)
+    loops = max(1, int(0.01 / max(taken, 1e-7)))
+    repeats = 3 if taken > 0.5 else 7
+    seconds = statistics.median(timer.repeat(repeats, loops)) / loops
+    return {"seconds": seconds, "peak": peak}
+
+
+if __name__ == "__main__":
+    measure, setup, statement = sys.argv[1:]
+    names = {}
+    exec(setup, names)
+    if measure == "first time":
+        result = first_time(names, statement)
+    elif measure == "peak memory":
+        result = peak_memory(names, statement)
+    else:
+        result = growth(names, statement)
+    import json
+
+    print(json.dumps(result))

@@ -1,0 +1,178 @@
+"""Measures the rows. Ours, the peer's and the physical limit take turns, so that all meet the same weather.
+
+A row is measured in several processes, one after the other, and all values are kept as runs of pyperf.
+"""
+
+from __future__ import annotations
+
+import json
+import subprocess
+import sys
+import tempfile
+from collections.abc import Callable, Iterable
+from dataclasses import dataclass
+from pathlib import Path
+
+import pyperf
+
+from . import fresh_process
+from .rows import COMMON, Meter, Row
+
+Sample = Callable[[int], float]
+
+MEMCPY_SETUP = "source = memoryview(bytearray(b'x' * {0}))\ntarget = memoryview(bytearray(b'y' * {0}))\n"
+MEMCPY = "target[:] = source"
+
+LOOP = """
+def sample(loops):
+    for _ in range(loops):
+        {statement}
+"""
+TIMED_LOOP = """
+def sample(loops, clock=clock):
+    iterations = range(loops)
+    start = clock()
+    for _ in iterations:
+        {statement}
+    return clock() - start
+"""
+TIMED_STATEMENT = """
+def sample(loops, clock=clock):
+    taken = 0.0
+    for _ in range(loops):
+        {fresh}
+        start = clock()
+        {statement}
+        taken += clock() - start
+    return taken
+"""
+
+
+@dataclass(frozen=True)
+class Effort:
+    """How long to measure."""
+
+    processes: int
+    seconds_per_sample: float
+    seconds_per_side: float
+    """In one process; at least three samples are taken whatever they cost."""
+
+
+THOROUGH = Effort(processes=3, seconds_per_sample=0.02, seconds_per_side=0.5)
+QUICK = Effort(processes=1, seconds_per_sample=0.01, seconds_per_side=0.1)
+
+
+def sides_of(row: Row) -> list[str]:
+    return ["ours", "peer", "memcpy"] if row.moved_bytes else ["ours", "peer"]
+
+
+def benchmark_name(row: Row, side: str) -> str:
+    return f"{row.name} | {side}"
+
+
+def compiled(template: str, statement: str, names: dict[str, object], fresh: str = "") -> Sample:
+    scope = dict(names, clock=pyperf.perf_counter)
+    exec(template.format(statement=statement, fresh=fresh), scope)
+    return scope["sample"]  # type: ignore[return-value]
+
+
+def samplers_of(row: Row) -> dict[str, Sample]:
+    names: dict[str, object] = {}
+    exec(COMMON + row.setup, names)
+    template = TIMED_STATEMENT if row.fresh else TIMED_LOOP
+    samplers = {
+        "ours": compiled(template, row.ours, names, row.fresh),
+        "peer": compiled(template, row.peer, names, row.fresh),
+    }
+    if row.moved_bytes:
+        memory: dict[str, object] = {}
+        exec(MEMCPY_SETUP.format(row.moved_bytes), memory)
+        samplers["memcpy"] = compiled(TIMED_LOOP, MEMCPY, memory)
+    return samplers
+
+
+def calibrated(sample: Sample, seconds: float) -> int:
+    """The number of loops, a power of two, that fill a sample."""
+    loops = 1
+    while sample(loops) < seconds and loops < 1 << 24:
+        loops *= 2
+    return loops
+
+
+def measure_repeatedly(row: Row, effort: Effort) -> pyperf.BenchmarkSuite:
+    """One process's worth of values, taken in this process."""
+    samplers = samplers_of(row)
+    loops = {side: calibrated(sample, effort.seconds_per_sample) for side, sample in samplers.items()}
+    warmups = {side: samplers[side](loops[side]) for side in samplers}
+    slowest = max(warmups["ours"], warmups["peer"])
+    count = max(3, min(25, round(effort.seconds_per_side / slowest)))
+
+    values: dict[str, list[float]] = {side: [] for side in samplers}
+    for turn in range(count):
+        for side in sorted(samplers, reverse=turn % 2 == 1):
+            values[side].append(samplers[side](loops[side]) / loops[side])
+
+    calls = {"ours": row.calls, "peer": row.calls, "memcpy": 1}
+    return pyperf.BenchmarkSuite(
+        [
+            pyperf.Benchmark(
+                [
+                    pyperf.Run(
+                        [value / calls[side] for value in values[side]],
+                        warmups=[(loops[side], warmups[side] / loops[side] / calls[side])],
+                        metadata={"name": benchmark_name(row, side), "loops": loops[side]},
+                    )
+                ]
+            )
+            for side in samplers
+        ]
+    )
+
+
+def measure_in_worker(index: int, effort: Effort) -> pyperf.BenchmarkSuite:
+    with tempfile.TemporaryDirectory() as directory:
+        file = Path(directory) / "suite.json"
+        arguments = [str(index), str(effort.seconds_per_sample), str(effort.seconds_per_side), str(file)]
+        subprocess.run([sys.executable, "-m", f"{__package__}.worker", *arguments], check=True)
+        return pyperf.BenchmarkSuite.load(str(file))
+
+
+def measure_once_each(row: Row) -> pyperf.BenchmarkSuite:
+    """One value of each side, each from an interpreter of its own."""
+    unit = "byte" if row.meter is Meter.PEAK_MEMORY else "second"
+    benchmarks = []
+    for side, statement in (("ours", row.ours), ("peer", row.peer)):
+        value = in_fresh_process(row.meter.value, row.setup, statement)
+        run = pyperf.Run([value], metadata={"name": benchmark_name(row, side), "unit": unit})
+        benchmarks.append(pyperf.Benchmark([run]))
+    return pyperf.BenchmarkSuite(benchmarks)
+
+
+def in_fresh_process(measure: str, setup: str, statement: str) -> object:
+    """What `fresh_process` reports of a statement."""
+    command = [sys.executable, fresh_process.__file__, measure, setup, statement]
+    return json.loads(subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout)
+
+
+ONCE_EACH_REPEATS = 5
+
+
+def measure_all(chosen: Iterable[tuple[int, Row]], effort: Effort, progress: Callable[[str], None]) -> pyperf.BenchmarkSuite:
+    """All values of the chosen rows (with their places in the table), process after process."""
+    rows = list(chosen)
+    merged: dict[str, pyperf.Benchmark] = {}
+    for process in range(effort.processes):
+        for index, row in rows:
+            progress(f"{process + 1}/{effort.processes} {row.name}")
+            if row.meter is Meter.REPEATED:
+                parts = [measure_in_worker(index, effort)]
+            else:
+                parts = [measure_once_each(row) for _ in range(ONCE_EACH_REPEATS)]
+            for suite in parts:
+                for benchmark in suite:
+                    name = benchmark.get_name()
+                    if name in merged:
+                        merged[name].add_runs(benchmark)
+                    else:
+                        merged[name] = benchmark
+    return pyperf.BenchmarkSuite(list(merged.values()))

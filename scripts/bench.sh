@@ -1,0 +1,78 @@
+#!/usr/bin/env bash
+# Builds the package with its benchmarks and measures it beside its peers. Does all its own set-up; asks for nothing.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+usage() {
+    cat <<'TEXT'
+usage: scripts/bench.sh [--all] [--quick] [--keep] [--python EXECUTABLE] [-- TEXT...]
+
+Measures the arrays beside NumPy, array.array and lists, prints the table of ratios, and leaves it as text, JSON and
+SVG in output/benchmarks/. Takes about ten minutes an interpreter on an idle machine.
+
+  --all      on CPython 3.10, or the next later one, and on the newest installed
+  --quick    few samples: for a first look
+  --keep     puts text, JSON and chart into docs/
+  --python   the interpreter to use in place of the preferred one
+  -- TEXT    only rows whose name contains one of the texts; no growth table, no C++ benchmarks
+TEXT
+}
+
+all=no keep=no chosen='' arguments=()
+while [[ $# -gt 0 ]]; do
+    case $1 in
+    --all) all=yes ;;
+    --keep) keep=yes ;;
+    --quick) arguments+=(--quick) ;;
+    --python)
+        [[ $# -ge 2 ]] || die "--python needs the path of an interpreter"
+        chosen=$2
+        shift
+        ;;
+    --)
+        shift
+        arguments+=("$@")
+        break
+        ;;
+    --help)
+        usage
+        exit 0
+        ;;
+    *)
+        usage >&2
+        exit 2
+        ;;
+    esac
+    shift
+done
+
+output=$root/output/benchmarks
+
+bench_on() { # PYTHON
+    local version environment build groups
+    version=$(version_of "$1")
+    environment=$root/.venv/$version
+    build=$root/build/$version-bench
+    say "CPython $version: environment"
+    mapfile -t groups < <(build_groups)
+    make_environment "$1" "$environment" "${groups[@]}" bench
+    say "CPython $version: build"
+    install_package "$environment" "$build" ORVANE_BUILD_BENCH=ON
+    say "CPython $version: measuring"
+    PYTHONPATH=$root/bench:$build/bench "$environment/bin/python" -m orvane_bench --output "$output" "${arguments[@]}"
+    if [[ $keep == yes ]]; then
+        cp "$output/benchmarks-cpython-$version".{txt,json,svg} "$root/docs/"
+    fi
+}
+
+ensure_compiler
+ensure_google_benchmark
+preferred=${chosen:-$(preferred_python)}
+if ! python_is_usable "$preferred"; then
+    die "$preferred is not a CPython 3.10 or later with its headers and the module venv"
+fi
+bench_on "$preferred"
+newest=$(newest_python)
+if [[ $all == yes && $(version_of "$newest") != "$(version_of "$preferred")" ]]; then
+    bench_on "$newest"
+fi
