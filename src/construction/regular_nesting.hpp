@@ -105,7 +105,7 @@ private:
     /// Reads one list per member of a group. The members' elements are neighbours in column-major order; those of
     /// the first begin at `offset`. Recursion ends at `RegularNesting::maxRank`.
     bool readLists(std::size_t level, PyObject* const* lists, std::size_t members, std::size_t offset) const noexcept {
-        GroupItems items;
+        GroupItems items{};
         for (std::size_t member = 0; member < members; ++member) {
             const auto found = exactItems(lists[member]);
             if (found.size() != m_extents[level])
