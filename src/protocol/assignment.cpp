@@ -31,9 +31,10 @@ bool writeElements(ODArrayWrapper& wrapper, const Selection& target, std::span<c
         return true;
     wrapper.prepareForWriting();
     const auto size = static_cast<unsigned long>(target.layout->sizeInBytes());
+    const bool mayLeaveElements = !target.isInside || target.elementCount == 0;
     SelectionOdometer odometer(target);
     for (const U& element : elements) {
-        if (!target.isInside && odometer.offset() >= size)
+        if (mayLeaveElements && odometer.offset() >= size)
             return refuse(PyExc_RuntimeError, "unable to set value.");
         wrapper.store(odometer.offset(), element);
         if (!odometer.advance())
