@@ -23,5 +23,22 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverl
 if(ORVANE_SANITIZE)
     set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=undefined)
     add_compile_options(${sanitizers} -fno-omit-frame-pointer -g1)
+    add_compile_definitions(_GLIBCXX_ASSERTIONS)
     add_link_options(${sanitizers})
+
+    # What a test needs that runs inside the interpreter, which is not instrumented itself: the runtimes before all
+    # else, Python's objects in blocks of their own, and no judgement on leaks, as an interpreter keeps memory to its end.
+    foreach(runtime IN ITEMS asan ubsan)
+        execute_process(COMMAND "${CMAKE_CXX_COMPILER}" -print-file-name=lib${runtime}.so
+                        OUTPUT_VARIABLE runtimeFile OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+        if(NOT IS_ABSOLUTE "${runtimeFile}")
+            message(FATAL_ERROR "The sanitizers need GCC with its library lib${runtime}.so")
+        endif()
+        list(APPEND runtimeFiles "${runtimeFile}")
+    endforeach()
+    list(JOIN runtimeFiles ":" preloaded)
+    set(ORVANE_PYTHON_TEST_ENVIRONMENT "LD_PRELOAD=${preloaded}" PYTHONMALLOC=malloc
+        ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=0 ORVANE_SANITIZED=1)
+    list(JOIN ORVANE_PYTHON_TEST_ENVIRONMENT "\n" lines)
+    file(WRITE "${CMAKE_BINARY_DIR}/python-test-environment" "${lines}\n")
 endif()

@@ -73,18 +73,10 @@ test_on() { # PYTHON
     run_python_tests "$environment" "$build"
 }
 
-sanitizer_runtime() { # NAME
-    local file
-    file=$("${CXX:-c++}" -print-file-name="lib$1.so")
-    [[ $file == /* ]] || die "The sanitizer run needs GCC with its library lib$1.so; '${CXX:-c++}' has none."
-    printf '%s\n' "$file"
-}
-
-# The interpreter itself is not instrumented: the runtimes are preloaded, and leaks are judged in the C++ tests only,
-# since an interpreter keeps memory to the end of the process by design. What the tests ask for beyond all memory
-# has to come back as a null pointer, as it does without the sanitizers.
+# The environment of the Python tests is written down by the build, which knows the compiler's runtimes. What the tests
+# ask for beyond all memory has to come back as a null pointer, as it does without the sanitizers.
 sanitize_on() { # PYTHON
-    local version environment build runtimes
+    local version environment build settings
     version=$(version_of "$1")
     environment=$root/.venv/$version
     build=$root/build/$version-sanitize
@@ -92,16 +84,15 @@ sanitize_on() { # PYTHON
     prepare_environment "$1" "$environment"
     say "CPython $version: build under the sanitizers"
     PATH=$environment/bin:$PATH cmake -S "$root" -B "$build" -G Ninja "-DPython_EXECUTABLE=$environment/bin/python" \
-        -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVANE_SANITIZE=ON -DORVANE_BUILD_TESTS=ON >/dev/null
+        -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O1 -DORVANE_SANITIZE=ON -DORVANE_BUILD_TESTS=ON >/dev/null
     PATH=$environment/bin:$PATH cmake --build "$build"
     export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
     say "CPython $version: C++ tests under the sanitizers"
     ASAN_OPTIONS=allocator_may_return_null=1 run_cpp_tests "$environment" "$build"
     say "CPython $version: Python tests under the sanitizers"
-    runtimes=$(sanitizer_runtime asan):$(sanitizer_runtime ubsan)
-    PYTHONPATH=$build/package PYTHONMALLOC=malloc LD_PRELOAD=$runtimes \
-        ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=0 ORVANE_SANITIZED=1 \
-        run_python_tests "$environment" "$build"
+    mapfile -t settings <"$build/python-test-environment"
+    export PYTHONPATH=$build/package "${settings[@]}"
+    run_python_tests "$environment" "$build"
 }
 
 ensure_compiler
