@@ -16,6 +16,7 @@ from orvanemultidimarrayforpython import (
     uint64,
 )
 
+from ._sdk import get_include
 from ._version import __version__
 
 __all__ = [
@@ -23,6 +24,7 @@ __all__ = [
     "SizeError",
     "__version__",
     "double",
+    "get_include",
     "int8",
     "int16",
     "int32",

@@ -8,8 +8,6 @@
 #include "throw_if_error.hpp"
 #include "typed_iterator.hpp"
 
-#include <orvane_data_array/status.hpp>
-
 #include <cstddef>
 #include <memory>
 #include <utility>
@@ -93,27 +91,11 @@ public:
         return detail::makeBuffer<T>(block, deleter);
     }
 
-    /// Makes this handle the only owner of its array, by a copy of the elements if need be. Throws for want
-    /// of memory and then leaves the handle as it was.
-    void unshare() {
-        static const auto fcn = detail::resolve<detail::FunctionType::ArrayUnshare>();
-        impl::ArrayImpl* copy = nullptr;
-        if (!fcn(m_impl.get(), isUnique(), &copy)) [[likely]] {
-            return;
-        }
-        if (copy == nullptr) {
-            detail::throwStatus(static_cast<int>(Status::OutOfMemory), {});
-        }
-        m_impl = std::shared_ptr<impl::ArrayImpl>(copy, Destroy{});
-    }
-
 private:
     friend class ArrayFactory;
 
     /// Takes ownership of an array that the library has just made with elements of type `T`.
     explicit TypedArray(impl::ArrayImpl* array) : Array(array) {}
-
-    bool isUnique() const noexcept { return m_impl.use_count() == 1; }
 
     detail::IteratorImpl* beginOf(bool forWriting) const noexcept {
         static const auto fcn3 = detail::find<detail::FunctionType::ArrayBegin>();

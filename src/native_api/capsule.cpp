@@ -1,5 +1,7 @@
 #include "native_api/capsule.hpp"
 
+#include <orvane/capsule.h>
+
 #include "core/array_object.hpp"
 #include "module/vocabulary/boundary.hpp"
 #include "module/vocabulary/element_vocabulary.hpp"
@@ -82,14 +84,16 @@ bool OCPyArray_SatisfiesBufferProtocol(PyObject* object) {
 }
 
 PyObject* newCapsule() {
-    static void* capiTable[] = {
-        reinterpret_cast<void*>(OCPyArray_ODAImplToOCPyArray),
-        reinterpret_cast<void*>(OCPyArray_OCPyArrayToODAImpl),
-        reinterpret_cast<void*>(OCPyArray_BufferObjectToOCPyArray),
-        reinterpret_cast<void*>(OCPyArray_DestroyOCPyArray),
-        reinterpret_cast<void*>(OCPyArray_SatisfiesBufferProtocol),
+    static OrvaneCapsule capiTable = {
+        .arrayFromImpl = OCPyArray_ODAImplToOCPyArray,
+        .implOfArray = OCPyArray_OCPyArrayToODAImpl,
+        .arrayFromBuffer = OCPyArray_BufferObjectToOCPyArray,
+        .destroyArray = OCPyArray_DestroyOCPyArray,
+        .exportsBuffer = OCPyArray_SatisfiesBufferProtocol,
     };
-    return PyCapsule_New(capiTable, "orvanemultidimarrayforpython._capi", nullptr);
+    // Clients may as well index an array of five pointers.
+    static_assert(sizeof(capiTable) == 5 * sizeof(void*));
+    return PyCapsule_New(&capiTable, ORVANE_CAPSULE_NAME, nullptr);
 }
 
 } // namespace OCPyArrayAPI

@@ -68,7 +68,8 @@ def test_the_module_has_exactly_its_fifteen_names() -> None:
 def test_the_packages_offer_the_same_objects() -> None:
     for name in [*ELEMENT_TYPES, "ShapeError", "SizeError"]:
         assert getattr(orvane, name) is getattr(extension, name)
-    assert set(orvane.__all__) == {*ELEMENT_TYPES, "ShapeError", "SizeError", "__version__"}
+    beyond = {"__version__", "get_include"}
+    assert set(orvane.__all__) == {*ELEMENT_TYPES, "ShapeError", "SizeError", *beyond}
     for name in ovexceptions.__all__:
         exception = getattr(ovexceptions, name)
         assert (exception.__module__, exception.__name__) == ("ovexceptions", name)

@@ -1,0 +1,21 @@
+"""Where the files lie that native modules are built against."""
+
+# os.path rather than pathlib: it is loaded at every start, and importing arrays shall load nothing more.
+from os.path import dirname, join
+
+_PACKAGE = dirname(__file__)
+
+
+def get_include() -> str:
+    """The folder of the headers: ``#include <orvane/capsule.h>`` and ``<orvane/python.hpp>``."""
+    return join(_PACKAGE, "include")
+
+
+def get_cmake_dir() -> str:
+    """The folder of the CMake package, for ``find_package(Orvane)``."""
+    return join(_PACKAGE, "cmake")
+
+
+def get_library_dir() -> str:
+    """The folder of the data-array library."""
+    return join(_PACKAGE, "lib")

@@ -1,0 +1,103 @@
+// The elements of an array with its extents, for code that computes with subscripts.
+#pragma once
+
+#include "element_types.hpp"
+#include "typed_array.hpp"
+
+#include <array>
+#include <concepts>
+#include <cstddef>
+#include <span>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+#include <version>
+
+#ifdef __cpp_lib_mdspan
+#include <mdspan>
+#endif
+
+namespace orvane::data {
+
+/// Elements in column-major order: the first subscript runs fastest, and one step in dimension `d` is
+/// `stride(d)` elements. Owns its extents but not the elements, which lie where the array has them: valid as
+/// long as a handle holds the array and nobody unshares, releases or detaches it.
+template <class T>
+class ColumnMajorSpan {
+public:
+    using element_type = T;
+
+    ColumnMajorSpan(T* elements, std::vector<std::size_t> extents)
+        : m_elements(elements), m_extents(std::move(extents)), m_strides(m_extents.size()) {
+        std::size_t stride = 1;
+        for (std::size_t d = 0; d < m_extents.size(); ++d) {
+            m_strides[d] = stride;
+            stride *= m_extents[d];
+        }
+        m_size = stride;
+    }
+
+    T* data() const noexcept { return m_elements; }
+    /// How many elements there are.
+    std::size_t size() const noexcept { return m_size; }
+    std::size_t rank() const noexcept { return m_extents.size(); }
+    /// 1 beyond the last dimension, where arrays drop extents of 1.
+    std::size_t extent(std::size_t dimension) const noexcept { return dimension < rank() ? m_extents[dimension] : 1; }
+    /// In elements.
+    std::size_t stride(std::size_t dimension) const noexcept {
+        return dimension < rank() ? m_strides[dimension] : m_size;
+    }
+    const std::vector<std::size_t>& extents() const noexcept { return m_extents; }
+    const std::vector<std::size_t>& strides() const noexcept { return m_strides; }
+
+    /// The element at the subscripts, one a dimension; dimensions that are left out count as 0. Not checked.
+    template <std::integral... Subscript>
+    T& operator()(Subscript... subscript) const noexcept {
+        std::size_t dimension = 0;
+        std::size_t offset = 0;
+        ((offset += static_cast<std::size_t>(subscript) * stride(dimension++)), ...);
+        return m_elements[offset];
+    }
+
+    /// All elements in the order of storage.
+    std::span<T> flat() const noexcept { return {m_elements, m_size}; }
+
+    /// The elements behind the first subscript at one position of all others: of a matrix, a column.
+    std::span<T> column(std::size_t position) const noexcept { return {m_elements + position * extent(0), extent(0)}; }
+
+#ifdef __cpp_lib_mdspan
+    /// The same as the standard's view. Throws `std::invalid_argument` when the array has more dimensions.
+    template <std::size_t Rank>
+    std::mdspan<T, std::dextents<std::size_t, Rank>, std::layout_left> toMdspan() const {
+        if (rank() > Rank) {
+            throw std::invalid_argument("the array has more dimensions than the mdspan");
+        }
+        std::array<std::size_t, Rank> padded;
+        for (std::size_t d = 0; d < Rank; ++d) {
+            padded[d] = extent(d);
+        }
+        return std::mdspan<T, std::dextents<std::size_t, Rank>, std::layout_left>(m_elements, padded);
+    }
+#endif
+
+private:
+    T* m_elements;
+    std::vector<std::size_t> m_extents;
+    std::vector<std::size_t> m_strides;
+    std::size_t m_size = 0;
+};
+
+/// The elements for reading; what is shared stays shared.
+template <ArrayElement T>
+ColumnMajorSpan<const T> elementsOf(const TypedArray<T>& array) {
+    return {array.begin().get(), array.getDimensions()};
+}
+
+/// The elements for writing. Others who share the array keep the old ones: the handle takes a copy first.
+template <ArrayElement T>
+ColumnMajorSpan<T> writableElementsOf(TypedArray<T>& array) {
+    array.unshare();
+    return {array.begin().get(), array.getDimensions()};
+}
+
+} // namespace orvane::data
