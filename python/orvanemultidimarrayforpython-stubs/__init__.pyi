@@ -1,0 +1,462 @@
+"""What type checkers know of the extension module; `docs/arrays.md` tells it to readers.
+
+The eleven types share no base at run time. Here they have one, `_Array`, which says once what all
+of them offer. A type has two parameters of its own:
+
+- the element that Python sees: `float`, `int` or `bool` by the type, `complex` in a complex array.
+  A plain `double` in an annotation is a real one;
+- what an integer subscript and each step of an iteration give. An array that has just been made has
+  two dimensions or more, so that is a view. What a view gives, another view or an element, depends
+  on the number of its dimensions, which no type tells: it is `Any`.
+
+The types cannot be subscripted at run time: `double[complex]` stands in quotes, or in a file with
+`from __future__ import annotations`.
+"""
+
+# ruff: noqa: N801
+
+from array import array
+from typing import (
+    Any,
+    ClassVar,
+    Generic,
+    Literal,
+    Protocol,
+    TypeAlias,
+    final,
+    overload,
+    type_check_only,
+)
+
+from typing_extensions import Buffer, CapsuleType, Self, TypeVar
+
+_T_co = TypeVar("_T_co", covariant=True)
+_Element = TypeVar("_Element")
+_Floating = TypeVar("_Floating", float, complex, default=float)
+_Integral = TypeVar("_Integral", int, complex, default=int)
+_Item = TypeVar("_Item", covariant=True, default=Any)
+_Whole = TypeVar("_Whole", covariant=True)
+_Row = TypeVar("_Row", covariant=True)
+_Number = TypeVar("_Number")
+
+# --- what can be given --------------------------------------------------------------------------
+
+@type_check_only
+class _Items(Protocol[_T_co]):
+    """Anything with a length and items by number; a view of one dimension is an example."""
+
+    def __len__(self) -> int: ...
+    def __getitem__(self, index: int, /) -> _T_co: ...
+
+@type_check_only
+class _ItemsButNoText(_Items[_T_co], Protocol[_T_co]):
+    """The same without `str`, whose items are `str` again, and which contains nothing but `str`."""
+
+    def __contains__(self, value: object, /) -> bool: ...
+
+_Nested: TypeAlias = (
+    _Number | _ItemsButNoText[_Nested[_Number]] | _Array[Any, Any, Any] | bytes | bytearray
+)
+_Initializer: TypeAlias = _Nested[_Number] | Buffer | None
+_Vector: TypeAlias = _Items[_Number] | None
+_Size: TypeAlias = _Items[int] | None
+
+# --- what all arrays offer ----------------------------------------------------------------------
+
+@type_check_only
+class _Array(Generic[_Element, _Whole, _Row, _Item]):
+    """`_Whole` is an array of the type that gives views, `_Row` a real one that gives elements."""
+
+    @property
+    def size(self) -> tuple[int, ...]: ...
+    @property
+    def _size(self) -> tuple[int, ...]: ...
+    @property
+    def itemsize(self) -> int: ...
+    @property
+    def _real(self) -> _Row: ...
+    @property
+    def _imag(self) -> _Row: ...
+    @property
+    def _data(self) -> _Row: ...
+    @property
+    def _is_complex(self) -> bool: ...
+    def __len__(self) -> int: ...
+    @overload
+    def __getitem__(self, index: int, /) -> _Item: ...
+    @overload
+    def __getitem__(self, index: slice, /) -> Self: ...
+    def __setitem__(self, index: int | slice, value: _Nested[_Element], /) -> None: ...
+    def __iter__(self) -> OCPyIter[_Item]: ...
+    def __eq__(self, other: object, /) -> bool: ...
+    def __ne__(self, other: object, /) -> bool: ...
+    __hash__: ClassVar[None]  # type: ignore[assignment]
+
+    @overload
+    def reshape(self, dimensions: _Items[int], /) -> Self: ...
+    @overload
+    def reshape(self, first: int, second: int, /, *others: int) -> Self: ...
+    def clone(self) -> _Whole: ...
+    def real(self) -> _Row: ...
+    def imag(self) -> _Row: ...
+    def noncomplex(self) -> _Row: ...
+    def buffer_info(self) -> tuple[int, int]: ...
+    def get_bytewise_strides(self) -> tuple[int, ...]: ...
+    def tomemoryview(self) -> memoryview: ...
+    def __buffer__(self, flags: int, /) -> memoryview: ...
+    def __release_buffer__(self, buffer: memoryview, /) -> None: ...
+    def __reduce__(self) -> tuple[type[Any], tuple[dict[str, bool], list[Any]]]: ...
+
+@final
+class OCPyIter(Generic[_Item]):
+    def __iter__(self) -> Self: ...
+    def __next__(self) -> _Item: ...
+
+# --- the eleven types ---------------------------------------------------------------------------
+
+@final
+class double(
+    _Array[_Floating, double[_Floating, double[_Floating]], double[float, float], _Item],
+    Generic[_Floating, _Item],
+):
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[float] = None,
+        size: _Size = None,
+        vector: _Vector[float] = None,
+        is_complex: Literal[False] = False,
+    ) -> double[float, double[float]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex] = None,
+        size: _Size = None,
+        vector: _Vector[complex] = None,
+        *,
+        is_complex: Literal[True],
+    ) -> double[complex, double[complex]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[float] = None,
+        size: _Size = None,
+        vector: _Vector[float] = None,
+        *,
+        is_complex: bool,
+    ) -> double[Any, double[Any]]: ...
+    def toarray(self) -> array[float]: ...
+
+@final
+class single(
+    _Array[_Floating, single[_Floating, single[_Floating]], single[float, float], _Item],
+    Generic[_Floating, _Item],
+):
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[float] = None,
+        size: _Size = None,
+        vector: _Vector[float] = None,
+        is_complex: Literal[False] = False,
+    ) -> single[float, single[float]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex] = None,
+        size: _Size = None,
+        vector: _Vector[complex] = None,
+        *,
+        is_complex: Literal[True],
+    ) -> single[complex, single[complex]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[float] = None,
+        size: _Size = None,
+        vector: _Vector[float] = None,
+        *,
+        is_complex: bool,
+    ) -> single[Any, single[Any]]: ...
+    def toarray(self) -> array[float]: ...
+
+@final
+class int8(
+    _Array[_Integral, int8[_Integral, int8[_Integral]], int8[int, int], _Item],
+    Generic[_Integral, _Item],
+):
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        is_complex: Literal[False] = False,
+    ) -> int8[int, int8[int]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex] = None,
+        size: _Size = None,
+        vector: _Vector[complex] = None,
+        *,
+        is_complex: Literal[True],
+    ) -> int8[complex, int8[complex]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        *,
+        is_complex: bool,
+    ) -> int8[Any, int8[Any]]: ...
+    def toarray(self) -> array[int]: ...
+
+@final
+class uint8(
+    _Array[_Integral, uint8[_Integral, uint8[_Integral]], uint8[int, int], _Item],
+    Generic[_Integral, _Item],
+):
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        is_complex: Literal[False] = False,
+    ) -> uint8[int, uint8[int]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex] = None,
+        size: _Size = None,
+        vector: _Vector[complex] = None,
+        *,
+        is_complex: Literal[True],
+    ) -> uint8[complex, uint8[complex]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        *,
+        is_complex: bool,
+    ) -> uint8[Any, uint8[Any]]: ...
+    def toarray(self) -> array[int]: ...
+
+@final
+class int16(
+    _Array[_Integral, int16[_Integral, int16[_Integral]], int16[int, int], _Item],
+    Generic[_Integral, _Item],
+):
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        is_complex: Literal[False] = False,
+    ) -> int16[int, int16[int]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex] = None,
+        size: _Size = None,
+        vector: _Vector[complex] = None,
+        *,
+        is_complex: Literal[True],
+    ) -> int16[complex, int16[complex]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        *,
+        is_complex: bool,
+    ) -> int16[Any, int16[Any]]: ...
+    def toarray(self) -> array[int]: ...
+
+@final
+class uint16(
+    _Array[_Integral, uint16[_Integral, uint16[_Integral]], uint16[int, int], _Item],
+    Generic[_Integral, _Item],
+):
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        is_complex: Literal[False] = False,
+    ) -> uint16[int, uint16[int]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex] = None,
+        size: _Size = None,
+        vector: _Vector[complex] = None,
+        *,
+        is_complex: Literal[True],
+    ) -> uint16[complex, uint16[complex]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        *,
+        is_complex: bool,
+    ) -> uint16[Any, uint16[Any]]: ...
+    def toarray(self) -> array[int]: ...
+
+@final
+class int32(
+    _Array[_Integral, int32[_Integral, int32[_Integral]], int32[int, int], _Item],
+    Generic[_Integral, _Item],
+):
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        is_complex: Literal[False] = False,
+    ) -> int32[int, int32[int]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex] = None,
+        size: _Size = None,
+        vector: _Vector[complex] = None,
+        *,
+        is_complex: Literal[True],
+    ) -> int32[complex, int32[complex]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        *,
+        is_complex: bool,
+    ) -> int32[Any, int32[Any]]: ...
+    def toarray(self) -> array[int]: ...
+
+@final
+class uint32(
+    _Array[_Integral, uint32[_Integral, uint32[_Integral]], uint32[int, int], _Item],
+    Generic[_Integral, _Item],
+):
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        is_complex: Literal[False] = False,
+    ) -> uint32[int, uint32[int]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex] = None,
+        size: _Size = None,
+        vector: _Vector[complex] = None,
+        *,
+        is_complex: Literal[True],
+    ) -> uint32[complex, uint32[complex]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        *,
+        is_complex: bool,
+    ) -> uint32[Any, uint32[Any]]: ...
+    def toarray(self) -> array[int]: ...
+
+@final
+class int64(
+    _Array[_Integral, int64[_Integral, int64[_Integral]], int64[int, int], _Item],
+    Generic[_Integral, _Item],
+):
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        is_complex: Literal[False] = False,
+    ) -> int64[int, int64[int]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex] = None,
+        size: _Size = None,
+        vector: _Vector[complex] = None,
+        *,
+        is_complex: Literal[True],
+    ) -> int64[complex, int64[complex]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        *,
+        is_complex: bool,
+    ) -> int64[Any, int64[Any]]: ...
+    def toarray(self) -> array[int]: ...
+
+@final
+class uint64(
+    _Array[_Integral, uint64[_Integral, uint64[_Integral]], uint64[int, int], _Item],
+    Generic[_Integral, _Item],
+):
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        is_complex: Literal[False] = False,
+    ) -> uint64[int, uint64[int]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex] = None,
+        size: _Size = None,
+        vector: _Vector[complex] = None,
+        *,
+        is_complex: Literal[True],
+    ) -> uint64[complex, uint64[complex]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[int] = None,
+        size: _Size = None,
+        vector: _Vector[int] = None,
+        *,
+        is_complex: bool,
+    ) -> uint64[Any, uint64[Any]]: ...
+    def toarray(self) -> array[int]: ...
+
+@final
+class logical(_Array[bool, logical[logical[Any]], logical[bool], _Item], Generic[_Item]):
+    def __new__(
+        cls,
+        initializer: _Initializer[complex] = None,
+        size: _Size = None,
+        vector: _Vector[complex] = None,
+        is_complex: Literal[False] = False,
+    ) -> logical[logical]: ...
+    def __setitem__(self, index: int | slice, value: _Nested[int], /) -> None: ...
+    def toarray(self) -> array[int]: ...
+
+class ShapeError(Exception): ...
+class SizeError(Exception): ...
+
+_capi: CapsuleType

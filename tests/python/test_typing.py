@@ -1,0 +1,177 @@
+"""What type checkers see: the stubs against the built module, and what they say of typical use."""
+
+from __future__ import annotations
+
+import importlib.util
+import os
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+import orvane
+from reference.elements import TYPES
+
+PACKAGES = ("orvanemultidimarrayforpython", "orvane", "ovexceptions")
+
+pytestmark = [
+    pytest.mark.skipif(
+        importlib.util.find_spec("mypy") is None, reason="the type checker is not installed"
+    ),
+    pytest.mark.skipif("ORVANE_SANITIZED" in os.environ, reason="no native code is tested here"),
+]
+
+
+@pytest.fixture(scope="module")
+def directory(tmp_path_factory):
+    """A place away from the sources, from which a type checker sees only what is installed."""
+    directory = tmp_path_factory.mktemp("typing")
+    settings = "[mypy]\nstrict = True\npython_version = 3.10\n"
+    (directory / "mypy.ini").write_text(settings)
+    return directory
+
+
+def complaints(directory: Path, module: str, *arguments: str) -> str:
+    installed = Path(orvane.__file__).parents[1]
+    done = subprocess.run(
+        [sys.executable, "-m", module, *arguments],
+        cwd=directory,
+        env=os.environ | {"PYTHONPATH": str(installed), "NO_COLOR": "1"},
+        capture_output=True,
+        text=True,
+    )
+    return "" if done.returncode == 0 else done.stdout + done.stderr
+
+
+def test_the_stubs_tell_what_the_module_has(directory):
+    assert not complaints(directory, "mypy.stubtest", *PACKAGES)
+
+
+def test_the_packages_are_typed_throughout(directory):
+    assert not complaints(directory, "mypy", *(f"--package={package}" for package in PACKAGES))
+
+
+# A line that must be refused says so. Where it is not, the comment that it is turned into is of no
+# use, and strict checking complains of that.
+
+ALL_TYPES = """
+from __future__ import annotations
+from array import array
+from typing import Any
+from typing_extensions import assert_type
+import copy
+import pickle
+import numpy as np
+from orvane import {name}
+
+a = {name}([[{one}, {one}], [{one}, {one}]])
+assert_type(a, {name}[{whole}])
+assert_type(a[0], {name}[{view}])
+assert_type(a[-1:], {name}[{whole}])
+assert_type(a[0][1], Any)
+assert_type(a[0][::-1], {name}[{view}])
+for row in a:
+    assert_type(row, {name}[{view}])
+    assert_type(list(row), list[Any])
+assert_type(a[0].clone(), {name}[{whole}])
+assert_type(copy.deepcopy(a), {name}[{whole}])
+assert_type(a.reshape(4, 1), {name}[{whole}])
+assert_type(a.reshape((2, 2)), {name}[{whole}])
+assert_type(a._data, {name}[{row}])
+assert_type(a.noncomplex()[0], {element})
+assert_type(list(a.noncomplex()), list[{element}])
+assert_type(a.noncomplex().clone(), {name}[{whole}])
+assert_type(a[0].toarray(), array[{stored}])
+assert_type(a.size, tuple[int, ...])
+assert_type(a == [[1]], bool)
+memoryview(a)
+np.asarray(a)
+pickle.dumps(a)
+
+a[0] = [{one}, {one}]
+a[0] = a[1]
+a[0][1] = {one}
+a[0][1] = 1j  # refused
+a[0][1] = "1"  # refused
+a[0, 1]  # refused
+a[0.5]  # refused
+del a[0]  # refused
+a + a  # refused
+a < a  # refused
+a.reshape(4)  # refused
+a.size = (1, 4)  # refused
+
+{name}()
+{name}(None, (2, 3))
+{name}(range(4), size=[2, 2])
+{name}(vector=a[0])
+{name}([a[0], [{one}, {one}], b"ab"])
+{name}([[[[[{one}]]]]])
+{name}(a)
+{name}(np.zeros((2, 3)))
+{name}("1")  # refused
+{name}(["1"])  # refused
+{name}(size=3)  # refused
+{name}(vector=a)  # refused
+
+
+class Derived({name}): ...  # refused
+
+
+def takes_any_dimensions(array: {name}) -> {name}:
+    assert_type(array, {name}[{view}])
+    return array
+
+
+takes_any_dimensions(a)
+takes_any_dimensions(a[0])
+"""
+
+NUMERIC_TYPES = """
+from __future__ import annotations
+from typing import Any
+from typing_extensions import assert_type
+from orvane import {name}
+
+c = {name}([1, 2.5, 3j], is_complex=True)
+assert_type(c, {name}[complex, {name}[complex]])
+assert_type(c[0], {name}[complex])
+assert_type(c[0].clone(), {name}[complex, {name}[complex]])
+assert_type(c.imag(), {name}[{element}, {element}])
+assert_type(list(c.real()), list[{element}])
+c[0][1] = 1j
+{name}([1j])  # refused
+
+
+def either(flag: bool) -> {name}[Any]:
+    return {name}([1], is_complex=flag)
+
+
+def only_real(array: {name}) -> None: ...
+def only_complex(array: {name}[complex]) -> None: ...
+
+
+only_complex(c)
+only_real(c)  # refused
+only_real(either(True))
+"""
+
+
+def test_typical_use(directory):
+    def write(name: str, sample: str) -> None:
+        (directory / name).write_text(sample.replace("# refused", "# type: ignore"))
+
+    for element_type in TYPES:
+        name = element_type.name
+        element = {"double": "float", "single": "float", "logical": "bool"}.get(name, "int")
+        words = {"name": name, "element": element, "one": "True" if name == "logical" else "1"}
+        if name == "logical":
+            words |= {"whole": f"{name}[Any]", "view": "Any", "row": element, "stored": "int"}
+        else:
+            words |= {"whole": f"{element}, {name}[{element}]", "view": f"{element}, Any"}
+            words |= {"row": f"{element}, {element}", "stored": element}
+            write(f"complex_{name}.py", NUMERIC_TYPES.format_map(words))
+        write(f"use_of_{name}.py", ALL_TYPES.format_map(words))
+    samples = [file.name for file in directory.glob("*.py")]
+    assert not complaints(directory, "mypy", *samples)
