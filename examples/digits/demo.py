@@ -7,6 +7,7 @@ way.
 import argparse
 import itertools
 import json
+import pickle
 import time
 from array import array
 from pathlib import Path
@@ -14,7 +15,7 @@ from pathlib import Path
 import numpy as np
 
 import orvane
-from digits import SIDE, Digits, read_digits
+from digits import INK, SIDE, Digits, read_digits
 from picture import as_text, side_by_side, write_sheet
 
 
@@ -98,6 +99,75 @@ def draw(pixels: np.ndarray, digits: Digits, output: Path) -> None:
     print(f"  The first 200 images were written to {sheet}")
 
 
+def change_through_a_view(matrix: orvane.double, digits: Digits) -> None:
+    """A frame of ink around the first image: a view is written to, the matrix has it."""
+    heading("Changing elements through a view")
+    image = matrix[0]
+    image[:SIDE] = image[-SIDE:] = [INK] * SIDE
+    for start in range(SIDE, SIDE**2 - SIDE, SIDE):
+        image[start] = image[start + SIDE - 1] = INK
+    original = [digits.images[0][start : start + SIDE] for start in range(0, SIDE**2, SIDE)]
+    framed = [list(image[start : start + SIDE]) for start in range(0, SIDE**2, SIDE)]
+    print(side_by_side([as_text(original), as_text(framed)]))
+    print()
+    edge = [INK] * SIDE
+    expected = [edge, *([INK, *row[1:-1], INK] for row in original[1:-1]), edge]
+    in_a_row = list(itertools.chain(*expected))
+    check("the matrix, of which it is a view, has the frame", list(matrix[0]) == in_a_row)
+    check("so has its exported memory", np.asarray(matrix)[0].tolist() == in_a_row)
+    image[:] = digits.images[0]
+    check("all else is as it was", np.array_equal(np.asarray(matrix), digits.images))
+
+
+def clone(matrix: orvane.double, digits: Digits) -> None:
+    """A clone is an array of its own."""
+    heading("Cloning")
+    three = matrix[0:3].clone()
+    print(f"  a clone of the first three images is an array of size {three.size}")
+    three[0] = [0] * SIDE**2
+    check("writing to a clone leaves the matrix alone", list(matrix[0]) == digits.images[0])
+    check("the rest of the clone is what was cloned", list(three[2]) == digits.images[2])
+
+
+def reshape(stack: orvane.uint8, pixels: np.ndarray, digits: Digits) -> None:
+    """Other dimensions for the same elements, in place; column by column, as they are stored."""
+    heading("Reshaping in place")
+    address, count = stack.buffer_info()
+    stack.reshape(SIDE**2, len(digits.images))
+    print(f"  the {count:,} pixels are now of size {stack.size}")
+    columns_of_fifth = [pixel for column in pixels[:, :, 5].T.tolist() for pixel in column]
+    check(
+        "a column holds an image, column by column",
+        [row[5] for row in stack] == columns_of_fifth,
+    )
+    check("no element has moved", stack.buffer_info() == (address, count))
+    check("the earlier export keeps its dimensions", pixels.shape == (SIDE, SIDE, 1797))
+    stack.reshape(pixels.shape)
+
+
+def compare(stack: orvane.uint8) -> None:
+    """Equality is that of type, nesting and elements."""
+    heading("Comparing")
+    other = orvane.uint8(memoryview(stack).tolist())
+    check(f"{stack.buffer_info()[1]:,} elements are equal to a copy", stack == other)
+    row = other[7][7]
+    row[1796] = INK - row[1796]
+    check("with one pixel inverted they are not", stack != other)
+    check("types have to be the same", orvane.int16(other) != other)
+
+
+def pickle_to_disk(matrix: orvane.double, output: Path) -> None:
+    """To a file and back."""
+    heading("Pickling to disk")
+    output.mkdir(parents=True, exist_ok=True)
+    file = output / "digits.pickle"
+    file.write_bytes(pickle.dumps(matrix, protocol=pickle.HIGHEST_PROTOCOL))
+    restored = pickle.loads(file.read_bytes())
+    print(f"  {file} has {file.stat().st_size:,} bytes")
+    check("what comes back is of the same type and size", type(restored) is type(matrix))
+    check("and equal to what was written", restored.size == matrix.size and restored == matrix)
+
+
 def a_million_elements() -> None:
     """Subscripts, iteration and text at size: element (i, j, k) holds 10,000 i + 100 j + k."""
     heading("A million elements in three dimensions")
@@ -133,6 +203,11 @@ def main() -> None:
     single_images(stack, matrix, digits)
     pixels = export_to_numpy(stack, digits)
     draw(pixels, digits, output)
+    change_through_a_view(matrix, digits)
+    clone(matrix, digits)
+    reshape(stack, pixels, digits)
+    compare(stack)
+    pickle_to_disk(matrix, output)
     a_million_elements()
     print("\nEverything that was checked holds.")
 
