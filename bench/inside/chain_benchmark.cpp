@@ -1,4 +1,5 @@
 // Index chains: what a subscript costs beside the Python object that it makes.
+#include <array>
 #include <memory>
 
 #include "core/index_chain.hpp"
@@ -39,7 +40,7 @@ void narrowChain(benchmark::State& state) {
 BENCHMARK(narrowChain)->Name("chain/slice of a slice");
 
 void selectFromChain(benchmark::State& state) {
-    const long extents[] = {10, 10, 10};
+    const std::array<long, 3> extents{10, 10, 10};
     const auto layout = std::make_shared<const Layout>(extents, 1000, 8);
     const IndexChain chain = chainOf(1);
     for (auto _ : state)

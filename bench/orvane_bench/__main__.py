@@ -15,10 +15,18 @@ from .timing import QUICK, THOROUGH, measure_all
 
 
 def parse_arguments() -> argparse.Namespace:
-    parser = argparse.ArgumentParser(prog="bench", description="Measures the arrays beside their peers.")
-    parser.add_argument("rows", nargs="*", metavar="TEXT", help="only rows whose name contains one of these")
-    parser.add_argument("--quick", action="store_true", help="few samples, no growth beyond 10^7 elements")
-    parser.add_argument("--output", type=Path, required=True, help="folder for the table, the JSON and the chart")
+    parser = argparse.ArgumentParser(
+        prog="bench", description="Measures the arrays beside their peers."
+    )
+    parser.add_argument(
+        "rows", nargs="*", metavar="TEXT", help="only rows whose name contains one of these"
+    )
+    parser.add_argument(
+        "--quick", action="store_true", help="few samples, no growth beyond 10^7 elements"
+    )
+    parser.add_argument(
+        "--output", type=Path, required=True, help="folder for the table, the JSON and the chart"
+    )
     return parser.parse_args()
 
 
@@ -31,7 +39,11 @@ def progress(message: str) -> None:
 def main() -> None:
     arguments = parse_arguments()
     wanted = arguments.rows
-    chosen = [(i, row) for i, row in enumerate(ROWS) if not wanted or any(text in row.name for text in wanted)]
+    chosen = [
+        (i, row)
+        for i, row in enumerate(ROWS)
+        if not wanted or any(text in row.name for text in wanted)
+    ]
     if not chosen:
         sys.exit("no row has such a name")
 
@@ -41,7 +53,9 @@ def main() -> None:
         growth = list(measure_growth(progress, 10**7 if arguments.quick else 10**8))
         progress("inside")
         inside = measure_inside(repetitions=3 if arguments.quick else 9)
-    report = Report(Setting.of(suite), results_of(suite, [row for _, row in chosen]), growth, inside)
+    report = Report(
+        Setting.of(suite), results_of(suite, [row for _, row in chosen]), growth, inside
+    )
 
     name = f"benchmarks-cpython-{sys.version_info.major}.{sys.version_info.minor}"
     arguments.output.mkdir(parents=True, exist_ok=True)

@@ -22,7 +22,16 @@ INK = "#1f2630"
 FAINT = "#d5dae0"
 
 
-def text(x: float, y: float, content: str, *, size: int = 11, fill: str = INK, anchor: str = "start", **more: str) -> str:
+def text(
+    x: float,
+    y: float,
+    content: str,
+    *,
+    size: int = 11,
+    fill: str = INK,
+    anchor: str = "start",
+    **more: str,
+) -> str:
     attributes = "".join(f' {name.replace("_", "-")}="{value}"' for name, value in more.items())
     return (
         f'<text x="{x:.1f}" y="{y:.1f}" font-size="{size}" fill="{fill}" text-anchor="{anchor}"{attributes}>'
@@ -31,20 +40,24 @@ def text(x: float, y: float, content: str, *, size: int = 11, fill: str = INK, a
 
 
 def line(x1: float, y1: float, x2: float, y2: float, stroke: str, width: float = 1) -> str:
-    return (
-        f'<line x1="{x1:.1f}" y1="{y1:.1f}" x2="{x2:.1f}" y2="{y2:.1f}" stroke="{stroke}" stroke-width="{width}"/>'
-    )
+    return f'<line x1="{x1:.1f}" y1="{y1:.1f}" x2="{x2:.1f}" y2="{y2:.1f}" stroke="{stroke}" stroke-width="{width}"/>'
 
 
 def box(x: float, y: float, width: float, height: float, fill: str) -> str:
-    return f'<rect x="{x:.1f}" y="{y:.1f}" width="{width:.1f}" height="{height:.1f}" fill="{fill}"/>'
+    return (
+        f'<rect x="{x:.1f}" y="{y:.1f}" width="{width:.1f}" height="{height:.1f}" fill="{fill}"/>'
+    )
 
 
 class Axis:
     """Ratios to x coordinates. Shows 1 and every ratio and threshold."""
 
     def __init__(self, results: list[RowResult]) -> None:
-        shown = [result.ratio for result in results] + [result.row.at_least or 1 for result in results] + [1]
+        shown = (
+            [result.ratio for result in results]
+            + [result.row.at_least or 1 for result in results]
+            + [1]
+        )
         self._low = math.log2(min(shown)) - 0.3
         self._high = math.log2(max(shown)) + 0.7
         self.left = MARGIN + LABEL_WIDTH
@@ -64,7 +77,9 @@ def bar(result: RowResult, axis: Axis, y: float) -> list[str]:
     parts = [
         text(axis.left - 8, middle, result.row.name, anchor="end"),
         box(start, y + 4, max(end - start, 1), ROW_HEIGHT - 8, color),
-        text(max(end, axis.x(1)) + 6, middle, f"{result.ratio:.2f}", fill=color, font_weight="bold"),
+        text(
+            max(end, axis.x(1)) + 6, middle, f"{result.ratio:.2f}", fill=color, font_weight="bold"
+        ),
         text(
             axis.left + PLOT_WIDTH + TIMES_WIDTH,
             middle,
@@ -83,9 +98,26 @@ def svg(report: Report) -> str:
     width = 2 * MARGIN + LABEL_WIDTH + PLOT_WIDTH + TIMES_WIDTH
     bottom = HEAD_HEIGHT + ROW_HEIGHT * len(report.rows)
     parts = [box(0, 0, width, bottom + FOOT_HEIGHT, "#ffffff")]
-    parts.append(text(MARGIN, 26, "Orvane arrays beside their peers: peer's time / ours", size=16, font_weight="bold"))
-    parts += [text(MARGIN, 46 + 16 * i, content) for i, content in enumerate(report.setting.lines())]
-    parts.append(text(axis.left + PLOT_WIDTH + TIMES_WIDTH, HEAD_HEIGHT - 8, "ours : peer, medians", anchor="end"))
+    parts.append(
+        text(
+            MARGIN,
+            26,
+            "Orvane arrays beside their peers: peer's time / ours",
+            size=16,
+            font_weight="bold",
+        )
+    )
+    parts += [
+        text(MARGIN, 46 + 16 * i, content) for i, content in enumerate(report.setting.lines())
+    ]
+    parts.append(
+        text(
+            axis.left + PLOT_WIDTH + TIMES_WIDTH,
+            HEAD_HEIGHT - 8,
+            "ours : peer, medians",
+            anchor="end",
+        )
+    )
     for tick in axis.ticks():
         x = axis.x(tick)
         parts.append(line(x, HEAD_HEIGHT, x, bottom, INK if tick == 1 else FAINT))

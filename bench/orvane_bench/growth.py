@@ -34,7 +34,13 @@ GROWTH_ROWS = [
         True,
         60,
     ),
-    GrowthRow("from a one-dimensional buffer", "x = np.arange(n, dtype=float)\n", "r = orvane.double(x)", True, 24),
+    GrowthRow(
+        "from a one-dimensional buffer",
+        "x = np.arange(n, dtype=float)\n",
+        "r = orvane.double(x)",
+        True,
+        24,
+    ),
     GrowthRow(
         "from a row-major buffer n/100 x 100",
         "x = np.arange(n, dtype=float).reshape(n // 100, 100)\n",
@@ -52,9 +58,20 @@ GROWTH_ROWS = [
     GrowthRow("a[:].clone()", ARRAY, "r = a[:].clone()", True, 40),
     GrowthRow("a == b", ARRAY + "b = a.clone()\n", "r = a == b", True, 32),
     GrowthRow("str(a)", ARRAY, "r = str(a)", True, 90),
-    GrowthRow("pickle.dumps(a)", "import pickle\n" + ARRAY, "r = pickle.dumps(a)", True, 120, greatest=10**7),
     GrowthRow(
-        "a[0].toarray(), 1 x n", "a = orvane.double(np.arange(n, dtype=float))\n", "r = a[0].toarray()", True, 48
+        "pickle.dumps(a)",
+        "import pickle\n" + ARRAY,
+        "r = pickle.dumps(a)",
+        True,
+        120,
+        greatest=10**7,
+    ),
+    GrowthRow(
+        "a[0].toarray(), 1 x n",
+        "a = orvane.double(np.arange(n, dtype=float))\n",
+        "r = a[0].toarray()",
+        True,
+        48,
     ),
 ]
 
@@ -88,14 +105,19 @@ class GrowthResult:
 
 def available_bytes() -> int:
     with open("/proc/meminfo") as lines:
-        return next(int(line.split()[1]) * 1024 for line in lines if line.startswith("MemAvailable:"))
+        return next(
+            int(line.split()[1]) * 1024 for line in lines if line.startswith("MemAvailable:")
+        )
 
 
 def measure_growth(progress: Callable[[str], None], greatest: int) -> Iterator[GrowthResult]:
     for row in GROWTH_ROWS:
         points = []
         for n in COUNTS:
-            if n > min(row.greatest, greatest) or n * row.bytes_per_element > available_bytes() * 0.7:
+            if (
+                n > min(row.greatest, greatest)
+                or n * row.bytes_per_element > available_bytes() * 0.7
+            ):
                 continue
             progress(f"growth, {n:,} elements: {row.name}")
             setup = f"import numpy as np, orvane\nn = {n}\n{row.setup}"

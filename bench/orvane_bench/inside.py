@@ -38,11 +38,17 @@ def measure_inside(repetitions: int) -> list[InsideResult]:
             "--benchmark_report_aggregates_only=true",
             "--benchmark_min_time=0.05",
         ]
-        subprocess.run([sys.executable, "-c", RUN, *arguments], check=True, stdout=subprocess.DEVNULL)
+        subprocess.run(
+            [sys.executable, "-c", RUN, *arguments], check=True, stdout=subprocess.DEVNULL
+        )
         measured = json.loads(file.read_text())["benchmarks"]
 
     medians = [entry for entry in measured if entry.get("aggregate_name") == "median"]
-    memcpy = {entry["moved"]: entry["bytes_per_second"] for entry in medians if entry["run_name"].startswith("memcpy/")}
+    memcpy = {
+        entry["moved"]: entry["bytes_per_second"]
+        for entry in medians
+        if entry["run_name"].startswith("memcpy/")
+    }
     return [
         InsideResult(
             entry["run_name"],

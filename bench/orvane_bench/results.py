@@ -59,7 +59,9 @@ class RowResult:
         """None for rows that are only told."""
         if self.row.at_least is None:
             return None
-        return self.ratio >= self.row.at_least and (self.row.at_most is None or self.ours <= self.row.at_most)
+        return self.ratio >= self.row.at_least and (
+            self.row.at_most is None or self.ours <= self.row.at_most
+        )
 
     @property
     def verdict(self) -> str:
@@ -69,11 +71,18 @@ class RowResult:
 def results_of(suite: pyperf.BenchmarkSuite, rows: list[Row]) -> list[RowResult]:
     results = []
     for row in rows:
-        values = {side: suite.get_benchmark(benchmark_name(row, side)).get_values() for side in sides_of(row)}
+        values = {
+            side: suite.get_benchmark(benchmark_name(row, side)).get_values()
+            for side in sides_of(row)
+        }
         ratios = [peer / ours for ours, peer in zip(values["ours"], values["peer"], strict=True)]
-        low, _, high = statistics.quantiles(ratios, n=4, method="inclusive") if len(ratios) > 1 else ratios * 3
+        low, _, high = (
+            statistics.quantiles(ratios, n=4, method="inclusive") if len(ratios) > 1 else ratios * 3
+        )
         medians = {side: statistics.median(taken) for side, taken in values.items()}
-        results.append(RowResult(row, medians["ours"], medians["peer"], medians.get("memcpy"), (low, high)))
+        results.append(
+            RowResult(row, medians["ours"], medians["peer"], medians.get("memcpy"), (low, high))
+        )
     return results
 
 
@@ -87,7 +96,11 @@ def measure_text(value: float, meter: Meter = Meter.REPEATED) -> str:
 def seconds_text(value: float) -> str:
     for unit, size in (("s", 1.0), ("ms", 1e-3), ("us", 1e-6)):
         if value >= size:
-            return f"{value / size:.3g} {unit}" if value < 999.5 * size else f"{value / size:.0f} {unit}"
+            return (
+                f"{value / size:.3g} {unit}"
+                if value < 999.5 * size
+                else f"{value / size:.0f} {unit}"
+            )
     return f"{value / 1e-9:.3g} ns"
 
 
@@ -110,7 +123,9 @@ def aligned(table: list[list[str]]) -> list[str]:
 
 
 def rows_text(results: list[RowResult]) -> list[str]:
-    table = [["work", "ours", "peer", "ratio", "quartiles", "at least", "verdict", "memcpy", "peer is"]]
+    table = [
+        ["work", "ours", "peer", "ratio", "quartiles", "at least", "verdict", "memcpy", "peer is"]
+    ]
     for result in results:
         row = result.row
         low, high = result.quartiles
@@ -141,8 +156,14 @@ def growth_text(results: list[GrowthResult]) -> list[str]:
         table.append(
             [
                 result.row.name,
-                *(seconds_text(by_count[count].seconds) if count in by_count else "" for count in counts),
-                *(bytes_text(by_count[count].peak) if count in by_count else "" for count in counts),
+                *(
+                    seconds_text(by_count[count].seconds) if count in by_count else ""
+                    for count in counts
+                ),
+                *(
+                    bytes_text(by_count[count].peak) if count in by_count else ""
+                    for count in counts
+                ),
                 f"n^{result.order:.2f}",
                 "holds" if result.holds else "MISSED",
             ]
@@ -167,7 +188,11 @@ class Report:
     inside: list[InsideResult]
 
     def text(self) -> str:
-        lines = [*self.setting.lines(), "ratio = peer's median / our median; above 1 the arrays are ahead", ""]
+        lines = [
+            *self.setting.lines(),
+            "ratio = peer's median / our median; above 1 the arrays are ahead",
+            "",
+        ]
         lines += rows_text(self.rows)
         if self.growth:
             lines += ["", *growth_text(self.growth)]
@@ -203,6 +228,8 @@ class Report:
                 }
                 for result in self.growth
             ],
-            "inside": [vars(result) | {"share_of_memcpy": result.share_of_memcpy} for result in self.inside],
+            "inside": [
+                vars(result) | {"share_of_memcpy": result.share_of_memcpy} for result in self.inside
+            ],
         }
         return json.dumps(content, indent=1) + "\n"

@@ -239,7 +239,9 @@ PROCESSES = [
     ),
     Row(
         "way in through the capsule: 8 MB, beside 32 bytes",
-        "import orvane_capsule_probe as probe\n" + MATRICES + "small = orvane.double(size=(2, 2))\n",
+        "import orvane_capsule_probe as probe\n"
+        + MATRICES
+        + "small = orvane.double(size=(2, 2))\n",
         "probe.way_in(a, 1000)",
         "probe.way_in(small, 1000)",
         0.8,
@@ -264,7 +266,14 @@ class Kind:
 KINDS = [
     Kind("int8", "orvane.int8", "", "np.int8", "rng.randrange(-127, 128)", 1),
     Kind("single", "orvane.single", "", "np.float32", "float(np.float32(rng.random()))", 4),
-    Kind("complex double", "orvane.double", ", is_complex=True", "complex", "complex(rng.random(), rng.random())", 16),
+    Kind(
+        "complex double",
+        "orvane.double",
+        ", is_complex=True",
+        "complex",
+        "complex(rng.random(), rng.random())",
+        16,
+    ),
 ]
 
 
@@ -299,7 +308,13 @@ def rows_of(kind: Kind) -> list[Row]:
             "for _ in peer: pass",
             2.5,
         ),
-        Row(name("a == b, a million"), f"{both}b = {make}\ny = x.copy(order='F')\n", "a == b", "np.array_equal(x, y)", 1),
+        Row(
+            name("a == b, a million"),
+            f"{both}b = {make}\ny = x.copy(order='F')\n",
+            "a == b",
+            "np.array_equal(x, y)",
+            1,
+        ),
         Row(
             name("memoryview(a[0:500]), fresh view"),
             both,
@@ -313,4 +328,10 @@ def rows_of(kind: Kind) -> list[Row]:
     ]
 
 
-ROWS = [*CONSTRUCTION, *SUBSCRIPTS, *WHOLE_ARRAYS, *PROCESSES, *(row for kind in KINDS for row in rows_of(kind))]
+ROWS = [
+    *CONSTRUCTION,
+    *SUBSCRIPTS,
+    *WHOLE_ARRAYS,
+    *PROCESSES,
+    *(row for kind in KINDS for row in rows_of(kind)),
+]

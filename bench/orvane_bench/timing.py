@@ -20,7 +20,9 @@ from .rows import COMMON, Meter, Row
 
 Sample = Callable[[int], float]
 
-MEMCPY_SETUP = "source = memoryview(bytearray(b'x' * {0}))\ntarget = memoryview(bytearray(b'y' * {0}))\n"
+MEMCPY_SETUP = (
+    "source = memoryview(bytearray(b'x' * {0}))\ntarget = memoryview(bytearray(b'y' * {0}))\n"
+)
 MEMCPY = "target[:] = source"
 
 LOOP = """
@@ -102,7 +104,9 @@ def calibrated(sample: Sample, seconds: float) -> int:
 def measure_repeatedly(row: Row, effort: Effort) -> pyperf.BenchmarkSuite:
     """One process's worth of values, taken in this process."""
     samplers = samplers_of(row)
-    loops = {side: calibrated(sample, effort.seconds_per_sample) for side, sample in samplers.items()}
+    loops = {
+        side: calibrated(sample, effort.seconds_per_sample) for side, sample in samplers.items()
+    }
     warmups = {side: samplers[side](loops[side]) for side in samplers}
     slowest = max(warmups["ours"], warmups["peer"])
     count = max(3, min(25, round(effort.seconds_per_side / slowest)))
@@ -132,7 +136,12 @@ def measure_repeatedly(row: Row, effort: Effort) -> pyperf.BenchmarkSuite:
 def measure_in_worker(index: int, effort: Effort) -> pyperf.BenchmarkSuite:
     with tempfile.TemporaryDirectory() as directory:
         file = Path(directory) / "suite.json"
-        arguments = [str(index), str(effort.seconds_per_sample), str(effort.seconds_per_side), str(file)]
+        arguments = [
+            str(index),
+            str(effort.seconds_per_sample),
+            str(effort.seconds_per_side),
+            str(file),
+        ]
         subprocess.run([sys.executable, "-m", f"{__package__}.worker", *arguments], check=True)
         return pyperf.BenchmarkSuite.load(str(file))
 
@@ -157,7 +166,9 @@ def in_fresh_process(measure: str, setup: str, statement: str) -> object:
 ONCE_EACH_REPEATS = 5
 
 
-def measure_all(chosen: Iterable[tuple[int, Row]], effort: Effort, progress: Callable[[str], None]) -> pyperf.BenchmarkSuite:
+def measure_all(
+    chosen: Iterable[tuple[int, Row]], effort: Effort, progress: Callable[[str], None]
+) -> pyperf.BenchmarkSuite:
     """All values of the chosen rows (with their places in the table), process after process."""
     rows = list(chosen)
     merged: dict[str, pyperf.Benchmark] = {}
