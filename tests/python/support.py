@@ -22,17 +22,26 @@ each_type = pytest.mark.parametrize("name", NAMES)
 each_kind = pytest.mark.parametrize("kind", KINDS, ids=lambda kind: f"{kind.name}-{kind.format}")
 
 BIG = 2**70
-NUMERIC = "value passed to initializer must be numeric."
-RECTANGULAR = "arrays must be rectangular."
-SIBLINGS = "elements of array are of different lengths or types."
-OTHER_SHAPE = (
-    "unable to perform assignment because the left and right sides have a different shape."
-)
-NO_SUBSCRIPT = "index is not an integer or slice."
-TOO_MANY = "too many indices."
-NULL_DATA = "null data pointer."
-TOO_LARGE = "Python int too large to convert to C long long"
+WORDS = {
+    "NUMERIC": "value passed to initializer must be numeric.",
+    "RECTANGULAR": "arrays must be rectangular.",
+    "SIBLINGS": "elements of array are of different lengths or types.",
+    "SHAPE": "unable to perform assignment because the left and right sides have a"
+    " different shape.",
+    "SUBSCRIPT": "index is not an integer or slice.",
+    "TOO_MANY": "too many indices.",
+    "NULL": "null data pointer.",
+    "NONE": "value must not be 'None'.",
+    "TYPE": "type does not match.",
+    "LARGE": "Python int too large to convert to C long long",
+    "SSIZE": "Python int too large to convert to C ssize_t",
+    "STEP": "slice step cannot be zero.",
+}
 
+ERRORS = {
+    **{e.__name__: e for e in (TypeError, ValueError, IndexError, OverflowError, RuntimeError)},
+    **{e.__name__: e for e in (BufferError, MemoryError, ShapeError, SizeError)},
+}
 NAMESPACE: dict[str, Any] = {
     **{name: getattr(orvane, name) for name in NAMES},
     "BIG": BIG,
@@ -48,6 +57,40 @@ def evaluate(expression: str, **names: Any) -> Any:
 
 def execute(statement: str, **names: Any) -> None:
     exec(statement, {**NAMESPACE, **names})
+
+
+def table(text: str) -> Any:
+    """Rows of `expression -> answer`; an indented line continues the row above it."""
+    rows: list[str] = []
+    for line in text.strip("\n").splitlines():
+        if line.startswith(" "):
+            rows[-1] += " " + line.strip()
+        else:
+            rows.append(line)
+    split = [tuple(part.strip() for part in row.split(" -> ")) for row in rows]
+    return pytest.mark.parametrize(("expression", "answer"), split, ids=[row[0] for row in split])
+
+
+@contextmanager
+def answered_by(answer: str) -> Iterator[bool]:
+    """An answer like `ValueError: words` must be raised by the block, exactly; the words may be a
+    key of `WORDS`. Any other answer is no error: gives true, and the block compares."""
+    kind, _, words = answer.partition(": ")
+    if kind not in ERRORS:
+        yield True
+        return
+    with refused(ERRORS[kind], WORDS.get(words, words)):
+        yield False
+
+
+def check(expression: str, answer: str, **names: Any) -> None:
+    """Holds one row of a table: arrays are compared by what they show."""
+    with answered_by(answer) as expects_value:
+        value = evaluate(expression, **names)
+        if expects_value:
+            value = nested(value) if hasattr(value, "_is_complex") else value
+            expected = evaluate(answer, **names)
+            assert (type(value), repr(value)) == (type(expected), repr(expected))
 
 
 @contextmanager
@@ -90,19 +133,6 @@ def outcome(call: Callable[[], Any]) -> tuple[Any, ...]:
     except Exception as error:
         return "raised", type(error), str(error)
     return "gave", type(value).__name__, value
-
-
-KNOWN_ERRORS = (
-    TypeError,
-    ValueError,
-    IndexError,
-    OverflowError,
-    BufferError,
-    MemoryError,
-    RuntimeError,
-    ShapeError,
-    SizeError,
-)
 
 
 class PyBuffer(ctypes.Structure):
@@ -159,7 +189,7 @@ def _forget_view(exporter: Any, _view: Any) -> None:
 
 
 def _exporting_base() -> type:
-    """A type whose buffer slots call back into Python, which the language offers only from 3.12."""
+    """A type whose buffer slots call Python, which the language itself offers only from 3.12."""
     get, release, basetype = 1, 2, 1 << 10
     slots = (_Slot * 3)(
         _Slot(get, ctypes.cast(_fill_view, ctypes.c_void_p)),

@@ -10,34 +10,31 @@ import pytest
 import orvane
 import orvanemultidimarrayforpython as native
 import ovexceptions
-from support import each_type, evaluate, grid, refused
+from support import each_type, evaluate, grid
 
-ITERATOR = native.OCPyIter
-
-ATTRIBUTE_DOCS = {
-    "size": "dimensions",
-    "_size": "dimensions",
-    "itemsize": "size of an element in bytes",
-    "_real": "real part of elements; equivalent to real()",
-    "_imag": "imaginary part of elements; equivalent to imag()",
-    "_data": "elements in storage order; equivalent to noncomplex()",
-    "_is_complex": "whether array is complex",
-}
-METHODS = {
-    "reshape": "reshape changes the dimensions of an N-dimensional array while preserving"
-    " the values",
-    "buffer_info": "buffer_info returns a two-element tuple containing the address of the buffer"
-    " and the number of elements",
-    "get_bytewise_strides": "get_bytewise_strides returns a tuple containing the bytewise strides",
-    "clone": "clone returns an independent copy of the input object",
-    "real": "real returns the real part of the input object as a 1-by-N array",
-    "imag": "imag returns the imaginary part of the input object as a 1-by-N array",
-    "noncomplex": "noncomplex returns the the input object (which must be noncomplex)"
-    " as a 1-by-N array",
-    "toarray": "toarray returns an array.array initialized from the input object",
-    "tomemoryview": "tomemoryview returns a memoryview initialized from the input object",
-    "__reduce__": "__reduce__ pickles the input object",
-}
+DOCSTRINGS = dict(
+    row.split(": ", 1)
+    for row in """
+size: dimensions
+_size: dimensions
+itemsize: size of an element in bytes
+_real: real part of elements; equivalent to real()
+_imag: imaginary part of elements; equivalent to imag()
+_data: elements in storage order; equivalent to noncomplex()
+_is_complex: whether array is complex
+reshape: reshape changes the dimensions of an N-dimensional array while preserving the values
+buffer_info: buffer_info returns a two-element tuple containing the address of the buffer and\
+ the number of elements
+get_bytewise_strides: get_bytewise_strides returns a tuple containing the bytewise strides
+clone: clone returns an independent copy of the input object
+real: real returns the real part of the input object as a 1-by-N array
+imag: imag returns the imaginary part of the input object as a 1-by-N array
+noncomplex: noncomplex returns the the input object (which must be noncomplex) as a 1-by-N array
+toarray: toarray returns an array.array initialized from the input object
+tomemoryview: tomemoryview returns a memoryview initialized from the input object
+__reduce__: __reduce__ pickles the input object
+""".strip().splitlines()
+)
 
 
 @each_type
@@ -54,7 +51,7 @@ def test_the_types_cannot_be_subclassed_hashed_or_reckoned_with(name):
     with pytest.raises(TypeError, match="not an acceptable base type"):
         type("Derived", (array_type,), {})
     array = array_type([1])
-    for expression in ("a + a", "-a", "a * 2", "hash(a)", "a()", "float(a)", "a @ a"):
+    for expression in ("a + a", "-a", "a * 2", "hash(a)", "a()", "abs(a)", "a @ a"):
         with pytest.raises(TypeError):
             evaluate(expression, a=array)
     array.__init__(5, 6, 7)  # that of `object`, which leaves the array alone
@@ -62,29 +59,22 @@ def test_the_types_cannot_be_subclassed_hashed_or_reckoned_with(name):
 
 
 @each_type
-def test_methods_and_attributes_carry_their_docstrings(name):
+def test_methods_and_attributes_are_these_and_carry_their_docstrings(name):
     array_type = getattr(orvane, name)
-    for attribute, text in (ATTRIBUTE_DOCS | METHODS).items():
-        assert getattr(array_type, attribute).__doc__ == text
     ordinary = {n for n in vars(array_type) if not n.startswith("__")} | {"__reduce__"}
-    assert ordinary == ATTRIBUTE_DOCS.keys() | METHODS.keys()
-
-
-def test_attributes_are_read_only():
-    array = grid(2, 2)
-    for attribute in ATTRIBUTE_DOCS:
+    assert {n: getattr(array_type, n).__doc__ for n in ordinary} == DOCSTRINGS
+    for attribute in ("size", "_size", "itemsize", "_real", "_imag", "_data", "_is_complex", "x"):
         with pytest.raises(AttributeError):
-            setattr(array, attribute, (1,))
-    with pytest.raises(AttributeError):
-        array.other = 1
+            setattr(array_type(5), attribute, (1,))
 
 
 def test_the_iterator_type_is_internal():
-    assert type(iter(grid(1, 1))) is ITERATOR
-    assert (ITERATOR.__name__, ITERATOR.__module__) == ("OCPyIter", "orvane")
-    assert ITERATOR.__doc__ == "Internal iterator object"
-    with pytest.raises(TypeError, match=r"cannot create 'orvane\.OCPyIter' instances"):
-        ITERATOR()
+    iterator_type = type(iter(grid(1, 1)))
+    assert iterator_type is native.OCPyIter
+    assert repr(iterator_type) == "<class 'orvane.OCPyIter'>"
+    assert iterator_type.__doc__ == "Internal iterator object"
+    with pytest.raises(TypeError, match="cannot create"):
+        iterator_type()
 
 
 @pytest.mark.parametrize("name", ["ShapeError", "SizeError"])
@@ -95,22 +85,18 @@ def test_the_exceptions_are_one_wherever_they_are_named(name):
     assert (exception.__module__, exception.__qualname__) == ("ovexceptions", name)
 
 
-IMPORT_FAILURES = [
-    ("sys.modules['array'] = None", "unable to import array module."),
-    ("sys.modules['array'] = types.ModuleType('array')", "unable to retrieve array.array class."),
-    (
-        "sys.modules['array'] = types.ModuleType('array'); sys.modules['array'].array = 5",
-        "array.array class is not callable.",
-    ),
-]
-
-
-@pytest.mark.parametrize(("damage", "message"), IMPORT_FAILURES)
-def test_an_import_that_fails_can_be_tried_again(damage, message):
+@pytest.mark.parametrize(
+    ("replacement", "message"),
+    [
+        ("None", "unable to import array module."),
+        ("types.ModuleType('array')", "unable to retrieve array.array class."),
+        ("types.SimpleNamespace(array=5)", "array.array class is not callable."),
+    ],
+)
+def test_an_import_that_fails_can_be_tried_again(replacement, message):
     program = f"""
 import array, sys, types
-whole = array
-{damage}
+sys.modules["array"], whole = {replacement}, array
 try:
     import orvanemultidimarrayforpython
 except RuntimeError as error:
@@ -130,24 +116,16 @@ except orvane.ShapeError:
 
 
 def test_a_second_interpreter_is_refused_in_words():
-    interpreters = pytest.importorskip(
-        "_interpreters" if sys.version_info >= (3, 13) else "_xxsubinterpreters"
-    )
     program = (
         "try:\n    import orvanemultidimarrayforpython\n"
         "except ImportError as error:\n    assert 'interpreter' in str(error), error\n"
         "else:\n    raise AssertionError('imported twice')\n"
     )
+    new = sys.version_info >= (3, 13)
+    interpreters = pytest.importorskip("_interpreters" if new else "_xxsubinterpreters")
     other = interpreters.create()
     try:
-        if sys.version_info >= (3, 13):
-            assert interpreters.exec(other, program) is None
-        else:
-            interpreters.run_string(other, program)
+        assert (interpreters.exec if new else interpreters.run_string)(other, program) is None
     finally:
         interpreters.destroy(other)
-    with refused(ovexceptions.ShapeError, _MISMATCH):
-        orvane.double([1, 2], size=(3,))
-
-
-_MISMATCH = "dimensions of initializer (2) do not match dimensions specified by 'size' (1, 3)."
+    assert type(iter(grid(1, 1))) is native.OCPyIter
