@@ -32,15 +32,16 @@ def text(
     anchor: str = "start",
     **more: str,
 ) -> str:
-    attributes = "".join(f' {name.replace("_", "-")}="{value}"' for name, value in more.items())
-    return (
-        f'<text x="{x:.1f}" y="{y:.1f}" font-size="{size}" fill="{fill}" text-anchor="{anchor}"{attributes}>'
-        f"{escape(content)}</text>"
-    )
+    attributes = {"font-size": size, "fill": fill, "text-anchor": anchor, **more}
+    written = "".join(f' {name.replace("_", "-")}="{value}"' for name, value in attributes.items())
+    return f'<text x="{x:.1f}" y="{y:.1f}"{written}>{escape(content)}</text>'
 
 
 def line(x1: float, y1: float, x2: float, y2: float, stroke: str, width: float = 1) -> str:
-    return f'<line x1="{x1:.1f}" y1="{y1:.1f}" x2="{x2:.1f}" y2="{y2:.1f}" stroke="{stroke}" stroke-width="{width}"/>'
+    return (
+        f'<line x1="{x1:.1f}" y1="{y1:.1f}" x2="{x2:.1f}" y2="{y2:.1f}" '
+        f'stroke="{stroke}" stroke-width="{width}"/>'
+    )
 
 
 def box(x: float, y: float, width: float, height: float, fill: str) -> str:
@@ -124,10 +125,15 @@ def svg(report: Report) -> str:
         parts.append(text(x, bottom + 16, f"{tick:g}", anchor="middle"))
     for i, result in enumerate(report.rows):
         parts += bar(result, axis, HEAD_HEIGHT + ROW_HEIGHT * i)
-    legend = "Right of 1 the arrays are ahead. Black marks: the ratio to be reached. Green: reached; red: missed; grey: only told."
+    legend = (
+        "Right of 1 the arrays are ahead. Black marks: the ratio to be reached. "
+        "Green: reached; red: missed; grey: only told."
+    )
     parts.append(text(MARGIN, bottom + 36, legend))
     body = "\n".join(parts)
+    height = bottom + FOOT_HEIGHT
     return (
-        f'<svg xmlns="http://www.w3.org/2000/svg" width="{width}" height="{bottom + FOOT_HEIGHT}" '
-        f'viewBox="0 0 {width} {bottom + FOOT_HEIGHT}" font-family="DejaVu Sans, Verdana, sans-serif">\n{body}\n</svg>\n'
+        f'<svg xmlns="http://www.w3.org/2000/svg" width="{width}" height="{height}" '
+        f'viewBox="0 0 {width} {height}" font-family="DejaVu Sans, Verdana, sans-serif">\n'
+        f"{body}\n</svg>\n"
     )

@@ -1,8 +1,11 @@
-"""Measures one statement in an interpreter that has done nothing else: `fresh_process.py MEASURE SETUP STATEMENT`.
+"""Measures one statement in an interpreter that has done nothing else.
 
-Prints a JSON value: seconds ("first time"), bytes ("peak memory"), or an object with both ("growth"). It imports what
-it needs only after the statement has run, so that a measured import finds nothing done before.
+Called with a measure, the setup and the statement. Prints a JSON value: seconds ("first time"),
+bytes ("peak memory"), or an object with both ("growth"). It imports what it needs only after the
+statement has run, so that a measured import finds nothing done before.
 """
+
+# ruff: noqa: PTH123
 
 import sys
 import time

@@ -2,8 +2,10 @@
 
 from __future__ import annotations
 
+import math
 from collections.abc import Callable, Iterator
 from dataclasses import dataclass
+from pathlib import Path
 
 from .timing import in_fresh_process
 
@@ -20,7 +22,7 @@ class GrowthRow:
     in_proportion: bool
     """Whether the time grows with n; otherwise it has to stay."""
     bytes_per_element: int
-    """What setup and statement together need at most; greater counts are left out where the memory lacks."""
+    """What setup and statement need together; counts for which memory lacks are left out."""
     greatest: int = 10**8
 
 
@@ -90,21 +92,20 @@ class GrowthResult:
 
     @property
     def order(self) -> float:
-        """The exponent e of time ~ n^e, from 10^5 elements, where fixed costs are small, to the greatest count."""
-        from math import log
+        """The exponent e of time ~ n^e from 10^5 elements, where fixed costs are small, onward."""
 
         first = next(point for point in self.points if point.count >= 10**5)
         last = self.points[-1]
-        return log(last.seconds / first.seconds) / log(last.count / first.count)
+        return math.log(last.seconds / first.seconds) / math.log(last.count / first.count)
 
     @property
     def holds(self) -> bool:
-        # Arrays of 10^5 doubles live in the caches and larger ones do not; that costs a factor, not a power.
+        # Arrays of 10^5 doubles live in the caches and larger ones do not: that costs a factor.
         return self.order < (1.25 if self.row.in_proportion else 0.1)
 
 
 def available_bytes() -> int:
-    with open("/proc/meminfo") as lines:
+    with Path("/proc/meminfo").open() as lines:
         return next(
             int(line.split()[1]) * 1024 for line in lines if line.startswith("MemAvailable:")
         )

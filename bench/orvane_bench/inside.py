@@ -1,4 +1,7 @@
-"""Runs the C++ benchmarks, which are linked into an extension module since some of them need the interpreter."""
+"""Runs the C++ benchmarks.
+
+They are linked into an extension module, since some of what they measure needs the interpreter.
+"""
 
 from __future__ import annotations
 

@@ -5,6 +5,7 @@ from __future__ import annotations
 import datetime
 import json
 import math
+import platform
 import statistics
 from dataclasses import dataclass
 from importlib.metadata import version
@@ -29,11 +30,11 @@ class Setting:
     @classmethod
     def of(cls, suite: pyperf.BenchmarkSuite) -> Setting:
         known = suite.get_benchmarks()[0].get_metadata()
-        processor = f"{known.get('cpu_model_name', 'unknown processor')}, {known.get('cpu_count', '?')} processors"
+        processor = known.get("cpu_model_name", "unknown processor")
         return cls(
             date=datetime.datetime.now(datetime.timezone.utc).date().isoformat(),
-            machine=f"{processor}, {known.get('platform', 'unknown system')}",
-            interpreter=f"CPython {known['python_version'].split()[0]}, {known.get('python_compiler', '')}",
+            machine=f"{processor} x {known.get('cpu_count', '?')}, {known.get('platform', '')}",
+            interpreter=f"CPython {platform.python_version()}, {platform.python_compiler()}",
             peers=f"NumPy {version('numpy')}; array.array, list and pickle of the interpreter",
         )
 
@@ -86,7 +87,7 @@ def results_of(suite: pyperf.BenchmarkSuite, rows: list[Row]) -> list[RowResult]
     return results
 
 
-# --- text ----------------------------------------------------------------------------------------------------
+# --- text --------------------------------------------------------------------------------
 
 
 def measure_text(value: float, meter: Meter = Meter.REPEATED) -> str:

@@ -26,7 +26,7 @@ class Row:
     ours: str
     peer: str
     at_least: float | None
-    """The ratio, peer's measure divided by ours, that has to be reached; None where it is only told."""
+    """The ratio, peer's measure divided by ours, to be reached; None where it is only told."""
     fresh: str = ""
     """Runs before every single execution of `ours` and of `peer`, outside the time taken."""
     moved_bytes: int = 0

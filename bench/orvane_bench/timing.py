@@ -1,6 +1,8 @@
-"""Measures the rows. Ours, the peer's and the physical limit take turns, so that all meet the same weather.
+"""Measures the rows.
 
-A row is measured in several processes, one after the other, and all values are kept as runs of pyperf.
+Ours, the peer's and the physical limit take turns, so that all meet the same weather. A row is
+measured in several processes, one after the other, and all values are kept as runs of pyperf. Samples
+are short: on a machine with other work to do, most of them then pass without being interrupted.
 """
 
 from __future__ import annotations
@@ -60,8 +62,8 @@ class Effort:
     """In one process; at least three samples are taken whatever they cost."""
 
 
-THOROUGH = Effort(processes=3, seconds_per_sample=0.02, seconds_per_side=0.5)
-QUICK = Effort(processes=1, seconds_per_sample=0.01, seconds_per_side=0.1)
+THOROUGH = Effort(processes=3, seconds_per_sample=0.001, seconds_per_side=0.5)
+QUICK = Effort(processes=1, seconds_per_sample=0.001, seconds_per_side=0.2)
 
 
 def sides_of(row: Row) -> list[str]:
@@ -109,7 +111,7 @@ def measure_repeatedly(row: Row, effort: Effort) -> pyperf.BenchmarkSuite:
     }
     warmups = {side: samplers[side](loops[side]) for side in samplers}
     slowest = max(warmups["ours"], warmups["peer"])
-    count = max(3, min(25, round(effort.seconds_per_side / slowest)))
+    count = max(3, min(201, round(effort.seconds_per_side / slowest)))
 
     values: dict[str, list[float]] = {side: [] for side in samplers}
     for turn in range(count):

@@ -1,4 +1,8 @@
-"""Measures one row in a process of its own: `python -m orvane_bench.worker ROW SAMPLE_SECONDS SIDE_SECONDS FILE`."""
+"""Measures one row in a process of its own.
+
+Called with the row's place in the table, the seconds for a sample and for a side, and the file
+to write.
+"""
 
 from __future__ import annotations
 
