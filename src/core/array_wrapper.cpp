@@ -95,6 +95,8 @@ void ODArrayWrapper::replaceDataArrayByCopy() {
 }
 
 void ODArrayWrapper::split() {
+    // The block becomes the mirror, which assignments write to; whoever shares it so far must not see that.
+    prepareForWriting();
     data::Array copy = copyElements(m_array, *m_layout);
     m_dataElements = const_cast<std::byte*>(elementsOf(copy));
     m_mirrorOwner.emplace(std::exchange(m_array, std::move(copy)));
