@@ -100,8 +100,9 @@ template <ExceptionType Type>
         return std::array<Thrower, sizeof...(I)>{&throwException<statusTable[I].exceptionType>...};
     }(std::make_index_sequence<statusTable.size()>{});
 
-    const bool isKnown = status >= 1 && static_cast<std::size_t>(status) < statusTable.size();
-    const std::size_t row = isKnown ? static_cast<std::size_t>(status) : unknownStatus;
+    // A negative status turns into a number beyond the table.
+    const auto number = static_cast<std::size_t>(status);
+    const std::size_t row = number < statusTable.size() ? number : unknownStatus;
     throwers[row](statusTable[row].speaksForItself ? std::string(statusTable[row].message) : message);
     std::terminate(); // not reached: every thrower throws, but a pointer cannot say so
 }

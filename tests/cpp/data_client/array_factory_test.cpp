@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
 #include <utility>
 
 using namespace orvane::data;
@@ -50,6 +51,35 @@ TEST_F(Factory, aReleasedBufferKeepsItsDeleterAndCanBeGivenToAnotherArray) {
         EXPECT_EQ(freedBuffers, 0);
     }
     EXPECT_EQ(freedBuffers, 1);
+}
+
+TEST_F(Factory, anArrayThatIsGivenAwayBelongsToWhoTakesItUp) {
+    Array array = factory.createArrayFromBuffer<float>({2, 3}, countedBuffer());
+    const Array other = array;
+    const Array copy(array.detach());
+    EXPECT_NE(copy.impl(), other.impl()) << "a shared array was given away";
+
+    array = factory.createArrayFromBuffer<float>({2, 3}, countedBuffer());
+    impl::ArrayImpl* const address = array.impl();
+    impl::ArrayImpl* const given = array.detach();
+    EXPECT_EQ(given, address);
+    EXPECT_EQ(freedBuffers, 0);
+    array = Array(given);
+    array = Array();
+    EXPECT_EQ(freedBuffers, 1);
+}
+
+TEST_F(Factory, aLentArrayIsNeverWrittenAndNeverFreed) {
+    const TypedArray<float> lender = factory.createArrayFromBuffer<float>({2, 3}, countedBuffer());
+    {
+        // Its only handle, and yet not its owner.
+        TypedArray<float> borrowed(Array(std::shared_ptr<impl::ArrayImpl>(lender.impl(), [](impl::ArrayImpl*) {})));
+        EXPECT_EQ(std::as_const(borrowed).begin().get(), lender.begin().get());
+        *borrowed.begin() = 1;
+        EXPECT_EQ(lender.begin()[0], 0);
+        EXPECT_EQ(borrowed.begin()[0], 1);
+    }
+    EXPECT_EQ(freedBuffers, 0);
 }
 
 TEST_F(Factory, aRefusedBufferIsFreedOnce) {

@@ -13,9 +13,11 @@ using namespace orvane::data;
 
 namespace {
 
-/// Tells the element kind that it was called for, and how many handles hold the array meanwhile.
+/// Tells the element kind that it was called for, how many handles hold the array meanwhile, and whether it
+/// got the handle for characters.
 struct KindVisitor {
     long handles = 0;
+    bool gotCharArray = false;
 
     template <class T>
     ArrayType operator()(TypedArray<T> array) {
@@ -24,6 +26,7 @@ struct KindVisitor {
     }
     ArrayType operator()(CharArray array) {
         handles = array.useCount();
+        gotCharArray = true;
         return ArrayType::Character;
     }
 };
@@ -40,6 +43,7 @@ TEST(NumericVisitor, isToldTheElementTypeOfEveryKind) {
         Array array = ArrayFactory().createArray<T>({2, 2});
         KindVisitor visitor;
         EXPECT_EQ(apply_numeric_visitor(std::as_const(array), visitor), arrayTypeOf<T>);
+        EXPECT_EQ(visitor.gotCharArray, (std::is_same_v<T, char16_t>));
         EXPECT_EQ(visitor.handles, 2) << "shares the array with the caller";
         EXPECT_EQ(array.useCount(), 1) << "dropped after the call";
         EXPECT_EQ(apply_numeric_visitor(std::move(array), visitor), arrayTypeOf<T>);
