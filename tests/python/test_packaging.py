@@ -1,7 +1,6 @@
 """What is installed: names, symbols, the library, how it is found, and another in its place."""
 
 import ctypes
-import doctest
 import importlib.metadata
 import os
 import re
@@ -161,14 +160,3 @@ def test_another_library_can_take_its_place() -> None:
     """A library of the lower release level, without row-major arrays, carries everything."""
     loaded = run_python(USE_OF_THE_WHOLE_ROAD, LD_LIBRARY_PATH=str(REPLACEMENT.parent)).split()
     assert loaded == [str(REPLACEMENT.resolve())]
-
-
-def test_the_tour_of_the_readme() -> None:
-    """What the README shows is what comes; read from the source tree, where there is one."""
-    readme = Path(__file__).parents[2] / "README.md"
-    code = "\n".join(re.findall(r"```python\n(.*?)```", readme.read_text("utf-8"), re.DOTALL))
-    tour = doctest.DocTestParser().get_doctest(code, {}, "README", str(readme), 0)
-    assert doctest.DocTestRunner().run(tour) == doctest.TestResults(
-        failed=0, attempted=len(tour.examples)
-    )
-    assert tour.examples

@@ -1,0 +1,51 @@
+"""What the documentation shows is what comes; read from the source tree, where there is one."""
+
+from __future__ import annotations
+
+import doctest
+import re
+from pathlib import Path
+
+import pytest
+
+import orvane
+from support import evaluate, execute, refused
+
+ROOT = Path(__file__).parents[2]
+ARRAYS = ROOT / "docs" / "arrays.md"
+
+
+@pytest.mark.parametrize("page", ["README.md", "docs/arrays.md"])
+def test_the_examples(page):
+    text = (ROOT / page).read_text("utf-8")
+    code = "\n".join(re.findall(r"```python\n(.*?)```", text, re.DOTALL))
+    if "import numpy" in code:
+        pytest.importorskip("numpy")
+    examples = doctest.DocTestParser().get_doctest(code, {}, page, page, 0)
+    outcome = doctest.DocTestRunner().run(examples)
+    assert outcome == doctest.TestResults(failed=0, attempted=len(examples.examples))
+    assert examples.examples
+
+
+def rows_of_table(heading: str) -> list[tuple[str, str]]:
+    """The rows of the table of two columns that begins with this line."""
+    _, _, table = ARRAYS.read_text("utf-8").partition(f"{heading}\n|---|---|\n")
+    rows = re.match(r"(\|.*\|\n)*", table)[0].splitlines()
+    assert rows
+    return [re.fullmatch(r"\| `(.*)` \| (.*) \|", row).groups() for row in rows]
+
+
+@pytest.mark.parametrize(("call", "size"), rows_of_table("| call | size |"))
+def test_the_table_of_constructions(call, size):
+    assert f"`{evaluate(call).size}`" == size
+
+
+@pytest.mark.parametrize(("statement", "message"), rows_of_table("| statement | message |"))
+def test_the_table_of_messages(statement, message):
+    exception, words = re.fullmatch(r"`(\w+)`: (.*)", message).groups()
+    names = {
+        "a": orvane.double([[1, 2, 3], [4, 5, 6]]),
+        "z": orvane.double([1j], is_complex=True),
+    }
+    with refused(getattr(orvane, exception, None) or evaluate(exception), words):
+        execute(statement, **names)
