@@ -2,77 +2,59 @@
 
 from __future__ import annotations
 
-import numpy
 import pytest
 
 import orvane
 from support import evaluate, grid, nested, refused, stored_bytes
 
-SHAPES = [
-    ("a", (2, 3)),
-    ("a[1]", (1, 3)),
-    ("a[1:2]", (1, 3)),
-    ("a[0:2]", (2, 3)),
-    ("a[::-1]", (2, 3)),
-    ("a[1][::-2]", (1, 2)),
-    ("a[1:1]", (0, 3)),
-    ("a[1][2:2]", (0, 3)),
-    ("c[1]", (5, 6)),
-    ("c[1][2]", (1, 6)),
-    ("c[1:3]", (2, 5, 6)),
-    ("c[1][4:1:-2]", (2, 6)),
-    ("c[1][2:2]", (0, 5, 6)),
-    ("c[3:3]", (0, 5, 6)),
-    ("double(size=(2, 0))", (0, 0)),
-    ("double(size=(0, 5))", (0, 5)),
-    ("double(size=(2, 0, 3))", (0, 0, 3)),
-    ("double(size=(2, 0, 3))[1]", (0, 0, 3)),
-    ("double(size=(3, 1))[0:2]", (2, 1)),
-]
 
-
-@pytest.mark.parametrize(("expression", "size"), SHAPES)
+@pytest.mark.parametrize(
+    ("expression", "size"),
+    [
+        ("a", (2, 3)),
+        ("a[1]", (1, 3)),
+        ("a[1:2]", (1, 3)),
+        ("a[::-1]", (2, 3)),
+        ("a[1][::-2]", (1, 2)),
+        ("a[1:1]", (0, 3)),
+        ("a[1][2:2]", (0, 3)),
+        ("c[1]", (5, 6)),
+        ("c[1][2]", (1, 6)),
+        ("c[1:3]", (2, 5, 6)),
+        ("c[1][4:1:-2]", (2, 6)),
+        ("c[1][2:2]", (0, 5, 6)),
+        ("double(size=(2, 0))", (0, 0)),
+        ("double(size=(0, 5))", (0, 5)),
+        ("double(size=(2, 0, 3))[1]", (0, 0, 3)),
+        ("double(size=(3, 1))[0:2]", (2, 1)),
+    ],
+)
 def test_clones_of_chains(expression, size):
     source = evaluate(expression, a=grid(2, 3), c=grid(4, 5, 6))
     clone = source.clone()
     assert (type(clone), clone.size) == (orvane.double, size)
     shown = nested(source) if len(source.size) > 1 else [nested(source)]
     assert nested(clone) == ([] if 0 in size else shown)
-
-
-def test_a_clone_and_its_source_do_not_share():
-    source = grid(2, 2)
-    clone = source.clone()
-    clone[0][0] = -1
-    source[1][1] = -2
-    assert nested(source) == [[0.0, 2.0], [1.0, -2.0]]
-    assert nested(clone) == [[-1.0, 2.0], [1.0, 3.0]]
+    if expression[-1] == "]":
+        assert (memoryview(source).shape, stored_bytes(source)) == (size, stored_bytes(clone))
 
 
 @pytest.mark.parametrize("chain", ["a", "a[0]", "a[0:1]", "a[0][0:2]"])
 def test_the_first_snapshot_of_an_object_is_its_last(chain):
     a = grid(2, 2)
-    view, other = (evaluate(chain, a=a) for _ in range(2))
+    view = evaluate(chain, a=a)
     first = view.clone()
     a[0][0] = -5
     first[0][1] = 99  # a clone's own affair
-    assert view.clone()[0][0] == 0.0
-    assert view.clone()[0][1] == 2.0
-    fresh = evaluate(chain, a=a)
-    if chain != "a":
-        assert memoryview(view)[0, 0] == 0.0
-        assert other.clone()[0][0] == fresh.clone()[0][0] == -5.0
-    else:
-        assert memoryview(view)[0, 0] == -5.0
-        assert a[0:2].clone()[0][0] == -5.0
+    assert list(view.clone()[0]) == [0.0, 2.0]
+    assert (a[0][1], evaluate(chain, a=a[:])[0:1].clone()[0][0]) == (2.0, -5.0)
+    assert memoryview(view)[0, 0] == (-5.0 if chain == "a" else 0.0)
 
 
 def test_a_clone_after_a_reshape_has_the_dimensions_of_the_first():
-    a = grid(2, 3)
-    fresh = grid(2, 3)
+    a, fresh = grid(2, 3), grid(2, 3)
     assert a.clone().size == (2, 3)
-    a.reshape(3, 2)
-    fresh.reshape(3, 2)
+    a.reshape(3, 2), fresh.reshape(3, 2)
     assert (a.clone().size, fresh.clone().size) == ((2, 3), (3, 2))
     assert stored_bytes(a.clone()) == stored_bytes(fresh.clone())
 
@@ -84,21 +66,20 @@ def test_a_view_that_cannot_be_materialised_gives_the_reason_each_time():
     for _ in range(2):
         with refused(IndexError, "index has an invalid value: 10"):
             row.clone()
-        with refused(RuntimeError, "unable to set list item."):
-            rows.clone()
+        for use in (rows.clone, lambda: str(rows)):
+            with refused(RuntimeError, "unable to set list item."):
+                use()
     a.reshape(3, 4)
     assert nested(row.clone()) == nested(rows.clone()) == [[2.0, 5.0, 8.0, 11.0]]
 
 
-def test_parts_that_come_out_beyond_the_limit_are_refused_in_index_order():
-    source = numpy.array([[2**63 - 1, 5], [2**63 - 1025, 2**63 - 1]], dtype="q")
-    words = "value (9.22337e+18) cannot be stored in a variable of type int64."
-    kept = orvane.int64(source)
-    assert stored_bytes(kept.clone()) == source.tobytes(order="F")
+def test_parts_that_come_out_beyond_the_limit_are_refused():
     pairs = orvane.int64([[1, 2]], is_complex=True)
     pairs[0][1] = 2**63 - 1  # an int is stored exactly; read back, it is 2.0**63
     for _ in range(2):
-        with refused(OverflowError, words):
+        with refused(
+            OverflowError, "value (9.22337e+18) cannot be stored in a variable of type int64."
+        ):
             pairs.clone()
     with refused(RuntimeError, "null data pointer."):
         memoryview(pairs[0])

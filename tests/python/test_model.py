@@ -2,7 +2,8 @@
 
 A program of operations runs on both. After every operation the two answers are compared (values,
 types of exceptions, their words, what is handed out) and then the whole content, byte by byte.
-`ORVANE_MODEL_EXAMPLES` sets how many programs run; a program has about fifteen operations.
+`ORVANE_MODEL_EXAMPLES` sets how many programs run, and makes them random; a program has about ten
+operations.
 """
 
 from __future__ import annotations
@@ -21,7 +22,7 @@ from reference.elements import KINDS
 from reference.nested import without_trailing_ones
 from support import BIG, make, outcome
 
-EXAMPLES = int(os.environ.get("ORVANE_MODEL_EXAMPLES", "300"))
+SCALED = os.environ.get("ORVANE_MODEL_EXAMPLES")
 
 lengths = st.sampled_from([0, 1, 1, 2, 2, 3, 3, 4, 5])
 shapes = st.lists(lengths, min_size=2, max_size=4).map(without_trailing_ones)
@@ -42,10 +43,11 @@ names = st.sampled_from([
     "start", "step", "step", "reshape", "clone", "export", "pickle", "compare", "part", "toarray",
 ])
 recipes = st.sampled_from([
-    "fit", "fit", "fit", "flat", "short", "long", "scalar", "other", "nest", "ragged", "scalars",
+    "fit", "fit", "fit", "fit", "fit", "fit", "flat", "flat", "short", "long", "scalar", "scalar",
+    "other", "nest", "ragged", "scalars",
 ])
 # fmt: on
-subscripts = st.one_of(st.integers(-6, 5), st.integers(0, 2), slices, slices, strange)
+subscripts = st.one_of(st.integers(-3, 5), st.integers(0, 1), slices, slices, strange)
 calls = st.tuples(names, st.integers(0, 7), subscripts, recipes, st.integers(0, 2**16), scalars)
 
 
@@ -113,6 +115,7 @@ class Program:
         assert repr(got) == repr(expected), (name, chain, *details)
         content = memoryview(self.extension)
         assert (content.shape, content.tobytes(order="A")) == self.reference.export()
+        return expected[0] != "raised"
 
     def get(self, ours, theirs, subscript, *_):
         return [lambda a=a: a[subscript] for a in (ours, theirs)]
@@ -151,8 +154,9 @@ class Program:
         elif recipe == "ragged":
             dims = [[2, scalar], [2**32, 2**32], [-1, 2], [6], [], [True, True]][number % 6]
         args = dims if number % 2 else [dims]
-        keywords = {"order": "F"} if number % 17 == 0 else {}
-        return [lambda a=a: a.reshape(*args, **keywords) for a in (ours, theirs)]
+        if number % 17 == 0:
+            return [lambda a=a: a.reshape(*args, order="F") for a in (ours, theirs)]
+        return [lambda a=a: a.reshape(*args) for a in (ours, theirs)]
 
     def clone(self, ours, theirs, *_):
         return ours.clone, theirs.clone
@@ -181,22 +185,26 @@ class Program:
 
 @pytest.mark.timeout(0)
 def test_programs_agree(capfd):
-    counts = collections.Counter()
+    run_of, carried_out = collections.Counter(), collections.Counter()
 
-    @settings(max_examples=EXAMPLES, suppress_health_check=list(HealthCheck))
+    @settings(
+        max_examples=int(SCALED or 400),
+        derandomize=not SCALED,
+        suppress_health_check=list(HealthCheck),
+    )
     @given(st.sampled_from(KINDS), shapes, st.lists(calls, min_size=6, max_size=30))
     def run(kind, shape, program):
         running = Program(kind, shape)
-        parts = ("real", "imag") if kind.is_complex else ("noncomplex",)
         for name, *details in program:
-            running.run(name, *details)
-            counts[name] += 1
-        for part in parts:  # read from the library's array, where the rest is read from the mirror
-            got = list(getattr(running.extension, part)())
+            carried_out[name] += running.run(name, *details)
+            run_of[name] += 1
+        for part in ("real", "imag") if kind.is_complex else ("noncomplex",):
+            got = list(getattr(running.extension, part)())  # out of the library's own array
             assert repr(got) == repr(running.reference.part(part))
         capfd.readouterr()  # iterating a chain that a reshape outdated writes a line
 
     run()
     with capfd.disabled():
-        told = ", ".join(f"{name} {count}" for name, count in sorted(counts.items()))
-        print(f"\n{sum(counts.values())} operations without a difference: {told}")
+        told = ", ".join(f"{name} {n} ({carried_out[name]})" for name, n in run_of.most_common())
+        print(f"\n{sum(run_of.values())} operations (carried out) without a difference: {told}")
+    assert all(carried_out[name] for name in run_of if name != "delete")
