@@ -34,9 +34,9 @@ _T_co = TypeVar("_T_co", covariant=True)
 _Element = TypeVar("_Element")
 _Floating = TypeVar("_Floating", float, complex, default=float)
 _Integral = TypeVar("_Integral", int, complex, default=int)
-_Item = TypeVar("_Item", covariant=True, default=Any)
-_Whole = TypeVar("_Whole", covariant=True)
-_Row = TypeVar("_Row", covariant=True)
+_Item_co = TypeVar("_Item_co", covariant=True, default=Any)
+_Whole_co = TypeVar("_Whole_co", covariant=True)
+_Row_co = TypeVar("_Row_co", covariant=True)
 _Number = TypeVar("_Number")
 
 # --- what can be given --------------------------------------------------------------------------
@@ -64,8 +64,8 @@ _Size: TypeAlias = _Items[int] | None
 # --- what all arrays offer ----------------------------------------------------------------------
 
 @type_check_only
-class _Array(Generic[_Element, _Whole, _Row, _Item]):
-    """`_Whole` is an array of the type that gives views, `_Row` a real one that gives elements."""
+class _Array(Generic[_Element, _Whole_co, _Row_co, _Item_co]):
+    """`_Whole_co`: an array of the type that gives views. `_Row_co`: a real one; gives elements."""
 
     @property
     def size(self) -> tuple[int, ...]: ...
@@ -74,20 +74,20 @@ class _Array(Generic[_Element, _Whole, _Row, _Item]):
     @property
     def itemsize(self) -> int: ...
     @property
-    def _real(self) -> _Row: ...
+    def _real(self) -> _Row_co: ...
     @property
-    def _imag(self) -> _Row: ...
+    def _imag(self) -> _Row_co: ...
     @property
-    def _data(self) -> _Row: ...
+    def _data(self) -> _Row_co: ...
     @property
     def _is_complex(self) -> bool: ...
     def __len__(self) -> int: ...
     @overload
-    def __getitem__(self, index: int, /) -> _Item: ...
+    def __getitem__(self, index: int, /) -> _Item_co: ...
     @overload
     def __getitem__(self, index: slice, /) -> Self: ...
     def __setitem__(self, index: int | slice, value: _Nested[_Element], /) -> None: ...
-    def __iter__(self) -> OCPyIter[_Item]: ...
+    def __iter__(self) -> OCPyIter[_Item_co]: ...
     def __eq__(self, other: object, /) -> bool: ...
     def __ne__(self, other: object, /) -> bool: ...
     __hash__: ClassVar[None]  # type: ignore[assignment]
@@ -96,10 +96,10 @@ class _Array(Generic[_Element, _Whole, _Row, _Item]):
     def reshape(self, dimensions: _Items[int], /) -> Self: ...
     @overload
     def reshape(self, first: int, second: int, /, *others: int) -> Self: ...
-    def clone(self) -> _Whole: ...
-    def real(self) -> _Row: ...
-    def imag(self) -> _Row: ...
-    def noncomplex(self) -> _Row: ...
+    def clone(self) -> _Whole_co: ...
+    def real(self) -> _Row_co: ...
+    def imag(self) -> _Row_co: ...
+    def noncomplex(self) -> _Row_co: ...
     def buffer_info(self) -> tuple[int, int]: ...
     def get_bytewise_strides(self) -> tuple[int, ...]: ...
     def tomemoryview(self) -> memoryview: ...
@@ -108,16 +108,16 @@ class _Array(Generic[_Element, _Whole, _Row, _Item]):
     def __reduce__(self) -> tuple[type[Any], tuple[dict[str, bool], list[Any]]]: ...
 
 @final
-class OCPyIter(Generic[_Item]):
+class OCPyIter(Generic[_Item_co]):
     def __iter__(self) -> Self: ...
-    def __next__(self) -> _Item: ...
+    def __next__(self) -> _Item_co: ...
 
 # --- the eleven types ---------------------------------------------------------------------------
 
 @final
 class double(
-    _Array[_Floating, double[_Floating, double[_Floating]], double[float, float], _Item],
-    Generic[_Floating, _Item],
+    _Array[_Floating, double[_Floating, double[_Floating]], double[float, float], _Item_co],
+    Generic[_Floating, _Item_co],
 ):
     @overload
     def __new__(
@@ -149,8 +149,8 @@ class double(
 
 @final
 class single(
-    _Array[_Floating, single[_Floating, single[_Floating]], single[float, float], _Item],
-    Generic[_Floating, _Item],
+    _Array[_Floating, single[_Floating, single[_Floating]], single[float, float], _Item_co],
+    Generic[_Floating, _Item_co],
 ):
     @overload
     def __new__(
@@ -182,8 +182,8 @@ class single(
 
 @final
 class int8(
-    _Array[_Integral, int8[_Integral, int8[_Integral]], int8[int, int], _Item],
-    Generic[_Integral, _Item],
+    _Array[_Integral, int8[_Integral, int8[_Integral]], int8[int, int], _Item_co],
+    Generic[_Integral, _Item_co],
 ):
     @overload
     def __new__(
@@ -215,8 +215,8 @@ class int8(
 
 @final
 class uint8(
-    _Array[_Integral, uint8[_Integral, uint8[_Integral]], uint8[int, int], _Item],
-    Generic[_Integral, _Item],
+    _Array[_Integral, uint8[_Integral, uint8[_Integral]], uint8[int, int], _Item_co],
+    Generic[_Integral, _Item_co],
 ):
     @overload
     def __new__(
@@ -248,8 +248,8 @@ class uint8(
 
 @final
 class int16(
-    _Array[_Integral, int16[_Integral, int16[_Integral]], int16[int, int], _Item],
-    Generic[_Integral, _Item],
+    _Array[_Integral, int16[_Integral, int16[_Integral]], int16[int, int], _Item_co],
+    Generic[_Integral, _Item_co],
 ):
     @overload
     def __new__(
@@ -281,8 +281,8 @@ class int16(
 
 @final
 class uint16(
-    _Array[_Integral, uint16[_Integral, uint16[_Integral]], uint16[int, int], _Item],
-    Generic[_Integral, _Item],
+    _Array[_Integral, uint16[_Integral, uint16[_Integral]], uint16[int, int], _Item_co],
+    Generic[_Integral, _Item_co],
 ):
     @overload
     def __new__(
@@ -314,8 +314,8 @@ class uint16(
 
 @final
 class int32(
-    _Array[_Integral, int32[_Integral, int32[_Integral]], int32[int, int], _Item],
-    Generic[_Integral, _Item],
+    _Array[_Integral, int32[_Integral, int32[_Integral]], int32[int, int], _Item_co],
+    Generic[_Integral, _Item_co],
 ):
     @overload
     def __new__(
@@ -347,8 +347,8 @@ class int32(
 
 @final
 class uint32(
-    _Array[_Integral, uint32[_Integral, uint32[_Integral]], uint32[int, int], _Item],
-    Generic[_Integral, _Item],
+    _Array[_Integral, uint32[_Integral, uint32[_Integral]], uint32[int, int], _Item_co],
+    Generic[_Integral, _Item_co],
 ):
     @overload
     def __new__(
@@ -380,8 +380,8 @@ class uint32(
 
 @final
 class int64(
-    _Array[_Integral, int64[_Integral, int64[_Integral]], int64[int, int], _Item],
-    Generic[_Integral, _Item],
+    _Array[_Integral, int64[_Integral, int64[_Integral]], int64[int, int], _Item_co],
+    Generic[_Integral, _Item_co],
 ):
     @overload
     def __new__(
@@ -413,8 +413,8 @@ class int64(
 
 @final
 class uint64(
-    _Array[_Integral, uint64[_Integral, uint64[_Integral]], uint64[int, int], _Item],
-    Generic[_Integral, _Item],
+    _Array[_Integral, uint64[_Integral, uint64[_Integral]], uint64[int, int], _Item_co],
+    Generic[_Integral, _Item_co],
 ):
     @overload
     def __new__(
@@ -445,7 +445,7 @@ class uint64(
     def toarray(self) -> array[int]: ...
 
 @final
-class logical(_Array[bool, logical[logical[Any]], logical[bool], _Item], Generic[_Item]):
+class logical(_Array[bool, logical[logical[Any]], logical[bool], _Item_co], Generic[_Item_co]):
     def __new__(
         cls,
         initializer: _Initializer[complex] = None,
