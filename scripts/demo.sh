@@ -17,6 +17,6 @@ environment=$root/.venv/$version
 say "Environment for CPython $version"
 mapfile -t groups < <(build_groups)
 make_environment "$python" "$environment" "${groups[@]}" demo
-say "Building the package"
+say "Building the package (the first time this takes some minutes)"
 install_package "$environment" "$root/build/$version" ORVANE_BUILD_TESTS=OFF
 exec "$environment/bin/python" "$root/examples/digits/demo.py" --output "$root/output"

@@ -65,7 +65,7 @@ test_on() { # PYTHON
     build=$root/build/$version
     say "CPython $version: environment"
     prepare_environment "$1" "$environment"
-    say "CPython $version: build"
+    say "CPython $version: build (the first time this takes some minutes)"
     install_package "$environment" "$build" ORVANE_BUILD_TESTS=ON
     say "CPython $version: C++ tests"
     run_cpp_tests "$environment" "$build"
