@@ -1,0 +1,318 @@
+"""What must never crash, hang or leak: impossible sizes, endless nesting, callers' code inside."""
+
+from __future__ import annotations
+
+import gc
+import itertools
+import subprocess
+import sys
+
+import pytest
+
+import orvane
+from support import (
+    WORDS,
+    Exporter,
+    check,
+    evaluate,
+    grid,
+    nested,
+    outcome,
+    refused,
+    stored_bytes,
+    table,
+)
+
+
+class Sequence:
+    """Says it has `length` items and asks `item` for each of them; both may be code."""
+
+    def __init__(self, item, length=2):
+        self.item, self.length = item, length
+
+    def __len__(self):
+        return self.length() if callable(self.length) else self.length
+
+    def __getitem__(self, i):
+        return self.item(i)
+
+
+class Index:
+    def __init__(self, action, value):
+        self.action, self.value = action, value
+
+    def __index__(self):
+        self.action()
+        return self.value
+
+
+LONG = Sequence(lambda i: 1 if i < 3 else 1 // 0, 2**62)
+BAD = Sequence(int, lambda: 1 // 0)
+
+
+@table("""
+double(size=(10**7, 10**7)) -> 100000000000000
+double(size=(2**61, 2)) -> 4611686018427387904
+double(size=(2**32, 2**32)) -> 18446744073709551615
+double(size=(2**62, 2**62)) -> 18446744073709551615
+double(size=(2**63 - 1, 2**63 - 1), is_complex=True) -> 18446744073709551615
+double(vector=LONG) -> 4611686018427387904
+double(vector=LONG, size=(2**31, 2**31)) -> 4611686018427387904
+double([], size=(10**7, 10**7)) -> 100000000000000
+""")
+def test_impossible_sizes(expression, answer):
+    words = "unable to allocate memory for array with number of elements = {}; type = {}"
+    for name in ("double", "single"):
+        with refused(MemoryError, words.format(answer, name)):
+            evaluate(expression.replace("double", name), LONG=LONG)
+
+
+@pytest.mark.parametrize("size", [(0, 2**62, 2**62), (2**62, 2**62, 0), (2**62, 0), (2**40, 0, 7)])
+def test_no_elements_under_huge_dimensions(size):
+    a = orvane.double(size=size)
+    assert (a.size, len(a), a.buffer_info()[1], memoryview(a).nbytes) == (size, size[0], 0, 0)
+    assert (a == orvane.double(size=size), a == orvane.double(size=(1, 3))) == (True, False)
+    assert a.clone().size == (0, *size[1:])
+    for ask in (str, repr, lambda a: a.__reduce__()) if size[0] in (0, 2**62) else ():
+        assert outcome(lambda ask=ask: ask(a))[1] in ("str", "tuple", MemoryError)
+    assert a.reshape(0, 2**61).size == (0, 2**61)
+    assert (str(a), a.__reduce__()[1][1]) == ("[]", [])
+
+
+@table("""
+double(size=LONG) -> RuntimeError:
+    Item 3 could not be retrieved from the value associated with the 'size' keyword.
+a.reshape(LONG) -> RuntimeError: Item 3 could not be retrieved from the value passed to reshape().
+double(LONG) -> RuntimeError: NULL
+double([LONG]) -> RuntimeError: NULL
+a.__setitem__(0, LONG) -> RuntimeError: NULL
+a.__setitem__(slice(1), LONG) -> RuntimeError: NULL
+a[0].__setitem__(slice(1), LONG) -> RuntimeError: NULL
+double([[[], []], [[1], [2]]]) -> ValueError: RECTANGULAR
+double([[[]], [1]]) -> ValueError: RECTANGULAR
+double([[[]], [1]], size=(9, 9)) -> ValueError: RECTANGULAR
+double([[[]], ['x']]) -> ValueError: NUMERIC
+a.__setitem__(0, [[[]], [1]]) -> ValueError: RECTANGULAR
+a.__setitem__(slice(0), [[[]], [1]]) -> ValueError: RECTANGULAR
+a[0].__setitem__(slice(1), [[[]], [1]]) -> ValueError: RECTANGULAR
+a.reshape(BAD) -> ValueError: reshape() must be passed a nonempty sequence of nonnegative integers.
+""")
+def test_lengths_that_lie(expression, answer):
+    check(expression, answer, a=grid(2, 2), LONG=LONG, BAD=BAD)
+
+
+@pytest.mark.parametrize(
+    "expression",
+    [
+        "double(size=BAD)",
+        "double(vector=BAD)",
+        "double(BAD)",
+        "double([[1], BAD])",
+        "double([BAD])",
+        "a.__setitem__(0, BAD)",
+        "a.__setitem__(slice(1), [BAD])",
+    ],
+)
+def test_a_length_that_fails_gives_its_own_error(expression):
+    with pytest.raises(ZeroDivisionError):
+        evaluate(expression, a=grid(2, 2), BAD=BAD)
+
+
+def test_sequences_that_change_between_looks():
+    counted = itertools.count()
+    lengths = Sequence(lambda i: 1.0, lambda: next(counted) % 5)
+    for value in (lengths, [lengths, lengths], [[lengths], [lengths]]) * 5:
+        result = outcome(lambda v=value: nested(orvane.double(v)))
+        assert result[0] == "gave" or result[2] in WORDS.values()
+    growing = [Sequence(lambda i: growing.append(1.0) or 1.0), Sequence(lambda i: 1.0)]
+    outcome(lambda: orvane.double(growing))
+    shrinking = [Sequence(lambda i: shrinking.clear() or 1.0), [1.0, 1.0], [1.0, 1.0]]
+    with refused(RuntimeError, WORDS["NULL"]):
+        orvane.double(shrinking)
+
+
+def test_endless_and_very_deep_nesting():
+    endless: list = []
+    endless.append(endless)
+    deep: list = [1.0]
+    for _ in range(100_000):
+        deep = [deep]
+    forever = Sequence(lambda i: forever, 1)
+    a = grid(2, 2)
+    for value in (endless, deep, (deep,), forever):
+        for use in (
+            lambda v=value: orvane.double(v),
+            lambda v=value: orvane.double(v, is_complex=True),
+            lambda v=value: a.__setitem__(0, v),
+            lambda v=value: a.__setitem__(slice(1), v),
+            lambda v=value: a[0].__setitem__(slice(1), v),
+        ):
+            with pytest.raises(RuntimeError if value is forever else RecursionError):
+                use()
+    assert stored_bytes(a) == stored_bytes(grid(2, 2))
+
+
+def test_many_dimensions():
+    a = grid(*[1] * 299, 3)
+    assert str(a) == "[" * 300 + "0.0,1.0,2.0" + "]" * 300
+    assert (a.clone() == a, orvane.double(nested(a)) == a, a.clone().size) == (True, True, a.size)
+    many = grid(*[1] * 30_000, 3)
+    assert (many == many, len(many[0].size), many != many[0:1]) == (True, 30_000, False)
+    for use in (str, repr, lambda a: a.__reduce__(), lambda a: a.clone(), memoryview):
+        assert outcome(lambda use=use: use(many))[1] in (
+            *("str", "double", "tuple"),
+            *(RecursionError, ValueError),
+        )
+
+
+@table("""
+line[0] -> RuntimeError: TOO_MANY
+line[::0] -> RuntimeError: TOO_MANY
+part['x':] -> RuntimeError: TOO_MANY
+part[0] -> RuntimeError: TOO_MANY
+line['x'] -> RuntimeError: SUBSCRIPT
+part[0, 0] -> RuntimeError: SUBSCRIPT
+line[BIG] -> OverflowError: SSIZE
+[column[0], column[1], column[2]] -> [3.0, 5.0, 7.0]
+column[3] -> IndexError: index has an invalid value: 3
+column[-1] -> IndexError: index has an invalid value: 3
+column[1:][2] -> IndexError: index has an invalid value: 3
+a[::2**62][::2**62] -> [[0.0, 4.0]]
+a[::-2**63][::2**62][::-1] -> [[3.0, 7.0]]
+a[::3][::-2**62] -> [[3.0, 7.0]]
+a[1:][2**63:][::-BIG].size -> (0, 2)
+""")
+def test_outdated_chains_and_overflowing_steps(expression, answer):
+    cube, b = grid(2, 2, 2), grid(4, 2)
+    line, part, column = cube[1][1], cube[1][1][0:1], b[3]
+    cube.reshape(4, 2), b.reshape(2, 4)
+    check(expression, answer, a=grid(4, 2), line=line, part=part, column=column)
+
+
+# Code of the caller's that runs inside an operation
+
+
+def test_bounds_that_reshape_the_array():
+    a = grid(6, 4)
+    for view, shape in itertools.product((a, a[1:5], a[::-1]), ((1, 24), (2, 3, 4), (24, 1))):
+        bound = Index(lambda s=shape: a.reshape(*s), 3)
+        for use in (
+            lambda v=view, b=bound: nested(v[0:b]),
+            lambda v=view, b=bound: v[b:].clone().size,
+            lambda v=view, b=bound: v.__setitem__(slice(0, b), [7] * 12),
+            lambda v=view, b=bound: v.__delitem__(slice(0, b)),
+        ):
+            a.reshape(6, 4)
+            result = outcome(use)
+            assert result[0] == "gave" or result[1] in (RuntimeError, ValueError, IndexError)
+    assert set(a._data) <= {*map(float, range(24))}
+
+
+@pytest.mark.parametrize("shape", [(1, 6), (6, 1), (1, 2, 3), (3, 1, 2)])
+@pytest.mark.parametrize("subscript", [0, slice(0, 1), slice(None, None, -1)])
+def test_right_sides_that_reshape_or_write(shape, subscript):
+    a = grid(2, 3)
+
+    def item(i):
+        a.reshape(*shape)
+        a.noncomplex()[0:1] = [5]
+        return 9.0
+
+    for target in (a, a[0], a[::-1]):
+        for value in (Sequence(item, 3), [Sequence(item, 3)], Sequence(item, 6)):
+            a.reshape(2, 3)
+            result = outcome(lambda t=target, v=value: t.__setitem__(subscript, v))
+            assert result[0] == "gave" or result[1] in (RuntimeError, ValueError, TypeError)
+    assert set(a._data) <= {*map(float, range(6)), 9.0}
+    assert stored_bytes(a) == b"".join(stored_bytes(orvane.double(x)) for x in a._data)
+
+
+def test_values_that_reshape_the_array_they_are_read_beside():
+    a = grid(2, 3)
+    outcome(lambda: orvane.double([a, Sequence(lambda i: a.reshape(3, 2) and [1.0, 2.0], 3)]))
+    outcome(lambda: orvane.double([a[0], Sequence(lambda i: a.reshape(1, 6) and 1.0, 3), a[0]]))
+    assert a.reshape(Sequence(lambda i: a.reshape(1, 6) and (3, 2)[i])) is a
+    assert (a.size, list(a._data)) == ((3, 2), [*map(float, range(6))])
+    meddling = Exporter(bytes(16), "d", 8, before_fill=lambda: a.reshape(2, 3) and orvane.double(a))
+    assert nested(orvane.double(meddling)) == [[0.0, 0.0]]
+    assert (a.size, meddling.open_views) == ((2, 3), 0)
+
+
+def test_finalizers_at_any_allocation():
+    a, shapes = grid(4, 6), itertools.cycle([(6, 4), (2, 3, 4), (4, 6)])
+    texts = {str(a.reshape(*shape)) for shape in itertools.islice(shapes, 3)}
+
+    class Finalizer:
+        def __init__(self):
+            self.me = self
+
+        def __del__(self):
+            a.reshape(*next(shapes))
+
+    thresholds = gc.get_threshold()
+    gc.set_threshold(1, 1, 1)
+    try:
+        for _ in range(300):
+            Finalizer()
+            assert str(a) in texts
+            Finalizer()
+            assert str(a.__reduce__()[1][1]).replace(" ", "") in texts
+            Finalizer()
+            assert (a[:].clone().buffer_info()[1], a == 5) == (24, False)
+    finally:
+        gc.set_threshold(*thresholds)
+
+
+# The process as a whole
+
+
+def run(program):
+    done = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True)
+    assert (done.returncode, done.stderr) == (0, "")
+    return done.stdout.split()
+
+
+def test_the_exceptions_survive_their_names():
+    assert run("""
+import gc, orvane, ovexceptions, orvanemultidimarrayforpython as native
+for module in (orvane, ovexceptions, native):
+    del module.ShapeError, module.SizeError
+gc.collect()
+for size in ((3,), (2, 1)):
+    try:
+        orvane.double([[1, 2]], size=size)
+    except Exception as error:
+        print(type(error).__name__)
+""") == ["ShapeError", "SizeError"]
+
+
+@pytest.mark.skipif(not sys.platform.startswith("linux"), reason="limits the address space")
+def test_want_of_memory_is_an_error_everywhere():
+    told = run("""
+import copy, pickle, resource
+import numpy, orvane
+a, big = orvane.double(size=(1000, 1000)), orvane.double(size=(4000, 1000))
+flat, rows = [1.0] * 4_000_000, [[1.0] * 2000] * 2000
+source, column = numpy.zeros((2000, 2000)), big[0:3999]
+big[0][0] = 1
+used = int(open("/proc/self/statm").read().split()[0]) * resource.getpagesize()
+resource.setrlimit(resource.RLIMIT_AS, (used + (12 << 20),) * 2)
+refused = 0
+for use in (
+    lambda: orvane.double(size=(4000, 4000)), lambda: orvane.double(vector=flat),
+    lambda: orvane.double(flat), lambda: orvane.double(rows), lambda: orvane.double(source),
+    lambda: orvane.double(rows, is_complex=True), lambda: orvane.double(tuple(flat), (2000, 2000)),
+    lambda: big.clone(), lambda: str(big), lambda: repr(column), lambda: big.__reduce__(),
+    lambda: big._data, lambda: memoryview(column), lambda: column.clone(), lambda: copy.copy(big),
+    lambda: big == column, lambda: a.__setitem__(slice(None), rows), lambda: pickle.dumps(big),
+    lambda: a.__setitem__(slice(None), flat), lambda: big.reshape(1000, 4000),
+):
+    try:
+        use()
+    except (MemoryError, RuntimeError) as error:
+        refused += 1
+    except ValueError:
+        pass
+print(refused >= 8, a[0][1], big[0][0], big.buffer_info()[1])
+""")
+    assert told == ["True", "0.0", "1.0", "4000000"]
