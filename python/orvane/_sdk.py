@@ -1,6 +1,7 @@
 """Where the files lie that native modules are built against."""
 
-# os.path rather than pathlib: it is loaded at every start, and importing arrays shall load nothing more.
+# ruff: noqa: PTH118, PTH120
+# os.path is loaded at every start; importing arrays shall load nothing more.
 from os.path import dirname, join
 
 _PACKAGE = dirname(__file__)

@@ -25,7 +25,8 @@
 #endif
 
 // Hidden, so that client modules built against different releases never share what lies in here.
-namespace orvane::python [[gnu::visibility("hidden")]] {
+namespace orvane {
+namespace [[gnu::visibility("hidden")]] python {
 
 /// An element type that Python's arrays can have: the ten numeric types, real and complex, and `bool`.
 template <class T>
@@ -195,10 +196,10 @@ std::optional<data::TypedArray<T>> tryFromPython(PyObject* object) {
 /// The elements of a Python array, without a copy: time does not depend on how many there are. (Two cases copy once:
 /// the first hand-over of an array that Python made, and that of a view, whose selected elements are gathered.)
 ///
-/// The handle is lent: it keeps the Python object alive, but not the elements in their place. An assignment to the array
-/// changes what it reads or leaves it behind, and a `reshape` makes it stale, not to be touched any more; so use it up
-/// before any Python code runs again, or take `copyFromPython`. Writing through it is safe at any time: like every shared
-/// array it is copied first, and Python's stays as it was.
+/// The handle is lent: it keeps the Python object alive, but not the elements in their place. An assignment to the
+/// array changes what it reads or leaves it behind, and a `reshape` makes it stale, not to be touched any more; so use
+/// it up before any Python code runs again, or take `copyFromPython`. Writing through it is safe at any time: like
+/// every shared array it is copied first, and Python's stays as it was.
 ///
 /// TypeError, naming what was expected and what came, unless the object is an array of that element type, real or
 /// complex as `T` is. The error of the materialisation when a view cannot be gathered.
@@ -242,8 +243,8 @@ Reference toPython(data::TypedArray<T> array) {
     return object;
 }
 
-/// A new Python array with a copy of any object's buffer, of the type that the buffer's format names. TypeError when the
-/// object exports none; the exporter's or the constructor's error when they refuse.
+/// A new Python array with a copy of any object's buffer, of the type that the buffer's format names. TypeError when
+/// the object exports none; the exporter's or the constructor's error when they refuse.
 inline Reference arrayFromBuffer(PyObject* object) {
     int typeCode = ORVANE_NO_TYPE_CODE;
     Reference array(detail::module().capsule->arrayFromBuffer(object, &typeCode));
@@ -256,9 +257,9 @@ inline Reference arrayFromBuffer(PyObject* object) {
     return array;
 }
 
-/// Runs the body of a function that Python calls. `body` gives a `Reference` or a new `PyObject*`; what it throws becomes
-/// a Python error and null: `PythonError` the error that is set, want of memory `MemoryError`, everything else that
-/// derives from `std::exception`, the data-array library's refusals among them, `RuntimeError` with its words.
+/// Runs the body of a function that Python calls. `body` gives a `Reference` or a new `PyObject*`; what it throws
+/// becomes a Python error and null: `PythonError` the error that is set, want of memory `MemoryError`, everything else
+/// that derives from `std::exception`, the data-array library's refusals among them, `RuntimeError` with its words.
 template <class Body>
 PyObject* guarded(Body&& body) noexcept {
     using OutOfMemory = data::detail::ArrayException<Exception, data::ExceptionType::OutOfMemory>;
@@ -277,4 +278,5 @@ PyObject* guarded(Body&& body) noexcept {
     return nullptr;
 }
 
-} // namespace orvane::python
+} // namespace python
+} // namespace orvane

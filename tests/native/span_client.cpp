@@ -1,0 +1,52 @@
+// Column-major spans and handles, without Python: exits with 0 when all is as it should be.
+#include <orvane/data.hpp>
+
+#include <cstdlib>
+#include <iostream>
+#include <numeric>
+
+namespace {
+
+using namespace orvane::data;
+
+void require(bool holds, const char* claim) {
+    if (!holds) {
+        std::cerr << "WRONG: " << claim << '\n';
+        std::exit(1);
+    }
+}
+
+TypedArray<double> numbered(std::vector<unsigned long> dims) {
+    ArrayFactory factory;
+    TypedArray<double> array = factory.createArray<double>(std::move(dims));
+    const auto all = writableElementsOf(array).flat();
+    std::iota(all.begin(), all.end(), 0.0);
+    return array;
+}
+
+void spans() {
+    TypedArray<double> array = numbered({2, 3, 4});
+    const auto elements = elementsOf(array);
+    require(elements.rank() == 3 && elements.size() == 24, "rank and size");
+    require(elements.extents() == std::vector<std::size_t>{2, 3, 4}, "extents");
+    require(elements.strides() == std::vector<std::size_t>{1, 2, 6}, "strides");
+    require(elements(1, 2, 3) == 23 && elements(1, 0) == 1 && elements(0, 1, 1) == 8, "subscripts");
+    require(elements.extent(3) == 1 && elements(1, 2, 3, 0) == 23, "dimensions that were dropped");
+    require(elements.column(2).front() == 4 && elements.column(2).size() == 2, "columns");
+
+    const Array other = array;
+    writableElementsOf(array)(1, 2, 3) = -1;
+    require(elementsOf(TypedArray<double>(other))(1, 2, 3) == 23, "writing leaves those alone who share");
+    require(elementsOf(numbered({0, 3})).size() == 0, "no elements");
+
+#ifdef __cpp_lib_mdspan
+    const auto matrix = elementsOf(numbered({2, 3})).toMdspan<3>();
+    require(matrix.extent(1) == 3 && matrix.extent(2) == 1 && matrix.stride(1) == 2, "mdspan");
+#endif
+}
+
+} // namespace
+
+int main() {
+    spans();
+}

@@ -1,0 +1,90 @@
+"""Builds native modules against the installed package, with its own tools only, and loads them."""
+
+from __future__ import annotations
+
+import functools
+import importlib.util
+import os
+import shutil
+import subprocess
+import sys
+import sysconfig
+import tempfile
+from pathlib import Path
+from types import ModuleType
+
+import pytest
+
+from reference.elements import Kind, Stored
+
+ROOT = Path(__file__).parents[2]
+
+
+def tool(name: str) -> str:
+    """A build tool, of this environment or of the system; skips where there is none."""
+    found = shutil.which(name, path=sysconfig.get_path("scripts")) or shutil.which(name)
+    if not found:
+        pytest.skip(f"{name} is not installed")
+    return found
+
+
+def run(*command: str | Path, timeout: float = 250, **environment: str) -> str:
+    """What a program prints that must succeed."""
+    # Compilers do not run under the sanitizers' runtimes.
+    inherited = {name: value for name, value in os.environ.items() if name != "LD_PRELOAD"}
+    done = subprocess.run(
+        command, capture_output=True, text=True, timeout=timeout, env=inherited | environment
+    )
+    assert done.returncode == 0, done.stdout + done.stderr
+    return done.stdout
+
+
+def ask_package(option: str) -> str:
+    return run(sys.executable, "-m", "orvane", option).strip()
+
+
+def cmake_build(source: Path, build: Path, *definitions: str) -> Path:
+    """Configures and builds; an earlier build in the same folder is brought up to date."""
+    run(
+        *(tool("cmake"), "-S", source, "-B", build, "-G", "Ninja"),
+        f"-DCMAKE_MAKE_PROGRAM={tool('ninja')}",
+        f"-DPython_EXECUTABLE={sys.executable}",
+        *definitions,
+    )
+    run(tool("cmake"), "--build", build, timeout=1000)
+    return build
+
+
+@functools.cache
+def build_directory() -> Path:
+    """The clients of tests/native, built at most once a run."""
+    for module in ("pybind11", "nanobind"):
+        pytest.importorskip(module)
+    lasting = os.environ.get("ORVANE_NATIVE_BUILD")
+    build = Path(lasting or tempfile.mkdtemp(prefix="orvane-native-"))
+    return cmake_build(
+        ROOT / "tests" / "native", build, f"-DOrvane_DIR={ask_package('--cmake-dir')}"
+    )
+
+
+@functools.cache
+def client(name: str) -> ModuleType:
+    """One of the clients, imported."""
+    (file,) = build_directory().glob(f"{name}.*so")
+    spec = importlib.util.spec_from_file_location(name, file)
+    assert spec
+    assert spec.loader
+    module = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(module)
+    return module
+
+
+def samples(kind: Kind) -> list[Stored]:
+    """Six different elements, the extremes of the type among them; of logical, both values."""
+    element = kind.element
+    parts: list[Stored] = [0.5, -0.0, 1e30, -3.0, 7.0, 2.0]
+    if element.is_integer:
+        parts = [0, 1, element.low, element.high, 2, 100]
+    elif element.name == "logical":
+        parts = [True, False, False, True, True, True]
+    return list(zip(parts, reversed(parts), strict=True)) if kind.is_complex else parts
