@@ -2,7 +2,7 @@
 
 Ours, the peer's and the physical limit take turns, so that all meet the same weather. A row is
 measured in several processes, one after the other, and all values are kept as runs of pyperf. Samples
-are short: on a machine with other work to do, most of them then pass without being interrupted.
+are short: on a machine with other work to do, many of them then pass uninterrupted.
 """
 
 from __future__ import annotations
@@ -62,8 +62,8 @@ class Effort:
     """In one process; at least three samples are taken whatever they cost."""
 
 
-THOROUGH = Effort(processes=3, seconds_per_sample=0.001, seconds_per_side=0.5)
-QUICK = Effort(processes=1, seconds_per_sample=0.001, seconds_per_side=0.2)
+THOROUGH = Effort(processes=3, seconds_per_sample=0.004, seconds_per_side=0.5)
+QUICK = Effort(processes=1, seconds_per_sample=0.004, seconds_per_side=0.2)
 
 
 def sides_of(row: Row) -> list[str]:
@@ -106,17 +106,16 @@ def calibrated(sample: Sample, seconds: float) -> int:
 def measure_repeatedly(row: Row, effort: Effort) -> pyperf.BenchmarkSuite:
     """One process's worth of values, taken in this process."""
     samplers = samplers_of(row)
-    loops = {
-        side: calibrated(sample, effort.seconds_per_sample) for side, sample in samplers.items()
-    }
-    warmups = {side: samplers[side](loops[side]) for side in samplers}
+    # As many loops for each side: all have the same share of executions that find the caches cold.
+    loops = max(calibrated(samplers[side], effort.seconds_per_sample) for side in ("ours", "peer"))
+    warmups = {side: sample(loops) for side, sample in samplers.items()}
     slowest = max(warmups["ours"], warmups["peer"])
-    count = max(3, min(201, round(effort.seconds_per_side / slowest)))
+    count = max(3, min(101, round(effort.seconds_per_side / slowest)))
 
     values: dict[str, list[float]] = {side: [] for side in samplers}
     for turn in range(count):
         for side in sorted(samplers, reverse=turn % 2 == 1):
-            values[side].append(samplers[side](loops[side]) / loops[side])
+            values[side].append(samplers[side](loops) / loops)
 
     calls = {"ours": row.calls, "peer": row.calls, "memcpy": 1}
     return pyperf.BenchmarkSuite(
@@ -125,8 +124,8 @@ def measure_repeatedly(row: Row, effort: Effort) -> pyperf.BenchmarkSuite:
                 [
                     pyperf.Run(
                         [value / calls[side] for value in values[side]],
-                        warmups=[(loops[side], warmups[side] / loops[side] / calls[side])],
-                        metadata={"name": benchmark_name(row, side), "loops": loops[side]},
+                        warmups=[(loops, warmups[side] / loops / calls[side])],
+                        metadata={"name": benchmark_name(row, side), "loops": loops},
                     )
                 ]
             )
