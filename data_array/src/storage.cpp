@@ -10,11 +10,10 @@
 namespace orvane::data::storage {
 namespace {
 
-/// From this size on a block is a mapping of its own, which is given back to the system when it is freed.
-/// Smaller blocks live on the heap, where the pages of freed blocks serve again.
-constexpr std::size_t mappingThreshold = std::size_t{4} << 20;
-
-/// Mappings start at a huge page, so that a fault brings in 2 MiB instead of 4 KiB.
+/// From this size on memory is asked for in huge pages, where a fault brings in 2 MiB instead of 4 KiB, and a
+/// zero-filled block is a mapping of its own. Other blocks live on the heap, whatever their size: its pages serve
+/// again when arrays come and go.
+constexpr std::size_t largeSize = std::size_t{4} << 20;
 constexpr std::size_t hugePageSize = std::size_t{2} << 20;
 
 /// Stands right in front of a block in a mapping.
@@ -36,6 +35,20 @@ std::byte* alignUp(void* address, std::size_t alignment) noexcept {
 void freeHeapBlock(void* block) {
     // What malloc gave stands right in front of the block.
     std::free(static_cast<void**>(block)[-1]);
+}
+
+/// The whole huge pages within a block; the ends are left to small pages. The advice may be ignored.
+void adviseHugePages(std::byte* block, std::size_t bytes) noexcept {
+#ifdef MADV_HUGEPAGE
+    std::byte* const first = alignUp(block, hugePageSize);
+    const auto skipped = static_cast<std::size_t>(first - block);
+    if (bytes >= skipped + hugePageSize) {
+        madvise(first, (bytes - skipped) / hugePageSize * hugePageSize, MADV_HUGEPAGE);
+    }
+#else
+    static_cast<void>(block);
+    static_cast<void>(bytes);
+#endif
 }
 
 /// Aligns what malloc or calloc gave for `bytes + blockAlignment`.
@@ -63,10 +76,7 @@ Storage map(std::size_t bytes) noexcept {
         return Storage(nullptr, keepBlock);
     }
     std::byte* const block = alignUp(static_cast<std::byte*>(base) + blockAlignment, hugePageSize);
-#ifdef MADV_HUGEPAGE
-    // The rest behind the last whole huge page is left to small pages. The advice may be ignored.
-    madvise(block, bytes / hugePageSize * hugePageSize, MADV_HUGEPAGE);
-#endif
+    adviseHugePages(block, bytes);
     ::new (block - sizeof(MappingHeader)) MappingHeader{base, length};
     return Storage(block, freeMappedBlock);
 }
@@ -84,14 +94,18 @@ Storage allocate(std::size_t bytes) noexcept {
     if (!canBeAllocated(bytes)) {
         return Storage(nullptr, keepBlock);
     }
-    return bytes < mappingThreshold ? alignHeapBlock(std::malloc(bytes + blockAlignment)) : map(bytes);
+    Storage storage = alignHeapBlock(std::malloc(bytes + blockAlignment));
+    if (storage && bytes >= largeSize) {
+        adviseHugePages(static_cast<std::byte*>(storage.get()), bytes);
+    }
+    return storage;
 }
 
 Storage allocateZeroed(std::size_t bytes) noexcept {
-    if (bytes == 0 || bytes >= mappingThreshold) {
+    if (bytes == 0 || !canBeAllocated(bytes)) {
         return allocate(bytes);
     }
-    return alignHeapBlock(std::calloc(1, bytes + blockAlignment));
+    return bytes < largeSize ? alignHeapBlock(std::calloc(1, bytes + blockAlignment)) : map(bytes);
 }
 
 Storage adopt(void* block, detail::BufferDeleter deleter) noexcept {
