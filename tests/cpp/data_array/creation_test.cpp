@@ -101,8 +101,9 @@ TEST(CreateBuffer, givesLargeBlocksBackToTheSystem) {
     const unsigned long size = 32 * mebibyte;
     ASSERT_EQ(call<FunctionType::FactoryCreateBuffer>(factory(), &buffer, &deleter, uint8Type, size), Status::Success);
     std::memset(buffer, 1, size);
+    void* const pageInside = reinterpret_cast<void*>((reinterpret_cast<std::uintptr_t>(buffer) | (mebibyte - 1)) + 1);
     deleter(buffer);
-    EXPECT_EQ(msync(buffer, 1, MS_ASYNC), -1);
+    EXPECT_EQ(msync(pageInside, 1, MS_ASYNC), -1);
     EXPECT_EQ(errno, ENOMEM) << "the pages are still mapped";
 }
 
