@@ -5,11 +5,13 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 if [[ ${1:-} == --help ]]; then
     echo "usage: scripts/demo.sh"
-    echo "Builds the package into .venv/ and runs examples/digits/demo.py; its pictures go to output/."
+    echo "Builds the package into .venv/, and the native example against it; runs examples/digits/demo.py, whose"
+    echo "pictures go to output/."
     exit 0
 fi
 
 ensure_compiler
+ensure_lapack
 python=$(preferred_python)
 version=$(version_of "$python")
 environment=$root/.venv/$version
@@ -19,4 +21,7 @@ mapfile -t groups < <(build_groups)
 make_environment "$python" "$environment" "${groups[@]}" demo
 say "Building the package (the first time this takes some minutes)"
 install_package "$environment" "$root/build/$version" ORVANE_BUILD_TESTS=OFF
+say "Building the native example against it"
+build_native_example "$environment" "$root/build/$version-native-example"
+export PYTHONPATH=$root/build/$version-native-example
 exec "$environment/bin/python" "$root/examples/digits/demo.py" --output "$root/output"

@@ -64,6 +64,22 @@ ensure_google_benchmark() {
     install_system_packages "Google Benchmark is missing" libbenchmark-dev
 }
 
+# links_lapack: whether a program that calls LAPACK can be linked, by either of the usual names.
+links_lapack() {
+    local library
+    for library in lapack openblas; do
+        printf '%s\n' 'extern "C" void dgesdd_(); int main() { dgesdd_(); }' |
+            "${CXX:-c++}" -x c++ - -o /dev/null "-l$library" >/dev/null 2>&1 && return
+    done
+    return 1
+}
+
+ensure_lapack() {
+    links_lapack && return
+    install_system_packages "LAPACK, which the native example computes with, is missing" libopenblas-dev
+    links_lapack || die "LAPACK cannot be linked. Please install it with its development files."
+}
+
 # --- interpreters ----------------------------------------------------------------------------------------------
 
 # python_is_usable EXECUTABLE: a CPython of a known version with its headers and the means to make an environment.
@@ -156,4 +172,14 @@ install_package() {
     done
     PATH=$environment/bin:$PATH "$environment/bin/python" -m pip install -qq --no-build-isolation --no-deps \
         --force-reinstall "--config-settings=build-dir=$build" "${settings[@]}" "$root"
+}
+
+# build_native_example ENVIRONMENT BUILD_DIRECTORY: builds the module `spectral` against the installed package, as
+# someone would who has nothing but that.
+build_native_example() {
+    local environment=$1 build=$2
+    PATH=$environment/bin:$PATH cmake -S "$root/examples/native_client" -B "$build" -G Ninja \
+        "-DPython_EXECUTABLE=$environment/bin/python" \
+        "-DOrvane_DIR=$("$environment/bin/python" -m orvane --cmake-dir)" >/dev/null
+    PATH=$environment/bin:$PATH cmake --build "$build"
 }

@@ -54,7 +54,7 @@ run_cpp_tests() { # ENVIRONMENT BUILD_DIRECTORY
 }
 
 run_python_tests() { # ENVIRONMENT BUILD_DIRECTORY
-    ORVANE_REPLACEMENT_LIBRARY=$2/replacement/libOrvaneDataArray.so \
+    ORVANE_REPLACEMENT_LIBRARY=$2/replacement/libOrvaneDataArray.so ORVANE_NATIVE_BUILD=$2/native-clients \
         "$1/bin/python" -m pytest "$root/tests/python" -q "${pytest_arguments[@]}"
 }
 
@@ -97,6 +97,7 @@ sanitize_on() { # PYTHON
 
 ensure_compiler
 ensure_googletest
+ensure_lapack
 preferred=${chosen:-$(preferred_python)}
 if ! python_is_usable "$preferred"; then
     die "$preferred is not a CPython 3.10 or later with its headers and the module venv"
@@ -108,7 +109,10 @@ if [[ $sanitize == yes ]]; then
 fi
 
 "$root/scripts/lint.sh"
+# Once, clients are also run with an extension that has been built anew.
+[[ $all == no ]] || export ORVANE_TEST_REBUILD=1
 test_on "$preferred"
+unset ORVANE_TEST_REBUILD
 newest=$(newest_python)
 if [[ $all == yes && $(version_of "$newest") != "$(version_of "$preferred")" ]]; then
     test_on "$newest"

@@ -15,6 +15,7 @@ from pathlib import Path
 import numpy as np
 
 import orvane
+import spectral
 from digits import INK, SIDE, Digits, read_digits
 from picture import as_text, side_by_side, write_sheet
 
@@ -168,6 +169,44 @@ def pickle_to_disk(matrix: orvane.double, output: Path) -> None:
     check("and equal to what was written", restored.size == matrix.size and restored == matrix)
 
 
+def principal_components(matrix: orvane.double, output: Path) -> None:
+    """The digits' principal components, by the native module of examples/native_client.
+
+    The matrix goes to LAPACK as it lies in memory, column by column, and the results come back as
+    arrays.
+    """
+    heading("Principal components, computed natively")
+    count = SIDE * SIDE
+    arrays = spectral.principal_components(matrix, count)
+    print(f"  arrays of size {', '.join(str(each.size) for each in arrays)}")
+    data, means, components, scores = (np.asarray(each) for each in (matrix, *arrays))
+    check("the components are orthonormal", np.allclose(components @ components.T, np.eye(count)))
+
+    # What k components leave out is what the other singular values hold.
+    centred = orvane.double(np.asfortranarray(data - means))
+    energies = np.asarray(spectral.singular_values(centred)).ravel() ** 2
+    restored, differences = {}, []
+    for k in (1, 4, 16, 32, count):
+        restored[k] = means + scores[:, :k] @ components[:k]
+        error = np.linalg.norm(data - restored[k]) / np.linalg.norm(data - means)
+        print(f"  reconstruction error with {k:2} of {count} components: {error:7.2%}")
+        differences.append(abs(error - np.sqrt(energies[k:].sum() / energies.sum())))
+    check("the singular values say the same of every error", max(differences) < 1e-7)
+
+    def as_images(rows: np.ndarray) -> np.ndarray:
+        return rows.reshape(-1, SIDE, SIDE).transpose(1, 2, 0)
+
+    # Paper is the most negative weight, ink the most positive.
+    weights = (components / np.abs(components).max(axis=1, keepdims=True) + 1) / 2 * INK
+    shown = as_images(weights[:10])
+    print("\n  The first five components:\n")
+    print(side_by_side([as_text(shown[:, :, i].tolist()) for i in range(5)]))
+    sheet = output / "components.png"
+    digits = [data[:10], *(restored[k][:10] for k in (1, 4, 16, 32))]
+    write_sheet(np.dstack([shown, *map(as_images, digits)]), sheet, columns=10)
+    print(f"\n  {sheet}: ten components; ten digits; the same from 1, 4, 16 and 32 components")
+
+
 def a_million_elements() -> None:
     """Subscripts, iteration and text at size: element (i, j, k) holds 10,000 i + 100 j + k."""
     heading("A million elements in three dimensions")
@@ -209,6 +248,7 @@ def main() -> None:
     compare(stack)
     pickle_to_disk(matrix, output)
     a_million_elements()
+    principal_components(matrix, output)
     print("\nEverything that was checked holds.")
 
 

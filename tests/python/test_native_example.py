@@ -1,0 +1,88 @@
+"""The example of a native module, built from the installed package alone."""
+
+from __future__ import annotations
+
+import importlib.util
+import sys
+from pathlib import Path
+from typing import Any
+
+import pytest
+
+import orvane
+from native_clients import ROOT, ask_package, cmake_build, run, tool
+from support import refused, stored_bytes
+
+np = pytest.importorskip("numpy")
+
+
+@pytest.fixture(scope="module")
+def spectral(tmp_path_factory: pytest.TempPathFactory) -> Any:
+    source, build = ROOT / "examples" / "native_client", tmp_path_factory.mktemp("spectral")
+    settings = ["-DCMAKE_BUILD_TYPE=None", f"-DOrvane_DIR={ask_package('--cmake-dir')}"]
+    try:
+        cmake_build(source, build, *settings)
+    except AssertionError as error:
+        if "LAPACK was not found" in str(error):
+            pytest.skip("LAPACK is not installed")
+        raise
+    (file,) = build.glob("spectral.*.so")
+    spec = importlib.util.spec_from_file_location("spectral", file)
+    assert spec
+    assert spec.loader
+    module = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(module)
+    return module
+
+
+def from_numpy(matrix: Any) -> Any:
+    vector = matrix.ravel(order="F").tolist()
+    return orvane.double(vector=vector, size=matrix.shape, is_complex=np.iscomplexobj(matrix))
+
+
+def to_numpy(result: Any) -> Any:
+    data = np.frombuffer(stored_bytes(result), complex if result._is_complex else float)
+    return data.reshape(result.size, order="F")
+
+
+@pytest.mark.parametrize("shape", [(5, 3), (3, 5), (4, 4), (1, 3), (3, 1), (0, 2)])
+@pytest.mark.parametrize("is_complex", [False, True])
+def test_decompositions(spectral: Any, shape: tuple[int, int], is_complex: bool) -> None:
+    matrix = np.arange(1.0, 1 + np.prod(shape)).reshape(shape) % 7
+    if is_complex:
+        matrix = matrix + 1j * np.cos(matrix)
+    a = from_numpy(matrix)
+    left, values, right = map(to_numpy, spectral.svd(a))
+    k = min(shape)
+    assert (left.shape, values.shape, right.shape) == ((shape[0], k), (1, k), (k, shape[1]))
+    np.testing.assert_allclose(left * values @ right, matrix, atol=1e-12)
+    np.testing.assert_allclose(values[0], np.linalg.svd(matrix, compute_uv=False), atol=1e-12)
+    np.testing.assert_allclose(to_numpy(spectral.singular_values(a)), values, atol=1e-12)
+    means, components, scores = map(to_numpy, spectral.principal_components(a, k))
+    np.testing.assert_allclose(means + scores @ components, matrix, atol=1e-12)
+    np.testing.assert_allclose(components @ components.conj().T, np.eye(k), atol=1e-12)
+    assert stored_bytes(a) == matrix.tobytes(order="F")
+
+
+def test_refusals(spectral: Any) -> None:
+    with refused(TypeError, "expected a real orvane.double array, got orvane.single"):
+        spectral.svd(orvane.single([[1, 2]]))
+    with refused(ValueError, "a matrix has two dimensions"):
+        spectral.singular_values(orvane.double(size=(2, 2, 2)))
+    with refused(ValueError, "there are not that many components"):
+        spectral.principal_components(orvane.double([[1, 2]]), 2)
+    with pytest.raises(RuntimeError):
+        spectral.svd(orvane.double([[float("nan"), 1], [2, 3]]))
+
+
+def test_the_example_installs_beside_the_package(spectral: Any, tmp_path: Path) -> None:
+    """The installed module finds the library without any help, even if it is imported first."""
+    package = Path(orvane.__file__).parent
+    build = Path(spectral.__file__).parent
+    run(tool("cmake"), "--install", build, "--prefix", tmp_path)
+    (tmp_path / "orvane").symlink_to(package)
+    for extension in package.parent.glob("orvanemultidimarrayforpython.*"):
+        (tmp_path / extension.name).symlink_to(extension)
+    use = "import spectral, orvane; print(spectral.singular_values(orvane.double([[3, 4]])))"
+    path = f"import sys; sys.path.insert(0, {str(tmp_path)!r})"
+    assert run(sys.executable, "-I", "-c", f"{path}; {use}").startswith("[[5.0")
