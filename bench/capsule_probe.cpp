@@ -1,12 +1,9 @@
 // A Python module that is a client of the arrays' capsule, as another native extension would be.
-#include <Python.h>
+#include <orvane/python.hpp>
 
 namespace {
 
-using ArrayToImplementation = void* (*)(PyObject*);
-
-/// Position 1 of the capsule's table.
-ArrayToImplementation arrayToImplementation = nullptr;
+const OrvaneCapsule* capsule = nullptr;
 
 /// way_in(array, calls): asks for the implementation behind `array` so many times, as a native function does with
 /// each of its arguments.
@@ -16,22 +13,36 @@ PyObject* wayIn(PyObject*, PyObject* args) {
     if (PyArg_ParseTuple(args, "On", &array, &calls) == 0)
         return nullptr;
     for (Py_ssize_t i = 0; i < calls; ++i) {
-        if (arrayToImplementation(array) == nullptr)
+        if (capsule->implOfArray(array) == nullptr)
             return nullptr;
     }
     Py_RETURN_NONE;
 }
 
-PyMethodDef functions[] = {{"way_in", wayIn, METH_VARARGS, nullptr}, {nullptr, nullptr, 0, nullptr}};
+/// typed_way_in(array, calls): the same as a C++ client does it, with the type check and a handle that is dropped again.
+PyObject* typedWayIn(PyObject*, PyObject* args) {
+    PyObject* array = nullptr;
+    Py_ssize_t calls = 0;
+    if (PyArg_ParseTuple(args, "On", &array, &calls) == 0)
+        return nullptr;
+    return orvane::python::guarded([&] {
+        for (Py_ssize_t i = 0; i < calls; ++i)
+            orvane::python::fromPython<double>(array);
+        return Py_NewRef(Py_None);
+    });
+}
+
+PyMethodDef functions[] = {{"way_in", wayIn, METH_VARARGS, nullptr},
+                           {"typed_way_in", typedWayIn, METH_VARARGS, nullptr},
+                           {nullptr, nullptr, 0, nullptr}};
 PyModuleDef definition = {
     PyModuleDef_HEAD_INIT, "orvane_capsule_probe", nullptr, -1, functions, nullptr, nullptr, nullptr, nullptr};
 
 } // namespace
 
 PyMODINIT_FUNC PyInit_orvane_capsule_probe() {
-    const auto* table = static_cast<void* const*>(PyCapsule_Import("orvanemultidimarrayforpython._capi", 0));
-    if (table == nullptr)
+    capsule = Orvane_ImportCapsule();
+    if (capsule == nullptr)
         return nullptr;
-    arrayToImplementation = reinterpret_cast<ArrayToImplementation>(table[1]);
     return PyModule_Create(&definition);
 }

@@ -248,6 +248,17 @@ PROCESSES = [
         calls=1000,
         at_most=200e-9,
     ),
+    Row(
+        "way in as a typed array of C++: 8 MB, beside 32 bytes",
+        "import orvane_capsule_probe as probe\n"
+        + MATRICES
+        + "small = orvane.double(size=(2, 2))\n",
+        "probe.typed_way_in(a, 1000)",
+        "probe.typed_way_in(small, 1000)",
+        0.8,
+        calls=1000,
+        at_most=200e-9,
+    ),
 ]
 
 
