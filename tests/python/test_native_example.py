@@ -1,8 +1,9 @@
-"""The example of a native module, built from the installed package alone."""
+"""The example of a native module and that of the guide, built from the installed package alone."""
 
 from __future__ import annotations
 
 import importlib.util
+import re
 import sys
 from pathlib import Path
 from typing import Any
@@ -86,3 +87,19 @@ def test_the_example_installs_beside_the_package(spectral: Any, tmp_path: Path) 
     use = "import spectral, orvane; print(spectral.singular_values(orvane.double([[3, 4]])))"
     path = f"import sys; sys.path.insert(0, {str(tmp_path)!r})"
     assert run(sys.executable, "-I", "-c", f"{path}; {use}").startswith("[[5.0")
+
+
+def test_the_guide_leads_from_an_empty_folder_to_a_module(tmp_path: Path) -> None:
+    guide = (ROOT / "docs" / "native.md").read_text("utf-8")
+    files = dict(re.findall(r"`([\w.]+)`:\n\n```\w+\n(.*?)```", guide, re.DOTALL))
+    assert list(files) == ["CMakeLists.txt", "columns.cpp"]
+    for name, text in files.items():
+        (tmp_path / name).write_text(text)
+    build = cmake_build(tmp_path, tmp_path / "build", f"-DOrvane_DIR={ask_package('--cmake-dir')}")
+    (command,) = re.findall(r'PYTHONPATH=build python -c "(.*)"\n', guide)
+    prologue = f"import sys; sys.path.append({str(build)!r}); "
+    result = run(sys.executable, "-c", prologue + command)
+    assert f"prints `{result.strip()}`" in guide
+    (call, error) = re.findall(r"`(columns\..*?)` raises `TypeError: (.*?)`", guide)[0]
+    check = f"import columns\ntry: {call}\nexcept TypeError as error: print(error)"
+    assert run(sys.executable, "-c", prologue + check).strip() == error
