@@ -55,6 +55,8 @@ bool InitializerShape::processSizeKwarg(PyObject* size) {
         std::size_t extent = 0;
         if (!readExtent(size, i, extent))
             return false;
+        if (dims.size() == extentsReadOnTrust)
+            dims.reserve(static_cast<std::size_t>(length));
         dims.push_back(extent);
     }
     if (dims.size() == 1)

@@ -1,8 +1,11 @@
 #include "construction/nested_walk.hpp"
 
+#include <algorithm>
 #include <span>
 
+#include "core/array_object.hpp"
 #include "core/layout.hpp"
+#include "core/selection.hpp"
 #include "module/vocabulary/python_values.hpp"
 
 namespace orvane::python {
@@ -93,7 +96,33 @@ bool NestedWalk::visitScalar(PyObject* scalar) {
     return m_sink.reserve(count ? std::optional(static_cast<std::size_t>(*count)) : std::nullopt);
 }
 
+/// Whether `value` is an array of this module in which there is nothing to visit. It may still have any number of
+/// empty parts, which must not be gone through one by one.
+bool NestedWalk::isEmptyOwnArray(PyObject* value) const {
+    if (!OCPyArray_Check(value))
+        return false;
+    const OCppPyArray* array = getOCPyArrayFromPyObject(value)->m_cppArray;
+    return array != nullptr && array->hasActiveDimension() && selectionOf(*array).elementCount == 0 &&
+           selectionOf(*array).isInside;
+}
+
+/// Does with the extents of such an array what visiting all of its parts would.
+bool NestedWalk::passEmptyOwnArray(const OCppPyArray& array) {
+    const Selection selection = selectionOf(array);
+    const auto firstEmpty = std::find(selection.counts.begin(), selection.counts.end(), 0);
+    const auto levels = static_cast<std::size_t>(firstEmpty - selection.counts.begin()) + 1;
+    const std::size_t depth = m_levels.size();
+    m_dims.resize(std::max(m_dims.size(), depth + levels), 0);
+    for (std::size_t level = levels; level-- > 0;) {
+        if (!settleExtent(depth + level, static_cast<std::size_t>(selection.counts[level])))
+            return false;
+    }
+    return true;
+}
+
 bool NestedWalk::enter(PyRef sequence) {
+    if (isEmptyOwnArray(sequence.get()))
+        return passEmptyOwnArray(*getOCPyArrayFromPyObject(sequence.get())->m_cppArray);
     if (pyObjectIsUnicodeOrString(sequence.get())) {
         setError(PyExc_ValueError, "value passed to initializer must be numeric.");
         return false;
@@ -116,8 +145,13 @@ bool NestedWalk::leave() {
     const auto length = static_cast<std::size_t>(m_levels.back().length);
     m_levels.pop_back();
     Py_LeaveRecursiveCall();
+    return settleExtent(m_levels.size(), length);
+}
+
+/// Holds the length of a sequence that has been finished against those finished at its depth before.
+bool NestedWalk::settleExtent(std::size_t depth, std::size_t length) {
     // A zero may also mean that no sequence of this depth has been finished yet; the count at the end tells.
-    std::size_t& extent = m_dims[m_levels.size()];
+    std::size_t& extent = m_dims[depth];
     if (extent == 0)
         extent = length;
     return extent == length || raiseNotRectangular();

@@ -12,6 +12,8 @@
 
 namespace orvane::python {
 
+class OCppPyArray;
+
 /// Visits every scalar of a nested value depth-first, index 0 first at every level, infers the extents and proves
 /// them rectangular. Each sequence is asked for its length and, if it has two items or more, for all its items, to
 /// compare them and their lengths with each other, before its items are asked for again and visited.
@@ -53,6 +55,9 @@ private:
     bool visit(PyRef value);
     bool visitScalar(PyObject* scalar);
     bool enter(PyRef sequence);
+    bool isEmptyOwnArray(PyObject* value) const;
+    bool passEmptyOwnArray(const OCppPyArray& array);
+    bool settleExtent(std::size_t depth, std::size_t length);
     bool leave();
     bool isRectangular() const;
 

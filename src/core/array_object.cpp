@@ -1,5 +1,6 @@
 #include "core/array_object.hpp"
 
+#include "module/vocabulary/py_ref.hpp"
 #include "module/vocabulary/python_values.hpp"
 
 namespace orvane::python {
@@ -11,6 +12,15 @@ struct ArrayBlock {
     OCPyArray header;
     alignas(OCppPyArray) std::byte core[sizeof(OCppPyArray)];
 };
+
+/// A view of the storage of `source` with the chain that `makeChain` gives, which is made where it stays.
+template <class MakeChain>
+PyObject* newViewObject(const OCppPyArray& source, MakeChain makeChain) {
+    PyRef object = PyRef::steal(allocOCPyArray(TypeObjectPointers[source.supportedArrayEnum()]));
+    if (object)
+        fillShell(object.get(), source, makeChain);
+    return object.release();
+}
 
 } // namespace
 
@@ -41,11 +51,12 @@ PyObject* newArrayObject(const OCppPyArray& source, std::shared_ptr<ODArrayWrapp
     return object;
 }
 
-PyObject* newViewObject(const OCppPyArray& source, IndexChain chain) {
-    PyObject* object = allocOCPyArray(TypeObjectPointers[source.supportedArrayEnum()]);
-    if (object != nullptr)
-        fillShell(object, source, std::move(chain));
-    return object;
+PyObject* newSubarrayObject(const OCppPyArray& source, long position) {
+    return newViewObject(source, [&] { return source.chain().withFixed(position); });
+}
+
+PyObject* newSliceObject(const OCppPyArray& source, const SliceIndexItem& slice) {
+    return newViewObject(source, [&] { return source.chain().narrowed(slice); });
 }
 
 OCppPyArray* requireCoreArray(PyObject* self) {

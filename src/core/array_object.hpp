@@ -35,8 +35,11 @@ void fillShell(PyObject* shell, Arguments&&... arguments) {
 
 /// A new object of the same Python type as `source`'s on storage of its own; null with an error set. Throws nothing.
 PyObject* newArrayObject(const OCppPyArray& source, std::shared_ptr<ODArrayWrapper> wrapper, bool isComplex);
-/// A new view of the storage of `source`; null with an error set. Throws for want of memory.
-PyObject* newViewObject(const OCppPyArray& source, IndexChain chain);
+/// The view of `source` at `position`, absolute, of its active dimension; null with an error set. Throws for want of
+/// memory.
+PyObject* newSubarrayObject(const OCppPyArray& source, long position);
+/// The view of `source` that a slice selects in its active dimension; otherwise the same.
+PyObject* newSliceObject(const OCppPyArray& source, const SliceIndexItem& slice);
 
 /// The core array of `self`; null with RuntimeError set when `self` is null or a shell.
 OCppPyArray* requireCoreArray(PyObject* self);

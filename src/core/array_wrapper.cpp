@@ -12,7 +12,7 @@ namespace {
 struct ElementsVisitor {
     template <class T>
     const std::byte* operator()(const data::TypedArray<T>& array) const {
-        return reinterpret_cast<const std::byte*>(array.begin().get());
+        return reinterpret_cast<const std::byte*>(array.data());
     }
 };
 
@@ -34,7 +34,7 @@ data::Array copyElements(const data::Array& source, const Layout& layout) {
         data::ArrayFactory factory;
         auto buffer = factory.createBuffer<T>(static_cast<unsigned long>(layout.elementCount()));
         if (layout.elementCount() > 0)
-            std::memcpy(static_cast<void*>(buffer.get()), elements.begin().get(),
+            std::memcpy(static_cast<void*>(buffer.get()), elements.data(),
                         static_cast<std::size_t>(layout.sizeInBytes()));
         return factory.createArrayFromBuffer<T>({layout.shape().begin(), layout.shape().end()}, std::move(buffer),
                                                 data::MemoryLayout::ColumnMajor);
@@ -56,7 +56,7 @@ std::shared_ptr<ODArrayWrapper> ODArrayWrapper::adopt(data::Array&& array, Reach
 ODArrayWrapper::ODArrayWrapper(data::Array&& array, void* elements, std::size_t elementSize)
     : m_array(std::move(array)), m_dataElements(static_cast<std::byte*>(elements)),
       m_mirrorElements(m_dataElements),
-      m_layout(std::make_shared<const Layout>(m_array.getDimensions(), static_cast<long>(m_array.getNumberOfElements()),
+      m_layout(std::make_shared<const Layout>(m_array.extents(), static_cast<long>(m_array.getNumberOfElements()),
                                               static_cast<long>(elementSize))) {}
 
 ODArrayWrapper::Exported ODArrayWrapper::exportElements(bool isSnapshot) {

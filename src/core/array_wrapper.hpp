@@ -30,7 +30,7 @@ public:
     /// Takes over an array of type `T` and its own view of the elements.
     template <class T>
     static std::shared_ptr<ODArrayWrapper> adopt(data::TypedArray<T>&& array) {
-        const T* elements = std::as_const(array).begin().get();
+        const T* elements = array.data();
         return std::make_shared<ODArrayWrapper>(std::move(array), const_cast<T*>(elements), sizeof(T));
     }
     /// Takes over an array of any type.

@@ -1,6 +1,7 @@
 // The object behind every Python array: shared storage and an index chain.
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -20,10 +21,11 @@ class OCppPyArray {
 public:
     OCppPyArray(std::shared_ptr<ODArrayWrapper> wrapper, SupportedArrayEnum supportedArrayEnum, bool isComplex) noexcept
         : m_wrapper(std::move(wrapper)), m_supportedArrayEnum(supportedArrayEnum), m_isComplex(isComplex) {}
-    /// A view of the same storage with a chain of its own; snapshots are not shared.
-    OCppPyArray(const OCppPyArray& source, IndexChain chain)
+    /// A view of the same storage with the chain that `makeChain()` returns; snapshots are not shared.
+    template <std::invocable MakeChain>
+    OCppPyArray(const OCppPyArray& source, MakeChain&& makeChain)
         : m_wrapper(source.m_wrapper), m_supportedArrayEnum(source.m_supportedArrayEnum),
-          m_isComplex(source.m_isComplex), m_chain(std::move(chain)) {}
+          m_isComplex(source.m_isComplex), m_chain(makeChain()) {}
     OCppPyArray(const OCppPyArray&) = delete;
     OCppPyArray& operator=(const OCppPyArray&) = delete;
 
@@ -44,6 +46,15 @@ public:
     }
     /// Whether one more integer subscript gives an element rather than a view.
     bool activeDimensionIsLast() const noexcept { return m_chain.activeDimension() + 1 == layout().rank(); }
+    /// The byte offset of the element at `position`, absolute, of the active dimension, which must exist. It need not
+    /// lie inside the elements when the array was reshaped.
+    unsigned long byteOffsetAt(long position) const noexcept {
+        const long* stride = layout().bytewiseStrides().data();
+        unsigned long offset = 0;
+        for (const long integer : m_chain.integers())
+            offset += static_cast<unsigned long>(integer) * static_cast<unsigned long>(*stride++);
+        return offset + static_cast<unsigned long>(position) * static_cast<unsigned long>(*stride);
+    }
 
     /// What this object selects, as a data array of its own: made on the first call and kept, however the
     /// elements change later. Null with an error set on failure. Never null afterwards.

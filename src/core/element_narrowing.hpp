@@ -46,6 +46,18 @@ inline float quieted(float value) noexcept {
     return std::isnan(value) ? std::bit_cast<float>(std::bit_cast<std::uint32_t>(value) | quietBit) : value;
 }
 
+/// `value` after a conversion to a Python float and back by `narrowToSingle`, in a form that compilers vectorise.
+inline float singleThroughDouble(float value) noexcept {
+    constexpr std::uint32_t signBit = 0x80000000;
+    constexpr std::uint32_t infinity = 0x7f800000;
+    constexpr std::uint32_t quietBit = 0x00400000;
+    const auto bits = std::bit_cast<std::uint32_t>(value);
+    const std::uint32_t magnitude = bits & ~signBit;
+    const std::uint32_t added = magnitude > infinity ? quietBit : 0;
+    const std::uint32_t dropped = magnitude == infinity ? signBit : 0;
+    return std::bit_cast<float>((bits | added) & ~dropped);
+}
+
 /// `value` as an element of a real numeric type, or as one part of a complex element.
 template <class Real>
 std::optional<Real> narrowPart(double value) noexcept {

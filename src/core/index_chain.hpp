@@ -1,6 +1,7 @@
 // The subscripts that lead from a whole array to what one object stands for.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 
@@ -26,17 +27,27 @@ public:
     /// The position in the active dimension that `place`, below the slice's length if there is a slice, stands for.
     long absolutePosition(long place) const noexcept { return m_slice ? m_slice->position(place) : place; }
 
-    /// One more integer, an absolute position; a slice has then served its purpose.
-    void fixActiveDimension(long position) {
-        m_slice.reset();
-        m_integers.push_back(position);
-    }
-    /// A slice measured in the coordinates of the view: composed onto the standing one if there is one.
-    void narrowActiveDimension(const SliceIndexItem& item) noexcept {
-        m_slice = m_slice ? item.composedOnto(*m_slice) : item;
+    /// This chain with one more integer, an absolute position; a slice has then served its purpose.
+    IndexChain withFixed(long position) const { return IndexChain(m_integers, position); }
+    /// This chain narrowed by a slice that is measured in the coordinates of the view: composed onto the standing one
+    /// if there is one.
+    IndexChain narrowed(const SliceIndexItem& item) const {
+        return IndexChain(m_integers, m_slice ? item.composedOnto(*m_slice) : item);
     }
 
+    IndexChain() = default;
+
 private:
+    IndexChain(const Extents& integers, long position)
+        : m_integers(integers.size() + 1, boost::container::default_init) {
+        std::copy(integers.begin(), integers.end(), m_integers.begin());
+        m_integers.back() = position;
+    }
+    IndexChain(const Extents& integers, const SliceIndexItem& slice)
+        : m_integers(integers.size(), boost::container::default_init), m_slice(slice) {
+        std::copy(integers.begin(), integers.end(), m_integers.begin());
+    }
+
     Extents m_integers;
     std::optional<SliceIndexItem> m_slice;
 };

@@ -17,6 +17,10 @@ template <class T>
 using DimensionVector = boost::container::small_vector<T, commonRank>;
 using Extents = DimensionVector<long>;
 
+/// So many extents are read on the word of a sequence that says how many it has. Before reading on, make room for
+/// all of them: that fails at once where filling the memory would take hours.
+inline constexpr std::size_t extentsReadOnTrust = std::size_t{1} << 20;
+
 /// The product of `extents` as a signed 64-bit number, 1 when there are none; nothing when it does not fit.
 /// A zero among them makes the product 0, however large the others are.
 template <class Integer>

@@ -2,6 +2,7 @@
 
 #include <Python.h>
 
+#include <complex>
 #include <cstring>
 #include <limits>
 
@@ -17,15 +18,15 @@ namespace {
 
 /// Whether an element may change on the road through a Python number and back.
 template <class T>
-constexpr bool changesOnTheRoad =
-    std::is_same_v<RealElement<T>, float> || std::is_same_v<T, bool> ||
-    (isComplexElement<T> && (std::is_same_v<RealElement<T>, std::int64_t> || std::is_same_v<RealElement<T>, std::uint64_t>));
+constexpr bool changesOnTheRoad = std::is_same_v<RealElement<T>, float> || std::is_same_v<T, bool> ||
+                                  (isComplexElement<T> && (std::is_same_v<RealElement<T>, std::int64_t> ||
+                                                           std::is_same_v<RealElement<T>, std::uint64_t>));
 
 /// A part of a complex element after the road; `refused` is set, once, to the first part that cannot go it.
 template <class Real>
 Real partAfterTheRoad(Real part, std::optional<double>& refused) {
     if constexpr (std::is_same_v<Real, float>) {
-        return quieted(narrowToSingle(static_cast<double>(part)));
+        return singleThroughDouble(part);
     } else {
         const auto number = static_cast<double>(part);
         const std::optional<Real> result = narrowPart<Real>(number);
@@ -50,13 +51,24 @@ T afterTheRoad(const std::byte* address, std::optional<double>& refused) {
     }
 }
 
+/// Copies a run of elements without gaps.
+template <class T>
+void copyGapless(T* target, const std::byte* source, long count, std::optional<double>& refused) {
+    if constexpr (!changesOnTheRoad<T>) {
+        std::memcpy(static_cast<void*>(target), source, static_cast<std::size_t>(count) * sizeof(T));
+    } else if constexpr (std::is_same_v<T, std::complex<float>>) {
+        copyGapless(reinterpret_cast<float*>(target), source, 2 * count, refused);
+    } else {
+        for (long i = 0; i < count; ++i)
+            target[i] = afterTheRoad<T>(source + i * static_cast<long>(sizeof(T)), refused);
+    }
+}
+
 /// Copies one run along the first free dimension.
 template <class T>
 void copyRun(T* target, const std::byte* source, long count, long stride, std::optional<double>& refused) {
-    if (!changesOnTheRoad<T> && stride == static_cast<long>(sizeof(T))) {
-        std::memcpy(static_cast<void*>(target), source, static_cast<std::size_t>(count) * sizeof(T));
-        return;
-    }
+    if (stride == static_cast<long>(sizeof(T)))
+        return copyGapless(target, source, count, refused);
     for (long i = 0; i < count; ++i)
         target[i] = afterTheRoad<T>(source + i * stride, refused);
 }
@@ -123,7 +135,8 @@ std::optional<data::Array> materialiseAs(const Selection& selection, const std::
         raiseRefused<T>(elements, selection);
         return std::nullopt;
     }
-    return factory.createArrayFromBuffer<T>(extentsOfResult(selection), std::move(buffer), data::MemoryLayout::ColumnMajor);
+    return factory.createArrayFromBuffer<T>(extentsOfResult(selection), std::move(buffer),
+                                            data::MemoryLayout::ColumnMajor);
 }
 
 } // namespace

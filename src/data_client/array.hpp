@@ -8,6 +8,7 @@
 #include <orvane_data_array/status.hpp>
 
 #include <memory>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -48,6 +49,15 @@ public:
         unsigned long* dims = nullptr;
         fcn(m_impl.get(), &numDims, &dims);
         return {dims, dims + numDims};
+    }
+
+    /// The same, borrowed from the array.
+    std::span<const unsigned long> extents() const noexcept {
+        static const auto fcn = detail::resolve<detail::FunctionType::ArrayGetDimensions>();
+        unsigned long numDims = 0;
+        unsigned long* dims = nullptr;
+        fcn(m_impl.get(), &numDims, &dims);
+        return {dims, numDims};
     }
 
     unsigned long getNumberOfElements() const noexcept {

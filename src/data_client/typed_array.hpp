@@ -77,6 +77,15 @@ public:
         return const_iterator(fcn2(m_impl.get(), false));
     }
 
+    /// The address of the first element, for reading. Unlike an iterator it takes no memory, and its want of the
+    /// library's is an exception.
+    const T* data() const {
+        const std::unique_ptr<detail::IteratorImpl, detail::DestroyIterator> first(beginOf(false));
+        if (!first)
+            detail::throwIfError(static_cast<int>(ExceptionType::OutOfMemory));
+        return detail::createTempRef<T, true>(first.get());
+    }
+
     const_iterator cbegin() const noexcept { return begin(); }
     const_iterator cend() const noexcept { return end(); }
 

@@ -21,27 +21,34 @@ namespace detail {
 template <class T, bool IsConst>
 using ElementPointer = std::conditional_t<IsConst, const T, T>*;
 
+struct DestroyIterator {
+    void operator()(IteratorImpl* iterator) const {
+        static const auto fcn2 = resolve<FunctionType::IteratorDestroy>();
+        fcn2(iterator);
+    }
+};
+
 /// The address of the element at which the library's iterator stands. It stays valid as long as the array
 /// lives and is neither unshared nor released.
 template <ArrayElement T, bool IsConst>
-ElementPointer<T, IsConst> createTempRef(const std::shared_ptr<IteratorImpl>& iterator) noexcept {
+ElementPointer<T, IsConst> createTempRef(IteratorImpl* iterator) noexcept {
     void* element = nullptr;
     if constexpr (ComplexArrayElement<T>) {
         static const auto fcn = find<FunctionType::IteratorGetComplexElement>();
         if (fcn != nullptr) [[likely]] {
-            fcn(iterator.get(), &element);
+            fcn(iterator, &element);
         } else {
             static const auto fcn1 = resolve<FunctionType::IteratorGetReference>();
             static const auto fcn2 = resolve<FunctionType::ReferenceGetParts>();
             ReferenceImpl* reference = nullptr;
-            fcn1(iterator.get(), &reference);
+            fcn1(iterator, &reference);
             const ReferenceHolder holder(reference);
             void* imagPart = nullptr;
             throwIfError(fcn2(holder.impl(), &element, &imagPart));
         }
     } else {
         static const auto fcn = resolve<FunctionType::IteratorGetElement>();
-        fcn(iterator.get(), &element);
+        fcn(iterator, &element);
     }
     return static_cast<ElementPointer<T, IsConst>>(element);
 }
@@ -64,13 +71,13 @@ public:
 
     /// Takes ownership of the library's iterator.
     explicit TypedIterator(detail::IteratorImpl* iterator)
-        : m_iterator(iterator, Destroy{}),
-          m_element(detail::createTempRef<value_type, std::is_const_v<T>>(m_iterator)) {}
+        : m_iterator(iterator, detail::DestroyIterator{}),
+          m_element(detail::createTempRef<value_type, std::is_const_v<T>>(m_iterator.get())) {}
 
     TypedIterator(const TypedIterator& other) noexcept : m_element(other.m_element) {
         if (other.m_iterator) {
             static const auto fcn = detail::resolve<detail::FunctionType::IteratorClone>();
-            m_iterator = std::shared_ptr<detail::IteratorImpl>(fcn(other.m_iterator.get()), Destroy{});
+            m_iterator = std::shared_ptr<detail::IteratorImpl>(fcn(other.m_iterator.get()), detail::DestroyIterator{});
         }
     }
 
@@ -132,13 +139,6 @@ public:
     }
 
 private:
-    struct Destroy {
-        void operator()(detail::IteratorImpl* iterator) const {
-            static const auto fcn2 = detail::resolve<detail::FunctionType::IteratorDestroy>();
-            fcn2(iterator);
-        }
-    };
-
     std::shared_ptr<detail::IteratorImpl> m_iterator;
     T* m_element = nullptr;
 };

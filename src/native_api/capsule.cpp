@@ -19,7 +19,7 @@ constexpr int complexOffset = 10;
 
 PyObject* wrapArray(data::Array array) {
     const TypeAndComplexity type = getTypeAndComplexityFromArrayType(array.getType());
-    if (!type.supported || array.getDimensions().size() < 2) {
+    if (!type.supported || array.extents().size() < 2) {
         setError(PyExc_RuntimeError, "invalid type.");
         return nullptr;
     }

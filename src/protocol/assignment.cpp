@@ -151,8 +151,29 @@ bool requireActiveDimension(const OCppPyArray& array) {
     return array.hasActiveDimension();
 }
 
+/// The short cut for one number of the interpreter's own types at a place that exists. False, with nothing done, for
+/// all else: the reasons to refuse stand in `Assignment` alone.
+template <class U>
+bool storeNumber(const OCppPyArray& array, long index, PyObject* value) {
+    if (value == nullptr || !array.activeDimensionIsLast() || array.chain().slice())
+        return false;
+    IntegerIndexItem item{index};
+    U element;
+    if (!item.normalize(array.layout().extent(array.chain().activeDimension())) ||
+        !convertExactNumber<U, false>(value, element))
+        return false;
+    const unsigned long offset = array.byteOffsetAt(item.m_index);
+    if (offset >= static_cast<unsigned long>(array.layout().sizeInBytes()))
+        return false;
+    array.wrapper().prepareForWriting();
+    array.wrapper().store(offset, element);
+    return true;
+}
+
 bool assignViaInteger(const OCppPyArray& array, long index, PyObject* value) {
-    return visitElementTypeOf(array, [&]<class U>() { return Assignment<U>(array, value).viaInteger(index); });
+    return visitElementTypeOf(array, [&]<class U>() {
+        return storeNumber<U>(array, index, value) || Assignment<U>(array, value).viaInteger(index);
+    });
 }
 
 bool assignViaSlice(const OCppPyArray& array, const UnpackedSlice& bounds, PyObject* value) {

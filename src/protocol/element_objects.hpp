@@ -5,7 +5,9 @@
 
 #include <complex>
 #include <cstddef>
+#include <limits>
 #include <type_traits>
+#include <utility>
 
 #include "core/element_access.hpp"
 
@@ -21,10 +23,10 @@ PyObject* toPyObject(const T& element) {
         return PyBool_FromLong(element);
     else if constexpr (std::is_floating_point_v<T>)
         return PyFloat_FromDouble(static_cast<double>(element));
-    else if constexpr (std::is_signed_v<T>)
-        return PyLong_FromLongLong(element);
+    else if constexpr (std::in_range<long>(std::numeric_limits<T>::max()))
+        return PyLong_FromLong(element); // of all ways the one that the interpreter has made short for small numbers
     else
-        return PyLong_FromUnsignedLongLong(element);
+        return PyLong_FromUnsignedLong(element);
 }
 
 /// The element at one index per dimension, from the first on (missing ones count as 0), as a Python number. A

@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "core/array_object.hpp"
+#include "core/selection.hpp"
 #include "module/vocabulary/boundary.hpp"
 #include "module/vocabulary/python_values.hpp"
 #include "module/vocabulary/type_objects.hpp"
@@ -28,10 +29,32 @@ bool isIterable(const OCppPyArray& array) {
 }
 
 OCPyIterState::OCPyIterState(const OCppPyArray& source)
-    : m_view(source, source.chain()), m_exhausted(!isIterable(source) || source.getLengthOfActiveDimension() <= 0),
-      m_yieldsSubarrays(source.layout().rank() > source.chain().activeDimension() + 1) {}
+    : m_view(source, [&] { return source.chain(); }),
+      m_exhausted(!isIterable(source) || source.getLengthOfActiveDimension() <= 0),
+      m_yieldsSubarrays(source.layout().rank() > source.chain().activeDimension() + 1),
+      m_numbers(NumberWalk::through(m_view)) {}
+
+OCPyIterState::NumberWalk OCPyIterState::NumberWalk::through(const OCppPyArray& view) {
+    if (!view.hasActiveDimension() || !view.activeDimensionIsLast())
+        return {};
+    Selection selection = selectionOf(view);
+    if (!selection.isInside)
+        return {};
+    const auto read = visitElementTypeOf(view, []<class T>() -> decltype(NumberWalk::read) {
+        return [](const std::byte* address) { return toPyObject(loadElement<T>(address)); };
+    });
+    return {std::move(selection.layout), selection.origin, selection.strides[0], selection.counts[0], read};
+}
+
+PyObject* OCPyIterState::nextNumber() {
+    const long place = m_place++;
+    m_exhausted = m_place >= m_numbers.count;
+    return m_numbers.read(m_view.wrapper().elements() + m_numbers.origin + place * m_numbers.stride);
+}
 
 PyObject* OCPyIterState::next() {
+    if (!m_exhausted && m_numbers.isValidFor(m_view.wrapper()))
+        return nextNumber();
     if (!m_exhausted && !m_view.hasActiveDimension()) // reshaped to fewer dimensions meanwhile
         m_exhausted = true;
     if (m_exhausted) {
@@ -45,12 +68,11 @@ PyObject* OCPyIterState::next() {
 }
 
 PyObject* OCPyIterState::itemAt(long position) const {
-    IndexChain chain = m_view.chain();
-    chain.fixActiveDimension(position);
     if (m_yieldsSubarrays)
-        return newViewObject(m_view, std::move(chain));
-    return visitElementTypeOf(
-        m_view, [&]<class T>() { return elementObjectAt<T>(m_view.wrapper(), chain.integers()); });
+        return newSubarrayObject(m_view, position);
+    const IndexChain chain = m_view.chain().withFixed(position);
+    return visitElementTypeOf(m_view,
+                              [&]<class T>() { return elementObjectAt<T>(m_view.wrapper(), chain.integers()); });
 }
 
 void OCPyIterState::advance() noexcept {

@@ -24,6 +24,20 @@ public:
     PyObject* next();
 
 private:
+    /// The short cut for numbers: where they lie under one layout, all of them inside the elements. It holds as long
+    /// as the array keeps that layout.
+    struct NumberWalk {
+        std::shared_ptr<const Layout> layout; ///< null when there is no such walk
+        unsigned long origin = 0;             ///< byte offset of the first
+        long stride = 0;                      ///< in bytes
+        long count = 0;
+        PyObject* (*read)(const std::byte* address) = nullptr;
+
+        static NumberWalk through(const OCppPyArray& view);
+        bool isValidFor(const ODArrayWrapper& wrapper) const noexcept { return layout == wrapper.layout(); }
+    };
+
+    PyObject* nextNumber();
     PyObject* itemAt(long position) const;
     void advance() noexcept;
 
@@ -31,6 +45,7 @@ private:
     long m_place = 0; ///< of the next item, counted from the start of the view
     bool m_exhausted;
     bool m_yieldsSubarrays;
+    NumberWalk m_numbers;
 };
 
 /// The Python iterator.

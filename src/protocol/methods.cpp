@@ -45,9 +45,7 @@ PyObject* extractedRow(PyObject* self, Part part) {
         const OCppPyArray extracted(
             visitElementTypeOf(*core, [&]<class T>() { return extractContents<T>(core->wrapper(), part); }),
             core->supportedArrayEnum(), false);
-        IndexChain row;
-        row.fixActiveDimension(0);
-        return newViewObject(extracted, std::move(row));
+        return newSubarrayObject(extracted, 0);
     });
 }
 

@@ -14,7 +14,7 @@ public:
 
     template <class T>
     PyObject* build() {
-        PyRef outermost = PyRef::steal(PyList_New(m_selection.counts[0]));
+        PyRef outermost = PyRef::steal(newHiddenList(m_selection.counts[0]));
         if (!outermost)
             return nullptr;
         // Lists below the outermost belong to the list above them from the start; the levels only borrow.
@@ -25,9 +25,9 @@ public:
             if (depth + 1 == m_selection.rank()) {
                 if (!fill<T>(level))
                     return nullptr;
-                m_levels.pop_back();
+                finish();
             } else if (level.next == m_selection.counts[depth]) {
-                m_levels.pop_back();
+                finish();
             } else if (!descend(level, depth)) {
                 return nullptr;
             }
@@ -42,8 +42,21 @@ private:
         unsigned long offset;
     };
 
+    /// A list that the garbage collector does not know yet. Making the next list may run a collection, and code of the
+    /// caller's with it, which must not come upon lists with empty places.
+    static PyObject* newHiddenList(long length) {
+        PyObject* list = PyList_New(length);
+        if (list != nullptr)
+            PyObject_GC_UnTrack(list);
+        return list;
+    }
+    void finish() {
+        PyObject_GC_Track(m_levels.back().list);
+        m_levels.pop_back();
+    }
+
     bool descend(Level& level, std::size_t depth) {
-        PyObject* inner = PyList_New(m_selection.counts[depth + 1]);
+        PyObject* inner = newHiddenList(m_selection.counts[depth + 1]);
         if (inner == nullptr)
             return false;
         PyList_SET_ITEM(level.list, level.next++, inner);

@@ -17,18 +17,12 @@ PyObject* readSlice(const OCppPyArray& core, PyObject* slice) {
         return nullptr;
     }
     return withMemoryErrors(static_cast<PyObject*>(nullptr), [&] {
-        IndexChain chain = core.chain();
-        chain.narrowActiveDimension(bounds->measuredAgainst(core.getLengthOfActiveDimension()));
-        return newViewObject(core, std::move(chain));
+        return newSliceObject(core, bounds->measuredAgainst(core.getLengthOfActiveDimension()));
     });
 }
 
 PyObject* readSubarray(const OCppPyArray& core, long position) {
-    return withMemoryErrors(static_cast<PyObject*>(nullptr), [&] {
-        IndexChain chain = core.chain();
-        chain.fixActiveDimension(position);
-        return newViewObject(core, std::move(chain));
-    });
+    return withMemoryErrors(static_cast<PyObject*>(nullptr), [&] { return newSubarrayObject(core, position); });
 }
 
 } // namespace detail

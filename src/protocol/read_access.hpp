@@ -24,13 +24,8 @@ PyObject* readSubarray(const OCppPyArray& core, long position);
 /// The number at `position` of the last dimension.
 template <class T>
 PyObject* readElement(const OCppPyArray& core, long position) {
-    const Layout& layout = core.layout();
-    const Extents& integers = core.chain().integers();
-    const Extents& strides = layout.bytewiseStrides();
-    auto offset = static_cast<unsigned long>(position) * static_cast<unsigned long>(strides[integers.size()]);
-    for (std::size_t d = 0; d < integers.size(); ++d)
-        offset += static_cast<unsigned long>(integers[d]) * static_cast<unsigned long>(strides[d]);
-    if (offset >= static_cast<unsigned long>(layout.sizeInBytes())) {
+    const unsigned long offset = core.byteOffsetAt(position);
+    if (offset >= static_cast<unsigned long>(core.layout().sizeInBytes())) {
         PyErr_Format(PyExc_IndexError, "index has an invalid value: %ld", position);
         return nullptr;
     }
@@ -65,8 +60,8 @@ PyObject* OCPyArray_GetItem(PyObject* self, Py_ssize_t i) {
     return detail::readSubarray(*core, position);
 }
 
-/// `mp_subscript` of the array type of `T`: a view for a slice, a view or a number for an integer. Subscripts are exactly
-/// `int` (or a subclass) and `slice`; everything else is a RuntimeError.
+/// `mp_subscript` of the array type of `T`: a view for a slice, a view or a number for an integer. Subscripts are
+/// exactly `int` (or a subclass) and `slice`; everything else is a RuntimeError.
 template <class T>
 PyObject* OCPyArray_GetViaIndex(PyObject* self, PyObject* index) {
     const OCppPyArray* core = requireCoreArray(self);

@@ -36,6 +36,8 @@ std::vector<long> getDimsFromReshapeArg(PyObject* arg) {
             raiseNoExtents();
             return {};
         }
+        if (dims.size() == extentsReadOnTrust)
+            dims.reserve(static_cast<std::size_t>(length));
         dims.push_back(extent);
     }
     while (dims.size() > 2 && dims.back() == 1)

@@ -27,20 +27,29 @@ char typeCodeOf(const OCppPyArray& array) {
     return TypeAsChar[array.supportedArrayEnum() == SAE_bool ? SAE_uint8_t : array.supportedArrayEnum()];
 }
 
+/// Copies a run of real elements as `array.array` stores them, next to each other.
+template <class T>
+void packRun(char* target, const std::byte* source, long count, long stride) {
+    constexpr bool changes = std::is_same_v<T, float> || std::is_same_v<T, bool>;
+    if (!changes && stride == static_cast<long>(sizeof(T))) {
+        std::memcpy(target, source, static_cast<std::size_t>(count) * sizeof(T));
+        return;
+    }
+    for (long i = 0; i < count; ++i, source += stride, target += sizeof(T)) {
+        T element = loadElement<T>(source);
+        if constexpr (std::is_same_v<T, float>)
+            element = quieted(element);
+        std::memcpy(target, &element, sizeof(T));
+    }
+}
+
 /// The elements of a real view with one free dimension as `array.array` stores them; null with an error set.
 template <class T>
 PyObject* packed(const Selection& selection, const std::byte* elements) {
     PyObject* bytes = PyBytes_FromStringAndSize(nullptr, selection.elementCount * static_cast<Py_ssize_t>(sizeof(T)));
     if (bytes == nullptr)
         return nullptr;
-    char* target = PyBytes_AS_STRING(bytes);
-    const std::byte* source = elements + selection.origin;
-    for (long i = 0; i < selection.elementCount; ++i, source += selection.strides[0], target += sizeof(T)) {
-        T element = loadElement<T>(source);
-        if constexpr (std::is_same_v<T, float>)
-            element = quieted(element);
-        std::memcpy(target, &element, sizeof(T));
-    }
+    packRun<T>(PyBytes_AS_STRING(bytes), elements + selection.origin, selection.elementCount, selection.strides[0]);
     return bytes;
 }
 
