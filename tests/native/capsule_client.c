@@ -25,19 +25,19 @@ static PyObject* impl_of_array(PyObject* self, PyObject* object) {
     return impl == NULL ? object_or_none(NULL) : PyLong_FromVoidPtr(impl);
 }
 
-/* (array or the exception that was set or None, type code) */
+static int lastTypeCode;
+
 static PyObject* array_from_buffer(PyObject* self, PyObject* object) {
     (void)self;
-    int typeCode = -1;
-    PyObject* result = capsule->arrayFromBuffer(object_or_null(object), &typeCode);
-    if (result == NULL && PyErr_Occurred() != NULL) {
-        PyObject *type, *traceback;
-        PyErr_Fetch(&type, &result, &traceback);
-        PyErr_NormalizeException(&type, &result, &traceback);
-        Py_XDECREF(type);
-        Py_XDECREF(traceback);
-    }
-    return Py_BuildValue("(Ni)", result != NULL ? result : Py_NewRef(Py_None), typeCode);
+    lastTypeCode = -1;
+    return object_or_none(capsule->arrayFromBuffer(object_or_null(object), &lastTypeCode));
+}
+
+/* What the last call of the function above left. */
+static PyObject* last_type_code(PyObject* self, PyObject* unused) {
+    (void)self;
+    (void)unused;
+    return PyLong_FromLong(lastTypeCode);
 }
 
 static PyObject* array_from_buffer_without_code(PyObject* self, PyObject* object) {
@@ -81,6 +81,7 @@ static PyMethodDef methods[] = {
     {"array_from_impl", array_from_impl, METH_O, NULL},
     {"impl_of_array", impl_of_array, METH_O, NULL},
     {"array_from_buffer", array_from_buffer, METH_O, NULL},
+    {"last_type_code", last_type_code, METH_NOARGS, NULL},
     {"array_from_buffer_without_code", array_from_buffer_without_code, METH_O, NULL},
     {"make_and_destroy", make_and_destroy, METH_O, NULL},
     {"try_to_destroy", try_to_destroy, METH_O, NULL},

@@ -56,15 +56,25 @@ def cmake_build(source: Path, build: Path, *definitions: str) -> Path:
 
 
 @functools.cache
-def build_directory() -> Path:
-    """The clients of tests/native, built at most once a run."""
-    for module in ("pybind11", "nanobind"):
-        pytest.importorskip(module)
+def outcome_of_building() -> Path | AssertionError:
+    """Where the clients of tests/native lie, or what went wrong: it is not tried twice in a run."""
     lasting = os.environ.get("ORVANE_NATIVE_BUILD")
     build = Path(lasting or tempfile.mkdtemp(prefix="orvane-native-"))
-    return cmake_build(
-        ROOT / "tests" / "native", build, f"-DOrvane_DIR={ask_package('--cmake-dir')}"
-    )
+    try:
+        definition = f"-DOrvane_DIR={ask_package('--cmake-dir')}"
+        return cmake_build(ROOT / "tests" / "native", build, definition)
+    except AssertionError as error:
+        return error
+
+
+def build_directory() -> Path:
+    """The built clients; builds them at the first call."""
+    for module in ("pybind11", "nanobind"):
+        pytest.importorskip(module)
+    outcome = outcome_of_building()
+    if isinstance(outcome, AssertionError):
+        raise outcome
+    return outcome
 
 
 @functools.cache
