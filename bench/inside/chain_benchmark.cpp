@@ -13,29 +13,22 @@ using namespace orvane::python;
 IndexChain chainOf(long integers) {
     IndexChain chain;
     for (long i = 0; i < integers; ++i)
-        chain.fixActiveDimension(i);
+        chain = chain.withFixed(i);
     return chain;
 }
 
 void lengthenChain(benchmark::State& state) {
     const IndexChain chain = chainOf(state.range(0));
-    for (auto _ : state) {
-        IndexChain longer = chain;
-        longer.fixActiveDimension(7);
-        benchmark::DoNotOptimize(longer);
-    }
+    for (auto _ : state)
+        benchmark::DoNotOptimize(chain.withFixed(7));
 }
 // Three integers and one more are what a chain holds in place; beyond, it takes memory of its own.
 BENCHMARK(lengthenChain)->Name("chain/one more integer on")->Arg(0)->Arg(3)->Arg(8);
 
 void narrowChain(benchmark::State& state) {
-    IndexChain chain = chainOf(1);
-    chain.narrowActiveDimension({10, 2, 40});
-    for (auto _ : state) {
-        IndexChain narrower = chain;
-        narrower.narrowActiveDimension({5, 3, 8});
-        benchmark::DoNotOptimize(narrower);
-    }
+    const IndexChain chain = chainOf(1).narrowed({10, 2, 40});
+    for (auto _ : state)
+        benchmark::DoNotOptimize(chain.narrowed({5, 3, 8}));
 }
 BENCHMARK(narrowChain)->Name("chain/slice of a slice");
 

@@ -48,13 +48,14 @@ inline float quieted(float value) noexcept {
 
 /// `value` after a conversion to a Python float and back by `narrowToSingle`, in a form that compilers vectorise.
 inline float singleThroughDouble(float value) noexcept {
-    constexpr std::uint32_t signBit = 0x80000000;
-    constexpr std::uint32_t infinity = 0x7f800000;
-    constexpr std::uint32_t quietBit = 0x00400000;
-    const auto bits = std::bit_cast<std::uint32_t>(value);
-    const std::uint32_t magnitude = bits & ~signBit;
-    const std::uint32_t added = magnitude > infinity ? quietBit : 0;
-    const std::uint32_t dropped = magnitude == infinity ? signBit : 0;
+    // Signed throughout: the common vector instructions compare signed integers only.
+    constexpr auto signBit = std::numeric_limits<std::int32_t>::min();
+    constexpr std::int32_t infinity = 0x7f800000;
+    constexpr std::int32_t quietBit = 0x00400000;
+    const auto bits = std::bit_cast<std::int32_t>(value);
+    const std::int32_t magnitude = bits & ~signBit;
+    const std::int32_t added = magnitude > infinity ? quietBit : 0;
+    const std::int32_t dropped = magnitude == infinity ? signBit : 0;
     return std::bit_cast<float>((bits | added) & ~dropped);
 }
 

@@ -104,11 +104,11 @@ TEST(SliceIndexItem, HugeStepsDoNotOverflow) {
 TEST(IndexChain, AnIntegerTakesTheSlicesPlace) {
     IndexChain chain;
     EXPECT_TRUE(chain.isEmpty());
-    chain.narrowActiveDimension({1, 2, 3});
+    chain = chain.narrowed({1, 2, 3});
     EXPECT_EQ(chain.activeDimension(), 0u);
     EXPECT_EQ(chain.length(), 1u);
     EXPECT_EQ(chain.absolutePosition(2), 5);
-    chain.fixActiveDimension(chain.absolutePosition(2));
+    chain = chain.withFixed(chain.absolutePosition(2));
     EXPECT_EQ(chain.activeDimension(), 1u);
     EXPECT_FALSE(chain.slice());
     EXPECT_EQ(chain.absolutePosition(2), 2);
