@@ -90,14 +90,19 @@ private:
 /// The elements for reading; what is shared stays shared.
 template <ArrayElement T>
 ColumnMajorSpan<const T> elementsOf(const TypedArray<T>& array) {
-    return {array.begin().get(), array.getDimensions()};
+    return {array.data(), array.getDimensions()};
 }
+
+/// A handle that is about to go cannot hold the elements.
+template <ArrayElement T>
+ColumnMajorSpan<const T> elementsOf(const TypedArray<T>&&) = delete;
 
 /// The elements for writing. Others who share the array keep the old ones: the handle takes a copy first.
 template <ArrayElement T>
 ColumnMajorSpan<T> writableElementsOf(TypedArray<T>& array) {
     array.unshare();
-    return {array.begin().get(), array.getDimensions()};
+    // The block is the handle's own now.
+    return {const_cast<T*>(array.data()), array.getDimensions()};
 }
 
 } // namespace orvane::data

@@ -34,14 +34,16 @@ void spans() {
     require(elements.extent(3) == 1 && elements(1, 2, 3, 0) == 23, "dimensions that were dropped");
     require(elements.column(2).front() == 4 && elements.column(2).size() == 2, "columns");
 
-    const Array other = array;
+    const TypedArray<double> other = array;
     writableElementsOf(array)(1, 2, 3) = -1;
-    require(elementsOf(TypedArray<double>(other))(1, 2, 3) == 23, "writing leaves those alone who share");
-    require(elementsOf(numbered({0, 3})).size() == 0, "no elements");
+    require(elementsOf(other)(1, 2, 3) == 23, "writing leaves those alone who share");
+    const TypedArray<double> empty = numbered({0, 3});
+    require(elementsOf(empty).size() == 0, "no elements");
 
 #ifdef __cpp_lib_mdspan
-    const auto matrix = elementsOf(numbered({2, 3})).toMdspan<3>();
-    require(matrix.extent(1) == 3 && matrix.extent(2) == 1 && matrix.stride(1) == 2, "mdspan");
+    const auto view = elementsOf(other).toMdspan<4>();
+    require(view.extent(1) == 3 && view.extent(3) == 1 && view.stride(2) == 6, "mdspan");
+    require(&view[std::array<std::size_t, 4>{1, 2, 3, 0}] == &elementsOf(other)(1, 2, 3), "subscripts of an mdspan");
 #endif
 }
 
