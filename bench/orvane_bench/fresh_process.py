@@ -27,9 +27,9 @@ def forget_peak():
 
 def first_time(names, statement):
     code = compile(statement, "statement", "exec")
-    start = time.perf_counter()
+    start = time.process_time()
     exec(code, names)
-    return time.perf_counter() - start
+    return time.process_time() - start
 
 
 def peak_memory(names, statement):
@@ -45,7 +45,7 @@ def growth(names, statement):
     import statistics
     import timeit
 
-    timer = timeit.Timer(statement, globals=names)
+    timer = timeit.Timer(statement, timer=time.process_time, globals=names)
     taken = timer.timeit(1)
     loops = max(1, int(0.01 / max(taken, 1e-7)))
     repeats = 3 if taken > 0.5 else 7
