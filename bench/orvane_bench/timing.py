@@ -1,9 +1,9 @@
 """Measures the rows.
 
 Ours, the peer's and the physical limit take turns, so that all meet the same weather. A row is
-measured in several processes, one after the other, and all values are kept as runs of pyperf. Samples
-are short, and what is taken is the time of the processor, user and system: other processes that
-run meanwhile do not count. Nothing that is measured here waits or has threads.
+measured in several processes, one after the other, and all values are kept as runs of pyperf. What
+is taken is the time of the processor, user and system: processes that run meanwhile do not count.
+Nothing that is measured here waits or has threads.
 """
 
 from __future__ import annotations
