@@ -36,8 +36,7 @@ bool parseConstructorArguments(PyObject* args, PyObject* kwargs, ConstructorArgu
     static const char* keywords[] = {"initializer", "size", "vector", "is_complex", nullptr};
     arguments = {};
     if (!PyArg_ParseTupleAndKeywords(positional.get(), kwargs, "|OOOO", const_cast<char**>(keywords),
-                                     &arguments.initializer, &arguments.size, &arguments.vector,
-                                     &arguments.isComplex))
+                                     &arguments.initializer, &arguments.size, &arguments.vector, &arguments.isComplex))
         return false;
     arguments.vectorByKeyword = arguments.vector != nullptr && PyTuple_GET_SIZE(positional.get()) <= vectorPosition;
     return true;

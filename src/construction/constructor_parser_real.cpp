@@ -32,27 +32,16 @@ template class FinalConstructorParser<std::int64_t>;
 template class FinalConstructorParser<std::uint64_t>;
 template class FinalConstructorParser<bool>;
 
-template std::optional<data::TypedArray<double>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<float>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::int8_t>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::uint8_t>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::int16_t>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::uint16_t>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::int32_t>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::uint32_t>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::int64_t>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::uint64_t>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<bool>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
+template std::optional<data::TypedArray<double>> createArrayFromConstructorArgs(const ConstructorArguments&);
+template std::optional<data::TypedArray<float>> createArrayFromConstructorArgs(const ConstructorArguments&);
+template std::optional<data::TypedArray<std::int8_t>> createArrayFromConstructorArgs(const ConstructorArguments&);
+template std::optional<data::TypedArray<std::uint8_t>> createArrayFromConstructorArgs(const ConstructorArguments&);
+template std::optional<data::TypedArray<std::int16_t>> createArrayFromConstructorArgs(const ConstructorArguments&);
+template std::optional<data::TypedArray<std::uint16_t>> createArrayFromConstructorArgs(const ConstructorArguments&);
+template std::optional<data::TypedArray<std::int32_t>> createArrayFromConstructorArgs(const ConstructorArguments&);
+template std::optional<data::TypedArray<std::uint32_t>> createArrayFromConstructorArgs(const ConstructorArguments&);
+template std::optional<data::TypedArray<std::int64_t>> createArrayFromConstructorArgs(const ConstructorArguments&);
+template std::optional<data::TypedArray<std::uint64_t>> createArrayFromConstructorArgs(const ConstructorArguments&);
+template std::optional<data::TypedArray<bool>> createArrayFromConstructorArgs(const ConstructorArguments&);
 
 } // namespace orvane::python

@@ -3,9 +3,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
+#include <limits>
 #include <memory>
+#include <new>
 #include <span>
-#include <utility>
+#include <type_traits>
 
 namespace orvane::python {
 
@@ -16,14 +19,18 @@ class ElementStore {
 public:
     std::size_t size() const noexcept { return m_size; }
     const T* data() const noexcept { return m_block.get(); }
-    operator std::span<const T>() const noexcept { return {m_block.get(), m_size}; }
+    operator std::span<const T>() const noexcept { return {data(), m_size}; }
 
     void reserve(std::size_t capacity) {
         if (capacity <= m_capacity)
             return;
-        auto block = std::make_unique_for_overwrite<T[]>(capacity);
-        std::copy_n(m_block.get(), m_size, block.get());
-        m_block = std::move(block);
+        if (capacity > std::numeric_limits<std::ptrdiff_t>::max() / sizeof(T))
+            throw std::bad_array_new_length();
+        void* const block = std::realloc(m_block.get(), capacity * sizeof(T));
+        if (block == nullptr)
+            throw std::bad_alloc();
+        static_cast<void>(m_block.release()); // realloc has taken it over
+        m_block.reset(static_cast<T*>(block));
         m_capacity = capacity;
     }
     void push_back(const T& element) {
@@ -41,7 +48,12 @@ public:
     void clear() noexcept { m_size = 0; }
 
 private:
-    std::unique_ptr<T[]> m_block;
+    static_assert(std::is_trivially_copyable_v<T>);
+    struct Free {
+        void operator()(T* block) const noexcept { std::free(block); }
+    };
+
+    std::unique_ptr<T[], Free> m_block;
     std::size_t m_size = 0;
     std::size_t m_capacity = 0;
 };

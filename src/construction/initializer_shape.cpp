@@ -27,8 +27,7 @@ bool readExtent(PyObject* size, Py_ssize_t i, std::size_t& extent) {
     // Beyond 64 bits the answer is -1 too, and the refusal of negative numbers replaces the overflow.
     const Py_ssize_t value = PyLong_AsSsize_t(item.get());
     if (value < 0) {
-        setError(PyExc_ValueError,
-                 "size cannot contain negative dimensions. Use nonnegative integers for dimensions.");
+        setError(PyExc_ValueError, "size cannot contain negative dimensions. Use nonnegative integers for dimensions.");
         return false;
     }
     extent = static_cast<std::size_t>(value);

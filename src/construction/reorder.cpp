@@ -64,7 +64,7 @@ public:
     std::size_t places(std::size_t steps) const { return m_places * steps; }
 
     /// Where the places of a tile lie, by one of the two strides.
-    Offsets offsets(std::size_t Dimension::*stride) const {
+    Offsets offsets(std::size_t Dimension::* stride) const {
         Offsets offsets{0};
         offsets.reserve(places(stepsPerTile()));
         for (const Dimension& dimension : m_dimensions) {
@@ -193,8 +193,8 @@ void transposeTile(Unit* target, const std::byte* source, const Tile& tile) noex
             for (std::size_t i = 0; i < side; ++i)
                 __builtin_prefetch(source + (tile.rows[row + i] + block + 2 * blockColumns) * sizeof(Unit));
             for (std::size_t column = block; column < blockEnd; column += side)
-                transposeSquare<Unit, transfer>(target + row, &tile.columns[column],
-                                                source + column * sizeof(Unit), &tile.rows[row]);
+                transposeSquare<Unit, transfer>(target + row, &tile.columns[column], source + column * sizeof(Unit),
+                                                &tile.rows[row]);
         }
     }
     transposeOneByOne<Unit, transfer>(target, source + squareColumns * sizeof(Unit),
@@ -273,8 +273,8 @@ void copyInOrder(void* target, const void* source, std::size_t count, std::size_
         out[i] = in[i] != std::byte{0};
 }
 
-void reorderToColumnMajor(void* target, const void* source, std::span<const std::size_t> dims,
-                          std::size_t elementSize, Transfer transfer) {
+void reorderToColumnMajor(void* target, const void* source, std::span<const std::size_t> dims, std::size_t elementSize,
+                          Transfer transfer) {
     const Dimensions decisive = decisiveDimensions(dims);
     const std::span<const Dimension> dimensions(decisive.data(), decisive.size());
     const auto* bytes = static_cast<const std::byte*>(source);

@@ -18,7 +18,7 @@ void copyInOrder(void* target, const void* source, std::size_t count, std::size_
 /// Copies elements of 1, 2, 4, 8 or 16 bytes from row-major to column-major order, in one pass. `dims` may hold any
 /// number of extents, none of them 0. The source needs no alignment; the target is aligned to its elements. They
 /// do not overlap. Throws `std::bad_alloc` only for an outlandish number of dimensions.
-void reorderToColumnMajor(void* target, const void* source, std::span<const std::size_t> dims,
-                          std::size_t elementSize, Transfer transfer);
+void reorderToColumnMajor(void* target, const void* source, std::span<const std::size_t> dims, std::size_t elementSize,
+                          Transfer transfer);
 
 } // namespace orvane::python
