@@ -100,8 +100,8 @@ class GrowthResult:
 
     @property
     def holds(self) -> bool:
-        # Arrays of 10^5 doubles live in the caches and larger ones do not: that may cost a factor of
-        # five on the way to 10^7. What stays may vary by a factor of two.
+        # Arrays of 10^5 doubles live in the caches and larger ones do not: that may cost a factor
+        # of five on the way to 10^7. What stays may vary by a factor of two.
         return self.order < (1.35 if self.row.in_proportion else 0.15)
 
 
