@@ -19,7 +19,8 @@ PyObject* wayIn(PyObject*, PyObject* args) {
     Py_RETURN_NONE;
 }
 
-/// typed_way_in(array, calls): the same as a C++ client does it, with the type check and a handle that is dropped again.
+/// typed_way_in(array, calls): the same as a C++ client does it, with the type check and a handle that is dropped
+/// again.
 PyObject* typedWayIn(PyObject*, PyObject* args) {
     PyObject* array = nullptr;
     Py_ssize_t calls = 0;
