@@ -154,7 +154,7 @@ numbers = st.one_of(
 )
 
 
-@settings(max_examples=1000)
+@settings(max_examples=5 * settings().max_examples)
 @given(st.sampled_from(KINDS), numbers)
 @example(Kind(TYPES[1]), 3.4028235677973366e38)
 @example(Kind(TYPES[8], True), complex(1, -(2.0**63)))

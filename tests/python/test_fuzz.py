@@ -80,7 +80,7 @@ def survives(call):
         return None
 
 
-@settings(max_examples=500)
+@settings(max_examples=3 * settings().max_examples)
 @given(st.sampled_from(NAMES), st.lists(things, max_size=3), keywords)
 def test_constructors(name, positional, keyword):
     made = survives(lambda: getattr(orvane, name)(*positional, **keyword))
@@ -89,7 +89,7 @@ def test_constructors(name, positional, keyword):
         assert str(made) == str(nested(made)).replace(" ", "")
 
 
-@settings(max_examples=500)
+@settings(max_examples=3 * settings().max_examples)
 @given(st.sampled_from(KINDS), things | st.integers(-3, 3) | st.slices(3), things, things)
 def test_subscripts_and_methods(kind, subscript, value, other):
     a = make(kind, size=(3, 2, 2))

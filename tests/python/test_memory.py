@@ -40,10 +40,9 @@ try:
 except AttributeError:
     heap_use = None
 
+SANITIZED = "ORVANE_SANITIZED" in os.environ
 measured = pytest.mark.skipif(
-    heap_use is None
-    or sys.getallocatedblocks() == 0
-    or "libasan" in os.environ.get("LD_PRELOAD", ""),
+    heap_use is None or sys.getallocatedblocks() == 0 or SANITIZED,
     reason="needs glibc's counts and the interpreter's own allocator",
 )
 
@@ -167,7 +166,9 @@ def address_space() -> int:
     return int(Path("/proc/self/statm").read_text().split()[0]) * os.sysconf("SC_PAGE_SIZE")
 
 
-@pytest.mark.skipif(not Path("/proc/self/statm").exists(), reason="needs Linux")
+@pytest.mark.skipif(
+    SANITIZED or not Path("/proc/self/statm").exists(), reason="needs Linux and its own allocator"
+)
 @pytest.mark.parametrize(
     "use",
     [

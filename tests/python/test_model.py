@@ -188,7 +188,7 @@ def test_programs_agree(capfd):
     run_of, carried_out = collections.Counter(), collections.Counter()
 
     @settings(
-        max_examples=int(SCALED or 400),
+        max_examples=int(SCALED or 2 * settings().max_examples),
         derandomize=not SCALED,
         suppress_health_check=list(HealthCheck),
     )

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import gc
 import itertools
+import os
 import subprocess
 import sys
 
@@ -286,7 +287,10 @@ for size in ((3,), (2, 1)):
 """) == ["ShapeError", "SizeError"]
 
 
-@pytest.mark.skipif(not sys.platform.startswith("linux"), reason="limits the address space")
+@pytest.mark.skipif(
+    "ORVANE_SANITIZED" in os.environ or not sys.platform.startswith("linux"),
+    reason="limits the address space",
+)
 def test_want_of_memory_is_an_error_everywhere():
     told = run("""
 import copy, pickle, resource
