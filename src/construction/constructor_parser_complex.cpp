@@ -13,25 +13,4 @@ template class FinalConstructorParser<std::complex<std::uint32_t>>;
 template class FinalConstructorParser<std::complex<std::int64_t>>;
 template class FinalConstructorParser<std::complex<std::uint64_t>>;
 
-template std::optional<data::TypedArray<std::complex<double>>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::complex<float>>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::complex<std::int8_t>>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::complex<std::uint8_t>>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::complex<std::int16_t>>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::complex<std::uint16_t>>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::complex<std::int32_t>>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::complex<std::uint32_t>>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::complex<std::int64_t>>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-template std::optional<data::TypedArray<std::complex<std::uint64_t>>>
-createArrayFromConstructorArgs(const ConstructorArguments&);
-
 } // namespace orvane::python

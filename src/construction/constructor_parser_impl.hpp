@@ -12,7 +12,6 @@
 #include <string>
 
 #include "construction/buffer_initializer.hpp"
-#include "construction/create_array.hpp"
 #include "construction/element_conversion.hpp"
 #include "construction/flat_sequence.hpp"
 #include "construction/nested_walk.hpp"
@@ -29,11 +28,6 @@ namespace orvane::python {
 
 namespace detail {
 
-/// MemoryError in the words of a construction. A count that no 64-bit number holds is written as the largest.
-bool raiseUnableToAllocate(std::optional<std::size_t> count, const char* typeName);
-/// The number of elements that extents make, also beyond the signed 64-bit range.
-std::optional<std::size_t> wideProduct(const Dims& dims) noexcept;
-
 template <class T>
 inline constexpr const char* typeName = elementRow<T>.name.data();
 /// As many elements as have a size in bytes that a signed 64-bit integer holds.
@@ -45,11 +39,6 @@ template <class T>
 inline constexpr Transfer foreignTransfer = std::is_same_v<T, bool> ? Transfer::TruthValues : Transfer::Bytewise;
 
 } // namespace detail
-
-template <class T>
-std::optional<data::TypedArray<T>> createArrayFromConstructorArgs(const ConstructorArguments& arguments) {
-    return FinalConstructorParser<T>().processConstructorArgsAndKwargs(arguments);
-}
 
 // ---- Which form it is ----
 
@@ -89,11 +78,11 @@ auto FinalConstructorParser<T>::guarded(Step&& step) -> decltype(step()) {
     try {
         return step();
     } catch (const std::bad_alloc&) {
-        detail::raiseUnableToAllocate(m_requestedElements, detail::typeName<T>);
+        raiseUnableToAllocate(m_requestedElements, detail::typeName<T>);
     } catch (const std::length_error&) {
-        detail::raiseUnableToAllocate(m_requestedElements, detail::typeName<T>);
+        raiseUnableToAllocate(m_requestedElements, detail::typeName<T>);
     } catch (const OutOfMemory&) {
-        detail::raiseUnableToAllocate(m_requestedElements, detail::typeName<T>);
+        raiseUnableToAllocate(m_requestedElements, detail::typeName<T>);
     } catch (const std::exception& refusal) {
         setError(PyExc_RuntimeError, refusal.what());
     }
@@ -104,9 +93,9 @@ auto FinalConstructorParser<T>::guarded(Step&& step) -> decltype(step()) {
 
 template <class T>
 bool FinalConstructorParser<T>::setDimsAndReserve(bool valuesFollow) {
-    const auto count = detail::wideProduct(governingDims());
+    const auto count = m_shape.getNumberOfElements();
     if (!count || *count > detail::maxElements<T>)
-        return detail::raiseUnableToAllocate(count, detail::typeName<T>);
+        return raiseUnableToAllocate(count, detail::typeName<T>);
     m_requestedElements = *count;
     if (valuesFollow)
         bufferFor(*count);
@@ -116,7 +105,7 @@ bool FinalConstructorParser<T>::setDimsAndReserve(bool valuesFollow) {
 template <class T>
 bool FinalConstructorParser<T>::reserveElements(std::optional<std::size_t> count) {
     if (!count)
-        return detail::raiseUnableToAllocate(count, detail::typeName<T>);
+        return raiseUnableToAllocate(count, detail::typeName<T>);
     m_requestedElements = *count;
     m_elements.reserve(*count);
     return true;

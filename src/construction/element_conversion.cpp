@@ -11,7 +11,7 @@ std::string typeName() {
     return std::string(elementRow<Real>.name);
 }
 
-/// The one refusal that overflow into a float never meets.
+/// Whether a number beyond the type becomes infinity rather than a refusal.
 template <class Real>
 constexpr bool overflowIsInfinity = std::is_same_v<Real, float>;
 

@@ -1,6 +1,6 @@
 #include "construction/initializer_shape.hpp"
 
-#include <algorithm>
+#include <limits>
 #include <span>
 
 #include "core/layout.hpp"
@@ -65,6 +65,17 @@ bool InitializerShape::processSizeKwarg(PyObject* size) {
     return true;
 }
 
+std::optional<std::size_t> InitializerShape::getNumberOfElements() const noexcept {
+    std::size_t product = 1;
+    bool overflowed = false;
+    for (const std::size_t extent : governingDims()) {
+        if (extent == 0)
+            return 0;
+        overflowed |= __builtin_mul_overflow(product, extent, &product);
+    }
+    return overflowed ? std::nullopt : std::optional(product);
+}
+
 bool InitializerShape::completeOneDimensionalDims(std::size_t elementCount) {
     if (m_initializerDims.size() != 1)
         return true;
@@ -73,8 +84,7 @@ bool InitializerShape::completeOneDimensionalDims(std::size_t elementCount) {
         m_initializerDims = {length != 0 ? std::size_t{1} : std::size_t{0}, length};
         return true;
     }
-    const auto count = checkedProduct(std::span<const std::size_t>(m_sizeDims));
-    if (count && static_cast<std::size_t>(*count) == elementCount)
+    if (getNumberOfElements() == elementCount)
         return true;
     raiseDisagreement(OCPyError::shapeErr);
     return false;
@@ -123,6 +133,13 @@ void InitializerShape::dropTrailingOnes(Dims& dims) {
 void InitializerShape::raiseDisagreement(PyObject* exceptionType) const {
     setError(exceptionType, "dimensions of initializer (" + dimsToString(m_initializerDims) +
                                 ") do not match dimensions specified by 'size' (" + dimsToString(m_sizeDims) + ").");
+}
+
+bool raiseUnableToAllocate(std::optional<std::size_t> count, const char* typeName) {
+    const std::size_t written = count.value_or(std::numeric_limits<std::size_t>::max());
+    setError(PyExc_MemoryError, "unable to allocate memory for array with number of elements = " +
+                                    std::to_string(written) + "; type = " + typeName);
+    return false;
 }
 
 } // namespace orvane::python

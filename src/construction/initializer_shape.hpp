@@ -4,6 +4,7 @@
 #include <Python.h>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,9 @@ public:
     Dims& initializerDims() noexcept { return m_initializerDims; }
     /// The extents that the array gets: those of `size`, or else those found.
     const Dims& governingDims() const noexcept { return isSizeGiven() ? m_sizeDims : m_initializerDims; }
+    /// How many elements those make; nothing when no 64-bit number can tell. A zero extent makes it 0, whatever else
+    /// stands there.
+    std::optional<std::size_t> getNumberOfElements() const noexcept;
 
     /// Gives a flat list of `elementCount` elements its second dimension: a row, or 0-by-0 when it is empty. With
     /// `size` it stays flat, and may fill any extents of the same count. False with ShapeError set.
@@ -58,5 +62,9 @@ private:
     Dims m_sizeDims; ///< at least two entries when `size` was given, none otherwise
     Dims m_initializerDims;
 };
+
+/// MemoryError in the words of a construction; returns false. A count that no 64-bit number can tell is written as
+/// the largest.
+bool raiseUnableToAllocate(std::optional<std::size_t> count, const char* typeName);
 
 } // namespace orvane::python

@@ -97,8 +97,8 @@ public:
     }
 
 private:
-    /// So many elements fill a cache line or two; more lists at a time would be too many to read from at once.
-    static constexpr std::size_t maxGroupSize = sizeof(T) >= 8 ? 8 : 16;
+    /// A cache line's worth of elements; more lists at a time would be too many to read from side by side.
+    static constexpr std::size_t maxGroupSize = std::min<std::size_t>(8, 64 / sizeof(T));
     /// For each member of a group, the items of its list.
     using GroupItems = std::array<PyObject* const*, maxGroupSize>;
 
