@@ -20,8 +20,8 @@ namespace orvane::python {
 /// Whatever fails sets a Python error; no C++ exception comes out of these functions.
 ///
 /// Regular input made of the interpreter's own types is read by short cuts that run no code of the caller's
-/// (`regular_nesting.hpp`, `flat_sequence.hpp`). A short cut that meets anything else is given up without a trace,
-/// and the walk of `nested_walk.hpp` reads the value from the start: it alone knows the faults.
+/// (`regular_nesting.hpp`, `flat_sequence.hpp`, `own_array_items.hpp`). A short cut that meets anything else is given
+/// up without a trace, and the walk of `nested_walk.hpp` reads the value from the start: it alone knows the faults.
 ///
 /// Instantiated for the eleven element types and the complex forms of the ten numeric ones.
 template <class T>
@@ -62,8 +62,15 @@ private:
     bool processBufferInitializer(const Py_buffer& view);
     bool walkInitializer(PyObject* initializer);
 
+    // The ways in which a nested value is collected in reading order.
     template <bool isConstruction>
-    bool readRegularRightSide(PyObject* value);
+    bool collectByShortCut(PyObject* value);
+    template <class Range, class Read>
+    bool collect(std::size_t count, const Range& extents, Read&& read);
+    template <bool isConstruction>
+    bool collectRegularNesting(PyObject* value);
+    template <bool isConstruction>
+    bool collectOwnArray(PyObject* value);
     bool walkNestedInitializer(PyObject* value, bool isConstruction);
     bool readVectorItems(PyObject* vector, Py_ssize_t length, T* target);
 

@@ -15,6 +15,7 @@
 #include "construction/element_conversion.hpp"
 #include "construction/flat_sequence.hpp"
 #include "construction/nested_walk.hpp"
+#include "construction/own_array_items.hpp"
 #include "construction/regular_nesting.hpp"
 #include "construction/reorder.hpp"
 #include "core/layout.hpp"
@@ -199,10 +200,11 @@ bool FinalConstructorParser<T>::settleDims(std::size_t count) {
     return m_shape.checkInitializerDimsAgainstSize();
 }
 
-/// The walk, which collects the elements in row-major order, and their transfer to the array's block.
+/// What collects the elements in row-major order, and their transfer to the array's block.
 template <class T>
 bool FinalConstructorParser<T>::walkInitializer(PyObject* initializer) {
-    if (!walkNestedInitializer(initializer, true) || !settleDims(m_elements.size()))
+    const bool isCollected = collectOwnArray<true>(initializer) || walkNestedInitializer(initializer, true);
+    if (!isCollected || !settleDims(m_elements.size()))
         return false;
     if (T* target = bufferFor(m_elements.size()))
         reorderToColumnMajor(target, m_elements.data(), m_shape.initializerDims(), sizeof(T), Transfer::Bytewise);
@@ -287,32 +289,52 @@ bool FinalConstructorParser<T>::processBufferInitializer(const Py_buffer& view) 
 template <class T>
 bool FinalConstructorParser<T>::processNestedInitializer(PyObject* value, bool isConstruction) {
     return guarded([&] {
-        const bool isRead = isConstruction ? readRegularRightSide<true>(value) : readRegularRightSide<false>(value);
-        return isRead || walkNestedInitializer(value, isConstruction);
+        const bool isCollected = isConstruction ? collectByShortCut<true>(value) : collectByShortCut<false>(value);
+        return isCollected || walkNestedInitializer(value, isConstruction);
     });
 }
 
 template <class T>
 template <bool isConstruction>
-bool FinalConstructorParser<T>::readRegularRightSide(PyObject* value) {
-    if (value == nullptr)
-        return false;
+bool FinalConstructorParser<T>::collectByShortCut(PyObject* value) {
+    return value != nullptr && (collectRegularNesting<isConstruction>(value) || collectOwnArray<isConstruction>(value));
+}
+
+/// Common to the short cuts that collect: `read` is given room for the elements and fills it. If there is no memory
+/// for them, the walk will run short of it too, after the faults that come first.
+template <class T>
+template <class Range, class Read>
+bool FinalConstructorParser<T>::collect(std::size_t count, const Range& extents, Read&& read) {
+    try {
+        if (read(m_elements.resizeForOverwrite(count))) {
+            m_shape.initializerDims().assign(extents.begin(), extents.end());
+            return true;
+        }
+    } catch (const std::bad_alloc&) {
+    }
+    m_elements.clear();
+    return false;
+}
+
+template <class T>
+template <bool isConstruction>
+bool FinalConstructorParser<T>::collectRegularNesting(PyObject* value) {
     const RegularNesting nesting(value);
     const auto count = checkedProduct(nesting.extents());
     T scalar;
     if (nesting.rank() == 0 || !count || !convertExactNumber<T, isConstruction>(nesting.firstScalar(), scalar))
         return false;
-    try {
-        T* target = m_elements.resizeForOverwrite(static_cast<std::size_t>(*count));
-        if (RegularReader<T, isConstruction>(nesting, ElementOrder::RowMajor, target).read(value)) {
-            m_shape.initializerDims().assign(nesting.extents().begin(), nesting.extents().end());
-            return true;
-        }
-    } catch (const std::bad_alloc&) {
-        // The walk will run short of it too, after the faults that come first.
-    }
-    m_elements.clear();
-    return false;
+    return collect(static_cast<std::size_t>(*count), nesting.extents(), [&](T* target) {
+        return RegularReader<T, isConstruction>(nesting, ElementOrder::RowMajor, target).read(value);
+    });
+}
+
+template <class T>
+template <bool isConstruction>
+bool FinalConstructorParser<T>::collectOwnArray(PyObject* value) {
+    const auto items = OwnArrayItems::of(value);
+    return items && collect(items->count(), items->selection.counts,
+                            [&](T* target) { return readOwnArray<T, isConstruction>(*items, target); });
 }
 
 template <class T>

@@ -70,33 +70,44 @@ bool storeFloat(double value, T& element) noexcept {
     }
 }
 
+/// Stores a `complex` in an element. False where the type refuses complex numbers and where a part does not fit.
+template <class T, bool isConstruction = true>
+bool storeComplex(double real, double imaginary, T& element) noexcept {
+    if constexpr (std::is_same_v<T, bool>) {
+        element = real != 0.0 || imaginary != 0.0;
+        return isConstruction;
+    } else if constexpr (isComplexElement<T>) {
+        using Real = RealElement<T>;
+        const auto realPart = narrowPart<Real>(real);
+        const auto imaginaryPart = narrowPart<Real>(imaginary);
+        element = T(realPart.value_or(Real{}), imaginaryPart.value_or(Real{}));
+        return realPart && imaginaryPart;
+    } else {
+        return false;
+    }
+}
+
 /// The quick half of `convertToElement`, for values of exactly the types `float`, `int`, `bool` and `complex`, and
 /// for `None` where that is an element. False, with no reason given, for everything that it leaves to the full
 /// conversion, faults included; where it answers, the full conversion would answer the same. No code of the
 /// caller's runs.
 template <class T, bool isConstruction = true>
 inline bool convertExactNumber(PyObject* value, T& element) noexcept {
-    using Real = RealElement<T>;
     const PyTypeObject* type = Py_TYPE(value);
     if (type == &PyFloat_Type)
         return storeFloat<T, isConstruction>(PyFloat_AS_DOUBLE(value), element);
     if (type == &PyLong_Type || type == &PyBool_Type) {
-        Real part;
+        RealElement<T> part;
         if (!readIntegerAs(value, part))
             return false;
         element = T(part);
         return true;
     }
+    if (type == &PyComplex_Type) {
+        const Py_complex number = reinterpret_cast<PyComplexObject*>(value)->cval;
+        return storeComplex<T, isConstruction>(number.real, number.imag, element);
+    }
     if constexpr (isComplexElement<T>) {
-        if (type == &PyComplex_Type) {
-            const Py_complex number = reinterpret_cast<PyComplexObject*>(value)->cval;
-            const auto real = narrowPart<Real>(number.real);
-            const auto imaginary = narrowPart<Real>(number.imag);
-            if (!real || !imaginary)
-                return false;
-            element = T(*real, *imaginary);
-            return true;
-        }
         element = T();
         return value == Py_None;
     }

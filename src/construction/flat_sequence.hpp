@@ -9,6 +9,8 @@
 #include <utility>
 
 #include "construction/element_conversion.hpp"
+#include "construction/own_array_items.hpp"
+#include "construction/plain_number.hpp"
 #include "construction/regular_nesting.hpp"
 #include "module/vocabulary/error_state.hpp"
 #include "module/vocabulary/type_objects.hpp"
@@ -23,51 +25,19 @@ struct RangeItems {
 };
 std::optional<RangeItems> itemsOfRange(PyObject* range);
 
-/// Item `i` of a block whose items have the format of a typecode of `array.array`, as Python would see it.
-struct PackedItem {
-    enum class Kind { Integer, Natural, Float, NoNumber };
-    Kind kind;
-    long long integer;
-    std::uint64_t natural; ///< for what an `integer` cannot hold
-    double number;
-};
-PackedItem packedItem(char typecode, const void* items, Py_ssize_t i) noexcept;
-
+/// Numbers that lie in memory one after the other, in a format of `array.array`.
 template <class T>
-bool storePackedItem(const PackedItem& item, T& element) noexcept {
-    RealElement<T> part{};
-    switch (item.kind) {
-    case PackedItem::Kind::Integer:
-        if (!storeInteger(item.integer, part))
-            return false;
-        break;
-    case PackedItem::Kind::Natural:
-        if constexpr (!std::is_same_v<RealElement<T>, std::uint64_t>)
-            return false;
-        else
-            part = item.natural;
-        break;
-    case PackedItem::Kind::Float:
-        return storeFloat<T>(item.number, element);
-    case PackedItem::Kind::NoNumber:
-        return false;
-    }
-    element = T(part);
-    return true;
-}
-
-template <class T>
-bool readPackedItems(char typecode, const void* items, Py_ssize_t length, T* target) noexcept {
-    for (Py_ssize_t i = 0; i < length; ++i) {
-        if (!storePackedItem(packedItem(typecode, items, i), target[i]))
+bool readPackedItems(char format, const void* block, Py_ssize_t length, T* target) noexcept {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(length); ++i) {
+        if (!storeNumber(PlainNumber::itemAt(block, format, i), target[i]))
             return false;
     }
     return true;
 }
 
 /// Reads the `length` items of a sequence that is exactly a list, tuple, range, `bytes`, `bytearray` or
-/// `array.array`. False, with no error set, for any other sequence and when an item is not read as a number; the
-/// target is then partly filled. No code of the caller's runs.
+/// `array.array`, or a one-dimensional view of an array of this module. False, with no error set, for any other
+/// sequence and when an item is not read as a number; the target is then partly filled. No code of the caller's runs.
 template <class T>
 bool readFlatSequence(PyObject* sequence, Py_ssize_t length, T* target) {
     if (const auto items = exactItems(sequence); !items.empty()) {
@@ -99,6 +69,8 @@ bool readFlatSequence(PyObject* sequence, Py_ssize_t length, T* target) {
         }
         return readPackedItems(view->format[0], view->buf, length, target);
     }
+    if (const auto items = OwnArrayItems::of(sequence))
+        return items->selection.rank() == 1 && readOwnArray<T, true>(*items, target);
     return false;
 }
 
