@@ -13,8 +13,7 @@ namespace orvane::python {
 /// The same for all eleven types. Null `m_cppArray` marks a shell, an object whose construction has not finished
 /// (or never will); every entry refuses one.
 struct OCPyArray {
-    PyObject_HEAD
-    OCppPyArray* m_cppArray; ///< owned; lies in the same block of memory, behind this structure
+    PyObject_HEAD OCppPyArray* m_cppArray; ///< owned; lies in the same block of memory, behind this structure
 };
 
 inline OCPyArray* getOCPyArrayFromPyObject(PyObject* object) {

@@ -54,8 +54,7 @@ std::shared_ptr<ODArrayWrapper> ODArrayWrapper::adopt(data::Array&& array, Reach
 }
 
 ODArrayWrapper::ODArrayWrapper(data::Array&& array, void* elements, std::size_t elementSize)
-    : m_array(std::move(array)), m_dataElements(static_cast<std::byte*>(elements)),
-      m_mirrorElements(m_dataElements),
+    : m_array(std::move(array)), m_dataElements(static_cast<std::byte*>(elements)), m_mirrorElements(m_dataElements),
       m_layout(std::make_shared<const Layout>(m_array.extents(), static_cast<long>(m_array.getNumberOfElements()),
                                               static_cast<long>(elementSize))) {}
 

@@ -83,7 +83,7 @@ private:
 
     data::Array m_array;
     std::optional<data::Array> m_mirrorOwner; ///< holds the mirror's block once split from the data array's
-    bool m_hasOutdatedExtents = false; ///< the data array still bears the extents from before a reshape
+    bool m_hasOutdatedExtents = false;        ///< the data array still bears the extents from before a reshape
     std::byte* m_dataElements;
     std::byte* m_mirrorElements;
     std::shared_ptr<const Layout> m_layout;

@@ -28,7 +28,8 @@ data::impl::ArrayImpl* OCppPyArray::materialisedForNative() {
     if (!m_snapshot->isHandedOut) {
         // Clones and exports made so far share the snapshot and must not see what native code does to it.
         if (array->useCount() > 1) {
-            const Layout extents(array->extents(), static_cast<long>(array->getNumberOfElements()), layout().elementSize());
+            const Layout extents(array->extents(), static_cast<long>(array->getNumberOfElements()),
+                                 layout().elementSize());
             m_snapshot->array = copyElements(*array, extents);
         }
         m_snapshot->isHandedOut = true;

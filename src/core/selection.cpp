@@ -38,11 +38,14 @@ Selection select(std::shared_ptr<const Layout> held, const Extents& integers, co
     }
 
     for (std::size_t i = 0; i < active; ++i)
-        selection.origin += static_cast<unsigned long>(integers[i]) * static_cast<unsigned long>(layout.bytewiseStrides()[i]);
+        selection.origin +=
+            static_cast<unsigned long>(integers[i]) * static_cast<unsigned long>(layout.bytewiseStrides()[i]);
     selection.counts.assign(layout.shape().begin() + static_cast<long>(active), layout.shape().end());
-    selection.strides.assign(layout.bytewiseStrides().begin() + static_cast<long>(active), layout.bytewiseStrides().end());
+    selection.strides.assign(layout.bytewiseStrides().begin() + static_cast<long>(active),
+                             layout.bytewiseStrides().end());
     if (slice != nullptr) {
-        selection.origin += static_cast<unsigned long>(slice->m_start) * static_cast<unsigned long>(selection.strides[0]);
+        selection.origin +=
+            static_cast<unsigned long>(slice->m_start) * static_cast<unsigned long>(selection.strides[0]);
         selection.counts[0] = slice->m_slice_len;
         selection.strides[0] = static_cast<long>(static_cast<unsigned long>(slice->m_step) *
                                                  static_cast<unsigned long>(selection.strides[0]));
@@ -67,7 +70,8 @@ bool SelectionOdometer::advance() noexcept {
         m_offset += static_cast<unsigned long>(m_selection.strides[d]);
         if (++m_places[d] < m_selection.counts[d])
             return true;
-        m_offset -= static_cast<unsigned long>(m_selection.counts[d]) * static_cast<unsigned long>(m_selection.strides[d]);
+        m_offset -=
+            static_cast<unsigned long>(m_selection.counts[d]) * static_cast<unsigned long>(m_selection.strides[d]);
         m_places[d] = 0;
     }
     return false;

@@ -26,8 +26,9 @@ struct Selection {
     std::size_t rank() const noexcept { return counts.size(); }
 };
 
-/// What the `integers` of a chain select, narrowed by `slice` in the dimension after them unless it is null. A chain that speaks of more dimensions than the array has left selects nothing: the result
-/// is one empty dimension, or a dimension of the slice's length with empty ones inside.
+/// What the `integers` of a chain select, narrowed by `slice` in the dimension after them unless it is null. A chain
+/// that speaks of more dimensions than the array has left selects nothing: the result is one empty dimension, or a
+/// dimension of the slice's length with empty ones inside.
 Selection select(std::shared_ptr<const Layout> layout, const Extents& integers, const SliceIndexItem* slice);
 /// What a view selects.
 Selection selectionOf(const OCppPyArray& view);

@@ -5,7 +5,8 @@
 
 namespace orvane::python {
 
-/// `mp_ass_subscript` of all array types; a null `value` is a deletion, which never succeeds. 0, or -1 with an error set.
+/// `mp_ass_subscript` of all array types; a null `value` is a deletion, which never succeeds. 0, or -1 with an error
+/// set.
 ///
 /// Subscripts are measured against the whole active dimension, not against the view. There are four routes, by the
 /// kind of subscript and by whether it falls on the last dimension; nothing is ever broadcast:

@@ -50,8 +50,7 @@ private:
 
 /// The Python iterator.
 struct OCPyIter {
-    PyObject_HEAD
-    OCPyIterState* m_iterState; ///< owned; lies in the same block of memory, behind this structure
+    PyObject_HEAD OCPyIterState* m_iterState; ///< owned; lies in the same block of memory, behind this structure
 };
 
 /// `tp_iter` of all array types.

@@ -19,9 +19,8 @@ PyObject* OCPyArray_Reduce(PyObject* self, PyObject*) {
         setError(PyExc_RuntimeError, "unable to insert 'is_complex' value into dict.");
         return nullptr;
     }
-    const PyRef elements = PyRef::steal(withMemoryErrors(static_cast<PyObject*>(nullptr), [&] {
-        return toNestedPyList(*core, selectionIgnoringSlice(*core));
-    }));
+    const PyRef elements = PyRef::steal(withMemoryErrors(
+        static_cast<PyObject*>(nullptr), [&] { return toNestedPyList(*core, selectionIgnoringSlice(*core)); }));
     if (!elements)
         return nullptr;
     const PyRef arguments = PyRef::steal(PyTuple_Pack(2, keywords.get(), elements.get()));

@@ -72,7 +72,9 @@ PyObject* textFormAsPyObject(const OCppPyArray& array, bool withTypeName) {
     std::string text;
     text.reserve(countPunctuation(selection) + 48);
     if (withTypeName)
-        text.append("orvane.").append(elementTable[static_cast<std::size_t>(array.supportedArrayEnum())].name).append("(");
+        text.append("orvane.")
+            .append(elementTable[static_cast<std::size_t>(array.supportedArrayEnum())].name)
+            .append("(");
     visitElementTypeOf(array, [&]<class T>() { appendNested<T>(text, selection, array.wrapper().elements()); });
     if (withTypeName)
         text += array.isComplex() ? ", is_complex=True)" : ")";

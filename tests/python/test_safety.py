@@ -182,12 +182,27 @@ a[::2**62][::2**62] -> [[0.0, 4.0]]
 a[::-2**63][::2**62][::-1] -> [[3.0, 7.0]]
 a[::3][::-2**62] -> [[3.0, 7.0]]
 a[1:][2**63:][::-BIG].size -> (0, 2)
+tall == tall[::-1] -> True
+tall[::2] == tall[1::2] -> True
+tall[::2] == tall[1:] -> False
+tall[::-3][2**60:][0].size -> (0,)
+next(iter(tall[::-1])).size -> (0,)
+tall[2**61:][2**61:2**61 + 2] -> []
+tall[2**62 - 2:] -> [[], []]
+tall.__setitem__(2**61, []) -> None
+tall.__setitem__(slice(None), 5) -> RuntimeError: unable to set value.
+tall.__setitem__(slice(None, None, 2), []) -> ValueError: slice is nonempty but values are empty.
+deep == deep[:] -> True
+deep[1][::2] == deep[2][1::2] -> True
+deep[0][5].__setitem__(slice(0, 0), []) -> None
 """)
-def test_outdated_chains_and_overflowing_steps(expression, answer):
+def test_outdated_chains_and_overflowing_places(expression, answer):
     cube, b = grid(2, 2, 2), grid(4, 2)
     line, part, column = cube[1][1], cube[1][1][0:1], b[3]
     cube.reshape(4, 2), b.reshape(2, 4)
-    check(expression, answer, a=grid(4, 2), line=line, part=part, column=column)
+    tall, deep = orvane.double(size=(2**62, 0)), orvane.double(size=(3, 2**62, 0))
+    names = {"line": line, "part": part, "column": column, "tall": tall, "deep": deep}
+    check(expression, answer, a=grid(4, 2), **names)
 
 
 # Code of the caller's that runs inside an operation

@@ -39,7 +39,8 @@ std::vector<UnpackedSlice> variousSlices() {
     constexpr Py_ssize_t bounds[] = {PY_SSIZE_T_MIN, -7, -5, -2, -1, 0, 1, 3, 4, 5, 9, PY_SSIZE_T_MAX};
     for (const Py_ssize_t start : bounds) {
         for (const Py_ssize_t stop : bounds) {
-            for (const Py_ssize_t step : {Py_ssize_t{1}, Py_ssize_t{2}, Py_ssize_t{5}, Py_ssize_t{-1}, Py_ssize_t{-3}, PY_SSIZE_T_MAX})
+            for (const Py_ssize_t step :
+                 {Py_ssize_t{1}, Py_ssize_t{2}, Py_ssize_t{5}, Py_ssize_t{-1}, Py_ssize_t{-3}, PY_SSIZE_T_MAX})
                 slices.push_back({start, stop, step});
         }
     }
@@ -49,12 +50,14 @@ std::vector<UnpackedSlice> variousSlices() {
 } // namespace
 
 TEST(IntegerIndexItem, CountsFromTheEndAndRefusesTheOutside) {
-    for (const auto& [raw, length, expected] : std::vector<std::array<long, 3>>{{0, 5, 0}, {4, 5, 4}, {-5, 5, 0}, {-1, 5, 4}}) {
+    for (const auto& [raw, length, expected] :
+         std::vector<std::array<long, 3>>{{0, 5, 0}, {4, 5, 4}, {-5, 5, 0}, {-1, 5, 4}}) {
         IntegerIndexItem item{raw};
         EXPECT_TRUE(item.normalize(length));
         EXPECT_EQ(item.m_index, expected);
     }
-    for (const auto& [raw, length] : std::vector<std::array<long, 2>>{{5, 5}, {-6, 5}, {0, 0}, {-1, 0}, {LONG_MIN, 5}, {LONG_MAX, 5}})
+    for (const auto& [raw, length] :
+         std::vector<std::array<long, 2>>{{5, 5}, {-6, 5}, {0, 0}, {-1, 0}, {LONG_MIN, 5}, {LONG_MAX, 5}})
         EXPECT_FALSE(IntegerIndexItem{raw}.normalize(length)) << raw << " in " << length;
 }
 

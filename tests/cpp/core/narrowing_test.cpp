@@ -29,7 +29,8 @@ TYPED_TEST(TruncateToInteger, IsOpenAtBothEnds) {
 
 TEST(NarrowToSingle, OverflowIsPlusInfinityEitherWay) {
     constexpr float infinity = std::numeric_limits<float>::infinity();
-    for (const double huge : {1e39, -1e39, std::nextafter(3.4028234663852886e+38, 1e300), -std::numeric_limits<double>::infinity()})
+    for (const double huge :
+         {1e39, -1e39, std::nextafter(3.4028234663852886e+38, 1e300), -std::numeric_limits<double>::infinity()})
         EXPECT_EQ(narrowToSingle(huge), infinity);
     EXPECT_EQ(narrowToSingle(-3.4028234663852886e+38), -std::numeric_limits<float>::max());
     EXPECT_TRUE(std::isnan(narrowToSingle(std::nan(""))));
@@ -42,7 +43,8 @@ TEST(ElementsEqual, ComparesIntegersWithDoublesExactly) {
     constexpr std::int64_t aboveDoubles = (std::int64_t{1} << 53) + 1;
     EXPECT_FALSE(elementsEqual(aboveDoubles, Complex(aboveDoubles, 0))); // the complex part is rounded first
     EXPECT_TRUE(elementsEqual(Complex(aboveDoubles, 0), Complex(aboveDoubles - 1, 0)));
-    EXPECT_FALSE(elementsEqual(std::numeric_limits<std::int64_t>::max(), Complex(std::numeric_limits<std::int64_t>::max(), 0)));
+    EXPECT_FALSE(
+        elementsEqual(std::numeric_limits<std::int64_t>::max(), Complex(std::numeric_limits<std::int64_t>::max(), 0)));
     EXPECT_FALSE(elementsEqual(std::int64_t{1}, Complex(1, 1)));
     EXPECT_FALSE(equalsExactly(std::uint64_t{0}, std::nan("")));
     EXPECT_FALSE(equalsExactly(std::uint64_t{0}, 18446744073709551616.0));

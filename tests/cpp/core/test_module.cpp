@@ -13,7 +13,8 @@ PyObject* run(PyObject*, PyObject*) {
     return PyLong_FromLong(RUN_ALL_TESTS());
 }
 
-PyMethodDef functions[] = {{"run", run, METH_NOARGS, "Runs all tests; 0 when they pass."}, {nullptr, nullptr, 0, nullptr}};
+PyMethodDef functions[] = {{"run", run, METH_NOARGS, "Runs all tests; 0 when they pass."},
+                           {nullptr, nullptr, 0, nullptr}};
 PyModuleDef definition = {
     PyModuleDef_HEAD_INIT, "orvane_core_tests", nullptr, -1, functions, nullptr, nullptr, nullptr, nullptr};
 
