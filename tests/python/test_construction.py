@@ -29,17 +29,13 @@ class Sized:
 
 @table(r"""
 double(size=(5,)).size -> (1, 5)
-double(size=(5, 1)).size -> (5, 1)
 double(size=(2, 3, 1, 1)).size -> (2, 3)
-double(size=[1, 1, 1]).size -> (1, 1)
 double(size=(2, 1, 3)).size -> (2, 1, 3)
 double(size=(0,)).size -> (1, 0)
-double(size=(3, 0, 1)).size -> (3, 0)
 double(size=(True, 2)).size -> (1, 2)
 double(size=b'\x02\x03').size -> (2, 3)
 double(size=Sized(2, 3)).size -> (2, 3)
 double(5, size=5) -> TypeError: value of 'size' must be a sequence.
-double('x', size={}) -> TypeError: value of 'size' must be a sequence.
 double(size=()) -> ValueError: sequence passed to 'size' must not be empty.
 double(size='ab', vector=5) -> TypeError: dimensions must be nonnegative integers.
 double(size=(2.0, -1)) -> TypeError: dimensions must be nonnegative integers.
@@ -50,8 +46,6 @@ double(size=(BIG,)) -> ValueError:
 double(size=Sized(1, 2, fails=True)) -> RuntimeError:
     Item 1 could not be retrieved from the value associated with the 'size' keyword.
 int8(vector=[]).size -> (1, 0)
-int8(vector=[], size=(3, 0)).size -> (3, 0)
-int8(vector=(1, 2, 3)) -> [[1, 2, 3]]
 int8(vector=range(6), size=(2, 3)) -> [[0, 2, 4], [1, 3, 5]]
 int8(vector=array('b', [1, 2]), size=(2, 1)) -> [[1], [2]]
 int8(vector=b'ab') -> [[97, 98]]
@@ -61,7 +55,6 @@ int8(vector='') -> ValueError: value passed to 'vector' must be numeric.
 int8(vector=[1, 'a']) -> TypeError: value of 'vector' must be an unnested sequence.
 int8(vector=int8([1])) -> TypeError: value of 'vector' must be an unnested sequence.
 int8(vector=[300, None]) -> ValueError: value (300) cannot be stored in a variable of type int8.
-int8(vector=[1.5]) -> ValueError: orvane.int8 does not accept floating-point values.
 int8(vector=Sized(1, 2, fails=True)) -> RuntimeError: item 1 could not be retrieved.
 int8(vector=['x', 2, 3], size=(2, 2)) -> ShapeError:
     dimensions of initializer (3) do not match dimensions specified by 'size' (2, 2).
@@ -72,48 +65,34 @@ def test_sizes_and_vectors(expression, answer):
 
 @table("""
 double(5) -> [[5.0]]
-double([[[[5]]]]) -> [[5.0]]
-double([1, 2, 3]) -> [[1.0, 2.0, 3.0]]
-double([[1], [2], [3]]) -> [[1.0], [2.0], [3.0]]
 int8([[1, 2, 3], (4, 5, 6)])._data -> [1, 4, 2, 5, 3, 6]
 int8([[[1, 2], [3, 4]], [[5, 6], [7, 8]]])._data -> [1, 5, 3, 7, 2, 6, 4, 8]
-int8([[[1], [2]], [[3], [4]]]) -> [[1, 2], [3, 4]]
 double([]).size -> (0, 0)
 double([[]]).size -> (1, 0)
-double([[], []]).size -> (2, 0)
 double([[[]]]).size -> (1, 1, 0)
-int8(range(3)) -> [[0, 1, 2]]
 int8([range(2), b'ab', array('b', [1, 2])]) -> [[0, 1], [97, 98], [1, 2]]
-int8([memoryview(b'ab')]) -> [[97, 98]]
 int8([uint8([1, 2])[0], [3, 4]]) -> [[1, 2], [3, 4]]
 int8(uint8([[1, 2], [3, 4]])[::-1]) -> [[3, 4], [1, 2]]
 int8(uint8([[1, 2], [3, 4]])[1]) -> [[3, 4]]
-int8(size=(0, 5)).size -> (0, 5)
 int8(int8(size=(0, 5))).size -> (0, 0)
 int8([1, 2, 3, 4, 5, 6], (2, 3)) -> [[1, 3, 5], [2, 4, 6]]
 int8([[1, 2, 3], [4, 5, 6]], (2, 3, 1)) -> [[1, 2, 3], [4, 5, 6]]
-int8([[[1], [2]]], (1, 2)) -> [[1, 2]]
 int8([1, 2], (2, 1)) -> [[1], [2]]
-int8(5, (1, 1)) -> [[5]]
 int8([[], []], (0, 3)).size -> (0, 3)
 double('ab') -> ValueError: NUMERIC
-double([[1, 2], 'ab']) -> ValueError: NUMERIC
 double(['ab', 1]) -> ValueError: SIBLINGS
-double([[1, 2], [3]]) -> ValueError: SIBLINGS
 double([1, [2]]) -> ValueError: SIBLINGS
 double([[[1, 2], [3, 4]], [[1], [2]]]) -> ValueError: RECTANGULAR
 double([[1], [[2]]]) -> ValueError: RECTANGULAR
 double([[1], [[None]]]) -> TypeError: NONE
 double(set(), (1, 1)) -> TypeError: TYPE
 double(Sized(1, 2, fails=True)) -> RuntimeError: NULL
-double([Sized(1, 2, fails=True)]) -> RuntimeError: NULL
 double([1, 2, 3], (2, 2)) -> ShapeError:
     dimensions of initializer (3) do not match dimensions specified by 'size' (2, 2).
 double(1, (2, 2)) -> ShapeError:
     dimensions of initializer (1, 1) do not match dimensions specified by 'size' (2, 2).
 double([[1, 2, 3], [4, 5, 6]], (3, 2)) -> SizeError:
     dimensions of initializer (2, 3) do not match dimensions specified by 'size' (3, 2).
-double([[1], [None]], (9, 9)) -> TypeError: NONE
 """)
 def test_nested_values(expression, answer):
     check(expression, answer, Sized=Sized, array=array.array)

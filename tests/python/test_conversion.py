@@ -53,9 +53,7 @@ class Convertible:
 
 
 @table("""
-double(True) -> [[1.0]]
 double(2**63 - 1) -> [[2.0**63]]
-double(2**53 + 1) -> [[2.0**53]]
 double([Real(1.5), Whole(7)]) -> [[1.5, 7.0]]
 double([-0.0, nan]) -> [[-0.0, nan]]
 single([1e39, -1e39, inf, -inf, BIG, -BIG]) -> [[inf] * 6]
@@ -70,24 +68,18 @@ logical([0j, 1j, complex(0, nan), Pair(0, 1)]) -> [[False, True, True, True]]
 double([1j, Pair(1, 2), Real(2), True], is_complex=True) -> [[1j, 1 + 2j, 2 + 0j, 1 + 0j]]
 int8([1.5, -1.5, -128.9, 127.9], is_complex=True) -> [[1 + 0j, -1 + 0j, -128 + 0j, 127 + 0j]]
 uint8([-0.5, 255.9], is_complex=True) -> [[0j, 255 + 0j]]
-uint16(complex(nan, nan), is_complex=True) -> [[0j]]
 uint64(2**63, is_complex=True) -> [[complex(2.0**63)]]
 double(2**63) -> OverflowError: LARGE
-double(BIG, is_complex=True) -> OverflowError: LARGE
 logical(2**64) -> OverflowError: LARGE
 uint8(-BIG) -> OverflowError: LARGE
 uint8(-1, is_complex=True) ->
     OverflowError: value (-1) cannot be stored in a variable of type uint8.
 int8(300.7, is_complex=True) ->
     OverflowError: value (300.7) cannot be stored in a variable of type int8.
-int8(complex(1, 300), is_complex=True) ->
-    OverflowError: value (300) cannot be stored in a variable of type int8.
 int8(complex(400, 300), is_complex=True) ->
     OverflowError: value (400) cannot be stored in a variable of type int8.
 int32(1e20, is_complex=True) ->
     OverflowError: value (1e+20) cannot be stored in a variable of type int32.
-int16(32768.25, is_complex=True) ->
-    OverflowError: value (32768.2) cannot be stored in a variable of type int16.
 uint16(-inf, is_complex=True) ->
     OverflowError: value (-inf) cannot be stored in a variable of type uint16.
 int64(-float(2**63), is_complex=True) ->

@@ -37,30 +37,21 @@ class Sequence:
 @table(r"""
 3, 2 -> (3, 2)
 [1, 6] -> (1, 6)
-(6, 1) -> (6, 1)
 2, 3, 1, 1 -> (2, 3)
-2, 1, 3 -> (2, 1, 3)
 True, 6 -> (1, 6)
-int8([1, 6])[0] -> (1, 6)
 b'\x02\x03' -> (2, 3)
 Sequence(2, 3, 2) -> (3, 2)
 None -> BAD
 6 -> BAD
 [6] -> BAD
-(6,) -> BAD
-[] -> BAD
 'ab' -> BAD
-{1: 2, 2: 3} -> BAD
 2.0, 3 -> BAD
 -1, 6 -> BAD
 BIG, 0 -> BAD
-2, None -> BAD
-[[2, 3]] -> BAD
 order='F' -> BAD
 Sequence(0) -> BAD
 Sequence(2, 6) -> RuntimeError: Item 1 could not be retrieved from the value passed to reshape().
 2, 2 -> COUNT 4
-0, 0 -> COUNT 0
 2, 2, order='F' -> COUNT 4
 2**32, 2**32 -> COUNT 0
 2**63 - 1, 3 -> COUNT 9223372036854775805

@@ -40,7 +40,7 @@ scalars = st.sampled_from([
 ])
 names = st.sampled_from([
     "get", "get", "get", "get", "set", "set", "set", "set", "set", "delete", "show", "iterate",
-    "start", "step", "step", "reshape", "clone", "export", "pickle", "compare", "part", "toarray",
+    "start", "step", "step", "reshape", "clone", "export", "pickle", "compare", "part",
 ])
 recipes = st.sampled_from([
     "fit", "fit", "fit", "fit", "fit", "fit", "flat", "flat", "short", "long", "scalar", "scalar",
@@ -178,9 +178,6 @@ class Program:
     def part(self, ours, theirs, _subscript, _recipe, number, _scalar):
         name = ("real", "imag", "noncomplex")[number % 3]
         return lambda: ours.part(name), lambda: list(getattr(theirs, name)())
-
-    def toarray(self, ours, theirs, *_):
-        return ours.toarray, theirs.toarray
 
 
 @pytest.mark.timeout(0)

@@ -102,21 +102,18 @@ def test_lengths_that_lie(expression, answer):
     check(expression, answer, a=grid(2, 2), LONG=LONG, BAD=BAD)
 
 
-@pytest.mark.parametrize(
-    "expression",
-    [
-        "double(size=BAD)",
-        "double(vector=BAD)",
-        "double(BAD)",
-        "double([[1], BAD])",
-        "double([BAD])",
-        "a.__setitem__(0, BAD)",
-        "a.__setitem__(slice(1), [BAD])",
-    ],
-)
-def test_a_length_that_fails_gives_its_own_error(expression):
-    with pytest.raises(ZeroDivisionError):
-        evaluate(expression, a=grid(2, 2), BAD=BAD)
+def test_a_length_that_fails_gives_its_own_error():
+    a = grid(2, 2)
+    for use in (
+        lambda: orvane.double(size=BAD),
+        lambda: orvane.double(vector=BAD),
+        lambda: orvane.double(BAD),
+        lambda: orvane.double([[1], BAD]),
+        lambda: a.__setitem__(0, BAD),
+        lambda: a.__setitem__(slice(1), [BAD]),
+    ):
+        with pytest.raises(ZeroDivisionError):
+            use()
 
 
 def test_sequences_that_change_between_looks():
@@ -160,10 +157,8 @@ def test_many_dimensions():
     many = grid(*[1] * 30_000, 3)
     assert (many == many, len(many[0].size), many != many[0:1]) == (True, 30_000, False)
     for use in (str, repr, lambda a: a.__reduce__(), lambda a: a.clone(), memoryview):
-        assert outcome(lambda use=use: use(many))[1] in (
-            *("str", "double", "tuple"),
-            *(RecursionError, ValueError),
-        )
+        allowed = "str", "double", "tuple", RecursionError, ValueError
+        assert outcome(lambda use=use: use(many))[1] in allowed
 
 
 @table("""

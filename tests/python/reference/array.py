@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import array
 import math
 import operator
 from collections.abc import Iterator
@@ -379,17 +378,6 @@ class View:
         if not self.storage.kind.is_complex:
             raise ValueError("real() and imag() can be called only on a complex array.")
         return [stored[name == "imag"] for stored in self.storage.elements]
-
-    def toarray(self) -> array.array[Any]:
-        code = "B" if self.storage.kind.name == "logical" else self.storage.kind.format[-1]
-        try:
-            return array.array(code, iter(self))
-        except Exception:
-            if len(self.shape) - len(self.fixed) == 1:
-                raise RuntimeError("toarray() failed.") from None
-            raise RuntimeError(
-                "toarray() can be called only on a one-dimensional sequence."
-            ) from None
 
     def equals(self, other: View) -> bool:
         """Walks both side by side; an error inside an item goes through."""
