@@ -88,6 +88,57 @@ def _holds_nan(a):
     return "nan" in str(a)
 
 
+PLACES = 702  # thirteen by nine by six: whole blocks of the fast paths, and a rest, for every size
+
+
+def large(kind):
+    """Elements that the long road can hold, no NaN among them, over and over."""
+    readable = []
+    for run in awkward(kind):
+        for element in run:
+            value = kind.read(element)
+            if outcome(lambda v=value: kind.convert(v, True))[0] == "gave" and value == value:
+                readable.append(element)
+    return list(itertools.islice(itertools.cycle(readable), PLACES))
+
+
+@each_kind
+def test_large_arrays_take_the_same_road(kind):
+    stored = large(kind)
+    a, b = from_stored(kind, stored, 13, 9, 6), View(Storage(kind, [13, 9, 6], stored))
+    for chain in ("a", "a[3]", "a[::-2]", "a[4:5]", "a[2][1:8:3]", "a[12][8]", "a[0][::-1]"):
+        ours, theirs = eval(chain, {"a": a}), eval(chain, {"a": b})
+        clone, expected = ours.clone(), theirs.materialise()
+        assert (list(clone.size), stored_bytes(clone)) == (expected.shape, expected.pack())
+        assert (str(ours), repr(ours.__reduce__()[1])) == (str(theirs), repr(theirs.reduce()))
+
+
+@each_kind
+def test_one_element_among_many_decides(kind):
+    stored = large(kind)
+    a = from_stored(kind, stored, 13, 9, 6)
+    one = type(awkward_parts(kind.element)[0])(1)
+    alike, unlike = [], [(kind.zero, one)]
+    if kind.element.format in "df":
+        alike, unlike = [(0.0, -0.0)], [*unlike, (math.nan, math.nan)]
+    if kind.is_complex:
+        alike, unlike = ([((x, 0), (y, 0)) for x, y in pairs] for pairs in (alike, unlike))
+        unlike = [((0, 0), (0, 1)), ((0, 0), (1, 0)), *unlike[1:]]
+        if kind.element.size == 8 and kind.element.is_integer:
+            alike = [((2**53, 0), (2**53 + 1, 0)), ((1, 2**53 + 1), (1, 2**53))]
+    assert a == from_stored(kind, stored, 13, 9, 6)
+    for place in (0, 1, 15, 31, 32, 63, 127, 255, 256, 511, 640, 690, PLACES - 1):
+        for pairs, equal in ((alike, True), (unlike, False)):
+            for pair in pairs:
+                x, y = (
+                    from_stored(kind, [*stored[:place], e, *stored[place + 1 :]], 13, 9, 6)
+                    for e in pair
+                )
+                assert (x == y, y != x, x[:] == y[:]) == (equal, not equal, equal)
+                i, j = place % 13, place // 13 % 9
+                assert (x[i] == y[i], x[i][j][::-1] == y[i][j][::-1]) == (equal, equal)
+
+
 @each_kind
 def test_real_and_complex_elements_compare_across(kind):
     partner = KIND_OF.get("Z" + kind.format)
