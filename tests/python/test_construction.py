@@ -4,14 +4,13 @@ from __future__ import annotations
 
 import array
 
-import pytest
 from hypothesis import given
 from hypothesis import strategies as st
 
 import orvane
 from reference.array import View
 from reference.elements import KINDS
-from support import check, each_kind, grid, make, nested, outcome, stored_bytes, table
+from support import check, each_kind, make, nested, outcome, stored_bytes, table
 
 
 class Sized:
@@ -128,13 +127,6 @@ def test_a_user_defined_sequence_sees_every_call_in_order():
         "len-a a0 len-b a1 len-c a0 len-b b0 b1 b0 b1 a1 len-c c0 c1 c0 c1 "
         "len-s s0 s1 len-v v0 v1 len-x x0"
     )
-
-
-@pytest.mark.parametrize("shape", [(65, 67), (3, 129, 5), (7, 2, 3, 11), (1, 300), (300, 1)])
-def test_reordering_across_the_edges_of_blocks(shape):
-    storage = grid(*shape, kind=KINDS[4])
-    remade = orvane.int8(nested(storage))
-    assert (remade.size, stored_bytes(remade)) == (shape, stored_bytes(storage))
 
 
 elements = st.integers(-3, 300) | st.sampled_from([None, 1.5, True, 1j, "x", 2**64, -(2**40)])

@@ -51,6 +51,22 @@ def test_the_first_snapshot_of_an_object_is_its_last(chain):
     assert memoryview(view)[0, 0] == (-5.0 if chain == "a" else 0.0)
 
 
+def test_clones_and_images_share_nothing_that_a_write_reaches():
+    a = grid(2, 2)
+    row = a[0]
+    made = [a.clone(), a.clone(), row.clone(), a.noncomplex(), a[0:1].clone()]
+    image = memoryview(row)
+    for array in (*made, a):
+        address, view = array.buffer_info()[0], memoryview(array)
+        before = [stored_bytes(other) for other in (*made, a) if other is not array]
+        array[0] = 7 if array is made[3] else [7, 8]
+        assert array.buffer_info()[0] == address  # the block stays where it was through writes
+        assert stored_bytes(array) == view.tobytes(order="A") or array is made[3]
+        assert [stored_bytes(other) for other in (*made, a) if other is not array] == before
+    assert image.tolist() == [[0.0, 2.0]]
+    assert nested(a.clone()) == [[0.0, 2.0], [1.0, 3.0]]
+
+
 def test_a_clone_after_a_reshape_has_the_dimensions_of_the_first():
     a, fresh = grid(2, 3), grid(2, 3)
     assert a.clone().size == (2, 3)
