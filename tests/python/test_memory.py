@@ -147,7 +147,7 @@ def test_repetition_costs_no_memory(text, loop):
         before = in_use()
         space["repeat"](REPETITIONS)
         blocks, heap = (now - then for now, then in zip(in_use(), before, strict=True))
-        # A leak shows once a repetition or so; the interpreter's own caches move by some hundred blocks.
+        # A leak shows once a repetition; caches of the interpreter move by hundreds of blocks.
         if blocks > REPETITIONS / 10 or heap > REPETITIONS:
             leaks.append(f"{statement}: {blocks} blocks, {heap} bytes")
     assert leaks == []
