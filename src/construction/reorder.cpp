@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <utility>
 #include <vector>
 
+#include "construction/transpose_tile.hpp"
 #include "core/layout.hpp"
 
 namespace orvane::python {
@@ -14,9 +14,10 @@ namespace {
 
 using Offsets = std::vector<std::size_t>;
 
-constexpr std::size_t cacheLine = 64;
 /// Dimensions are taken together until they make so many rows, or columns, of the matrices to transpose.
 constexpr std::size_t enoughPlaces = 64;
+/// From this size in bytes on a target is written past the caches: a core's own would not hold it.
+constexpr std::size_t streamingThreshold = std::size_t{4} << 20;
 /// No tile of a matrix has more rows or columns: its lines in the source rarely start where a block of columns
 /// does, and have to be at hand still when the next block is read.
 constexpr std::size_t placesPerTile = 1024;
@@ -81,125 +82,14 @@ private:
     std::size_t m_places = 1; ///< of all dimensions but the outermost
 };
 
-/// A 16-byte element, moved through one vector register.
-using Wide [[gnu::vector_size(16)]] = std::uint64_t;
-
-/// Blocks of this many elements on each side are transposed in vector registers.
+/// Whether the target is to be written past the caches. Elements of one or two bytes are not: too many columns would
+/// be under way at once.
 template <class Unit>
-constexpr std::size_t squareSide = 16 / sizeof(Unit);
-
-template <class Unit, Transfer transfer>
-Unit load(const std::byte* source) noexcept {
-    Unit unit;
-    std::memcpy(&unit, source, sizeof unit);
-    if constexpr (transfer == Transfer::TruthValues)
-        unit = unit != 0;
-    return unit;
-}
-
-template <class Vector, std::size_t start, std::size_t... I>
-Vector interleave(Vector a, Vector b, std::index_sequence<I...>) noexcept {
-    return __builtin_shufflevector(a, b, static_cast<int>(start + I / 2 + I % 2 * sizeof...(I))...);
-}
-
-/// Row i of the square is read at `source + rows[i]`, column j written at `target + columns[j]`.
-template <class Unit, Transfer transfer>
-void transposeSquare(Unit* target, const std::size_t* columns, const std::byte* source,
-                     const std::size_t* rows) noexcept {
-    constexpr std::size_t side = squareSide<Unit>;
-    if constexpr (side == 1) {
-        target[columns[0]] = load<Unit, transfer>(source + rows[0] * sizeof(Unit));
-    } else {
-        using Vector [[gnu::vector_size(16)]] = Unit;
-        using Lanes = std::make_index_sequence<side>;
-        Vector lines[side];
-        for (std::size_t i = 0; i < side; ++i) {
-            std::memcpy(&lines[i], source + rows[i] * sizeof(Unit), sizeof(Vector));
-            if constexpr (transfer == Transfer::TruthValues)
-                lines[i] = reinterpret_cast<Vector>(lines[i] != Vector{}) & 1;
-        }
-        // Each pass merges lines that stand half the square apart; after log2(side) passes rows are columns.
-        for (std::size_t pass = 1; pass < side; pass *= 2) {
-            Vector merged[side];
-            for (std::size_t i = 0; i < side / 2; ++i) {
-                merged[2 * i] = interleave<Vector, 0>(lines[i], lines[i + side / 2], Lanes{});
-                merged[2 * i + 1] = interleave<Vector, side / 2>(lines[i], lines[i + side / 2], Lanes{});
-            }
-            std::copy_n(merged, side, lines);
-        }
-        for (std::size_t j = 0; j < side; ++j)
-            std::memcpy(target + columns[j], &lines[j], sizeof(Vector));
-    }
-}
-
-/// A matrix whose rows lie in the source at `rows` and whose columns lie in the target at `columns`, both gapless.
-struct Tile {
-    std::span<const std::size_t> rows;
-    std::span<const std::size_t> columns;
-};
-
-/// Calls `visit` with `count`, as a compile-time constant where it is small.
-void withSmallCount(std::size_t count, auto&& visit) {
-    switch (count) {
-    case 1:
-        return visit(std::integral_constant<std::size_t, 1>{});
-    case 2:
-        return visit(std::integral_constant<std::size_t, 2>{});
-    case 3:
-        return visit(std::integral_constant<std::size_t, 3>{});
-    case 4:
-        return visit(std::integral_constant<std::size_t, 4>{});
-    default:
-        return visit(count);
-    }
-}
-constexpr std::size_t smallCount = 4;
-
-template <class Unit, Transfer transfer>
-void transposeOneByOne(Unit* target, const std::byte* source, const Tile& tile) noexcept {
-    const auto move = [=](std::size_t row, std::size_t column) {
-        target[row + tile.columns[column]] = load<Unit, transfer>(source + (tile.rows[row] + column) * sizeof(Unit));
-    };
-    const std::size_t rowCount = tile.rows.size();
-    const std::size_t columnCount = tile.columns.size();
-    if (rowCount <= columnCount) {
-        withSmallCount(rowCount, [=](auto rows) {
-            for (std::size_t column = 0; column < columnCount; ++column)
-                for (std::size_t row = 0; row < rows; ++row)
-                    move(row, column);
-        });
-    } else {
-        withSmallCount(columnCount, [=](auto columns) {
-            for (std::size_t row = 0; row < rowCount; ++row)
-                for (std::size_t column = 0; column < columns; ++column)
-                    move(row, column);
-        });
-    }
-}
-
-template <class Unit, Transfer transfer>
-void transposeTile(Unit* target, const std::byte* source, const Tile& tile) noexcept {
-    if (std::min(tile.rows.size(), tile.columns.size()) <= smallCount)
-        return transposeOneByOne<Unit, transfer>(target, source, tile);
-
-    constexpr std::size_t side = squareSide<Unit>;
-    constexpr std::size_t blockColumns = cacheLine / sizeof(Unit);
-    const std::size_t squareRows = tile.rows.size() / side * side;
-    const std::size_t squareColumns = tile.columns.size() / side * side;
-
-    for (std::size_t block = 0; block < squareColumns; block += blockColumns) {
-        const std::size_t blockEnd = std::min(block + blockColumns, squareColumns);
-        for (std::size_t row = 0; row < squareRows; row += side) {
-            for (std::size_t i = 0; i < side; ++i)
-                __builtin_prefetch(source + (tile.rows[row + i] + block + 2 * blockColumns) * sizeof(Unit));
-            for (std::size_t column = block; column < blockEnd; column += side)
-                transposeSquare<Unit, transfer>(target + row, &tile.columns[column], source + column * sizeof(Unit),
-                                                &tile.rows[row]);
-        }
-    }
-    transposeOneByOne<Unit, transfer>(target, source + squareColumns * sizeof(Unit),
-                                      {tile.rows.first(squareRows), tile.columns.subspan(squareColumns)});
-    transposeOneByOne<Unit, transfer>(target + squareRows, source, {tile.rows.subspan(squareRows), tile.columns});
+bool streams(std::span<const Dimension> dimensions, const Offsets& columnOffsets) {
+    const std::size_t bytes = dimensions.back().extent * dimensions.back().targetStride * sizeof(Unit);
+    return sizeof(Unit) >= 4 && bytes >= streamingThreshold &&
+           std::all_of(columnOffsets.begin(), columnOffsets.end(),
+                       [](std::size_t offset) { return offset * sizeof(Unit) % streamAlignment == 0; });
 }
 
 /// Reversing the order of the dimensions transposes, for each position in the middle dimensions, a matrix whose
@@ -222,18 +112,22 @@ void reorderUnits(Unit* target, const std::byte* source, std::span<const Dimensi
     const Offsets columnOffsets = columns.offsets(&Dimension::targetStride);
     const std::size_t rowSteps = rows.stepsPerTile();
     const std::size_t columnSteps = columns.stepsPerTile();
+    const bool isStreamed = streams<Unit>(dimensions, columnOffsets);
     const auto transposeMatrix = [&](std::size_t targetOffset, std::size_t sourceOffset) {
         for (std::size_t i = 0; i < rows.outermost().extent; i += rowSteps) {
             const std::size_t rowCount = rows.places(std::min(rowSteps, rows.outermost().extent - i));
             for (std::size_t j = 0; j < columns.outermost().extent; j += columnSteps) {
                 const std::size_t columnCount = columns.places(std::min(columnSteps, columns.outermost().extent - j));
-                const std::size_t from =
-                    sourceOffset + i * rows.outermost().sourceStride + j * columns.outermost().sourceStride;
-                const std::size_t to =
-                    targetOffset + i * rows.outermost().targetStride + j * columns.outermost().targetStride;
-                transposeTile<Unit, transfer>(
-                    target + to, source + from * sizeof(Unit),
-                    {std::span(rowOffsets).first(rowCount), std::span(columnOffsets).first(columnCount)});
+                Unit* const to =
+                    target + targetOffset + i * rows.outermost().targetStride + j * columns.outermost().targetStride;
+                const std::byte* const from =
+                    source + sizeof(Unit) * (sourceOffset + i * rows.outermost().sourceStride +
+                                             j * columns.outermost().sourceStride);
+                const Tile tile{std::span(rowOffsets).first(rowCount), std::span(columnOffsets).first(columnCount)};
+                if (isStreamed && reinterpret_cast<std::uintptr_t>(to) % streamAlignment == 0)
+                    transposeTile<Unit, transfer, Stores::Streaming>(to, from, tile);
+                else
+                    transposeTile<Unit, transfer, Stores::Cached>(to, from, tile);
             }
         }
     };
@@ -256,8 +150,10 @@ void reorderUnits(Unit* target, const std::byte* source, std::span<const Dimensi
             places[d] = 0;
         }
         if (d == middle.size())
-            return;
+            break;
     }
+    if (isStreamed)
+        finishStreaming();
 }
 
 } // namespace
