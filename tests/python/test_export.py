@@ -83,9 +83,9 @@ def test_an_open_export_shows_writes_and_outlives_a_reshape():
     view = memoryview(exporter)
     get_buffer(exporter, ctypes.byref(raw), STRIDES)
     address = exporter.buffer_info()[0]
-    for shape in ((3, 2), (1, 6), (6, 1), (1, 2, 3), (2, 3)) * 50:
+    for shape in ((3, 2), (2, 3), (6, 1), (1, 2, 3), (1, 6)) * 50:
         exporter.reshape(*shape)
-    exporter[0][1] = 77
+    exporter[0][2] = 77
     assert view.tolist() == [[0.0, 77.0, 4.0], [1.0, 3.0, 5.0]]
     assert exporter.buffer_info()[0] == raw.buf == address
     assert (raw.shape[:2], raw.strides[:2]) == ([2, 3], [8, 16])  # what was handed out, lives

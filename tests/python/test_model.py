@@ -24,11 +24,28 @@ from support import BIG, make, outcome
 
 SCALED = os.environ.get("ORVANE_MODEL_EXAMPLES")
 
-lengths = st.sampled_from([0, 1, 1, 2, 2, 3, 3, 4, 5])
-shapes = st.lists(lengths, min_size=2, max_size=4).map(without_trailing_ones)
+shapes = st.one_of(
+    st.lists(st.integers(1, 6), min_size=2, max_size=2),
+    st.lists(st.integers(1, 4), min_size=3, max_size=3),
+    st.lists(st.integers(1, 3), min_size=4, max_size=4),
+    st.lists(st.sampled_from([0, 1, 2, 3]), min_size=2, max_size=4),
+).map(without_trailing_ones)
+ends = [
+    (None,),
+    (1, None),
+    (-1,),
+    (2,),
+    (1, 3),
+    (2, 4),
+    (3, None, -2),
+    (None, None, -1),
+    (-1, 0, -1),
+]
+wide = st.sampled_from([slice(*end) for end in ends])
+small = st.none() | st.integers(-3, 6)
+gentle = st.builds(slice, small, small, st.sampled_from([None, None, 1, -1, 2, -2]))
 bounds = st.none() | st.integers(-7, 7) | st.sampled_from([BIG, -BIG, 2**63 - 1, -(2**63)])
-steps = st.sampled_from([None, None, 1, -1, 2, -2, 3, -3, -1, 2**63 - 1, -BIG])
-slices = st.builds(slice, bounds, bounds, steps)
+wild = st.builds(slice, bounds, bounds, st.sampled_from([None, 1, -1, 3, -3, 2**63 - 1, -BIG]))
 # fmt: off
 strange = st.sampled_from([
     BIG, -BIG, 2**63 - 1, -(2**63), None, 1.0, (0, 1), "x", ..., True, False,
@@ -47,8 +64,9 @@ recipes = st.sampled_from([
     "other", "nest", "ragged", "scalars",
 ])
 # fmt: on
-subscripts = st.one_of(st.integers(-3, 5), st.integers(0, 1), slices, slices, strange)
-calls = st.tuples(names, st.integers(0, 7), subscripts, recipes, st.integers(0, 2**16), scalars)
+subscripts = st.one_of(st.integers(-3, 5), st.integers(0, 1), wide, wide, gentle, wild, strange)
+handles = st.sampled_from([-1, -1, -1, -2, -3, 0, 1])
+calls = st.tuples(names, handles, subscripts, recipes, st.integers(0, 2**16), scalars)
 
 
 def fitting_shape(view, subscript):
@@ -185,13 +203,20 @@ def test_programs_agree(capfd):
     run_of, carried_out = collections.Counter(), collections.Counter()
 
     @settings(
-        max_examples=int(SCALED or 2 * settings().max_examples),
+        max_examples=int(SCALED or 3 * settings().max_examples),
         derandomize=not SCALED,
         suppress_health_check=list(HealthCheck),
     )
-    @given(st.sampled_from(KINDS), shapes, st.lists(calls, min_size=6, max_size=30))
-    def run(kind, shape, program):
+    @given(
+        st.sampled_from(KINDS),
+        shapes,
+        st.lists(st.just(0) | st.just(1) | wide, max_size=3),
+        st.lists(calls, min_size=6, max_size=30),
+    )
+    def run(kind, shape, opening, program):
         running = Program(kind, shape)
+        for subscript in opening:
+            running.run("get", -1, subscript)
         for name, *details in program:
             carried_out[name] += running.run(name, *details)
             run_of[name] += 1

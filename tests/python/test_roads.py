@@ -164,3 +164,6 @@ def test_bits_of_single():
         a = make(kind, buffer)
         assert stored_bytes(a) == data * repeats
         assert stored_bytes(a.clone()) == stored_bytes(a[0:5]) == expected * repeats
+    expected = struct.pack("=5I", *quiet[:1], *bits[1:])  # toarray keeps minus infinity
+    row = make(KIND_OF["f"], Exporter(data, "f", 4, (1, 5), (4, 4)))[0]
+    assert row.toarray().tobytes() == expected
