@@ -217,6 +217,10 @@ def test_bounds_that_reshape_the_array():
             result = outcome(use)
             assert result[0] == "gave" or result[1] in (RuntimeError, ValueError, IndexError)
     assert set(a._data) <= {*map(float, range(24))}
+    for use in (lambda v, b: v[0:b], lambda v, b: v.__setitem__(slice(0, b), [7, 8])):
+        cube = grid(2, 2, 2)
+        with refused(RuntimeError, WORDS["TOO_MANY"]):
+            use(cube[1][1], Index(lambda c=cube: c.reshape(4, 2), 2))
 
 
 @pytest.mark.parametrize("shape", [(1, 6), (6, 1), (1, 2, 3), (3, 1, 2)])
