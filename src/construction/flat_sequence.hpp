@@ -67,7 +67,9 @@ bool readFlatSequence(PyObject* sequence, Py_ssize_t length, T* target) {
             PyErr_Clear();
             return false;
         }
-        return readPackedItems(view->format[0], view->buf, length, target);
+        // The class is whatever bore the name when this module was imported; only what is packed as told is read here.
+        const bool isPacked = view->format != nullptr && view->ndim == 1 && view->len == length * view->itemsize;
+        return isPacked && readPackedItems(view->format[0], view->buf, length, target);
     }
     if (const auto items = OwnArrayItems::of(sequence))
         return items->selection.rank() == 1 && readOwnArray<T, true>(*items, target);

@@ -49,8 +49,6 @@ public:
     Agreement agreementWithSize() const noexcept;
     /// False when they disagree, with ShapeError (count) or SizeError (shape) set.
     bool checkInitializerDimsAgainstSize() const;
-    /// Whether the values are in column-major order already: they were read flat, and `size` shapes them.
-    bool flatValuesFillSize() const noexcept { return isSizeGiven() && m_initializerDims.size() == 1; }
 
     /// The entries in decimal, joined by ", ".
     static std::string dimsToString(const Dims& dims);

@@ -33,24 +33,16 @@ bool measureSequence(PyObject* sequence, Py_ssize_t& length) {
     return length >= 0;
 }
 
-/// Counts one level of nesting against the interpreter's limit. False with RecursionError set.
-bool enterLevel(std::size_t depth) {
-    // Some interpreters watch the stack instead of counting, and the walk takes none: count here as well.
-    if (depth >= static_cast<std::size_t>(Py_GetRecursionLimit())) {
-        setError(PyExc_RecursionError, "maximum recursion depth exceeded while reading a nested initializer");
-        return false;
-    }
-    return Py_EnterRecursiveCall(" while reading a nested initializer") == 0;
+/// Holds the depth of nesting against the interpreter's limit. The walk takes no stack, so it leaves the caller's
+/// code, which runs inside it, its own allowance. False with RecursionError set.
+bool isDepthAllowed(std::size_t depth) {
+    if (depth < static_cast<std::size_t>(Py_GetRecursionLimit()))
+        return true;
+    setError(PyExc_RecursionError, "maximum recursion depth exceeded while reading a nested initializer");
+    return false;
 }
 
 } // namespace
-
-NestedWalk::~NestedWalk() {
-    while (!m_levels.empty()) {
-        m_levels.pop_back();
-        Py_LeaveRecursiveCall();
-    }
-}
 
 bool NestedWalk::run(PyObject* value) {
     if (!visit(PyRef::borrow(value)))
@@ -89,11 +81,11 @@ bool NestedWalk::visitScalar(PyObject* scalar) {
         return true;
 
     m_reserved = true;
-    Dims lengths;
+    std::size_t count = 1;
+    bool overflowed = false;
     for (const Level& level : m_levels)
-        lengths.push_back(static_cast<std::size_t>(level.length));
-    const auto count = checkedProduct(std::span<const std::size_t>(lengths));
-    return m_sink.reserve(count ? std::optional(static_cast<std::size_t>(*count)) : std::nullopt);
+        overflowed |= __builtin_mul_overflow(count, static_cast<std::size_t>(level.length), &count);
+    return m_sink.reserve(overflowed ? std::nullopt : std::optional(count));
 }
 
 /// Whether `value` is an array of this module in which there is nothing to visit. It may still have any number of
@@ -135,16 +127,12 @@ bool NestedWalk::enter(PyRef sequence) {
     if (depth >= m_dims.size())
         m_dims.push_back(0);
     m_levels.push_back({std::move(sequence), length, 0});
-    if (enterLevel(depth))
-        return true;
-    m_levels.pop_back(); // the levels that remain are those that were counted
-    return false;
+    return isDepthAllowed(depth);
 }
 
 bool NestedWalk::leave() {
     const auto length = static_cast<std::size_t>(m_levels.back().length);
     m_levels.pop_back();
-    Py_LeaveRecursiveCall();
     return settleExtent(m_levels.size(), length);
 }
 

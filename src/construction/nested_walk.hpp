@@ -27,7 +27,7 @@ public:
     public:
         virtual bool append(PyObject* scalar) = 0;
         /// Called once, after the first scalar: how many there will be if the value is rectangular. Nothing when
-        /// that is beyond a signed 64-bit integer.
+        /// that is beyond 64 bits.
         virtual bool reserve(std::optional<std::size_t> count) = 0;
         virtual std::size_t count() const = 0;
 
@@ -37,7 +37,6 @@ public:
 
     /// The extents go into `dims`, which must be empty.
     NestedWalk(Sink& sink, Dims& dims) noexcept : m_sink(sink), m_dims(dims) {}
-    ~NestedWalk();
     NestedWalk(const NestedWalk&) = delete;
     NestedWalk& operator=(const NestedWalk&) = delete;
 

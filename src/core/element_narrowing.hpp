@@ -3,9 +3,9 @@
 #pragma once
 
 #include <bit>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <limits>
 #include <optional>
 #include <string>
@@ -77,9 +77,9 @@ std::string cannotBeStored(const std::string& value) {
 }
 template <class Real>
 std::string cannotBeStored(double value) {
-    char digits[32];
-    std::snprintf(digits, sizeof digits, "%g", value);
-    return cannotBeStored<Real>(std::string(digits));
+    char digits[32]; // written without regard to the process's locale
+    const auto end = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::general, 6).ptr;
+    return cannotBeStored<Real>(std::string(digits, end));
 }
 
 } // namespace orvane::python

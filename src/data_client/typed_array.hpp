@@ -83,7 +83,7 @@ public:
         const std::unique_ptr<detail::IteratorImpl, detail::DestroyIterator> first(beginOf(false));
         if (!first)
             detail::throwIfError(static_cast<int>(ExceptionType::OutOfMemory));
-        return detail::createTempRef<T, true>(first.get());
+        return detail::elementAddress<T, true>(first.get());
     }
 
     const_iterator cbegin() const noexcept { return begin(); }

@@ -29,9 +29,10 @@ struct DestroyIterator {
 };
 
 /// The address of the element at which the library's iterator stands. It stays valid as long as the array
-/// lives and is neither unshared nor released.
+/// lives and is neither unshared nor released. Throws for want of memory, and only in libraries that know complex
+/// elements by references alone.
 template <ArrayElement T, bool IsConst>
-ElementPointer<T, IsConst> createTempRef(IteratorImpl* iterator) noexcept {
+ElementPointer<T, IsConst> elementAddress(IteratorImpl* iterator) {
     void* element = nullptr;
     if constexpr (ComplexArrayElement<T>) {
         static const auto fcn = find<FunctionType::IteratorGetComplexElement>();
@@ -42,6 +43,8 @@ ElementPointer<T, IsConst> createTempRef(IteratorImpl* iterator) noexcept {
             static const auto fcn2 = resolve<FunctionType::ReferenceGetParts>();
             ReferenceImpl* reference = nullptr;
             fcn1(iterator, &reference);
+            if (reference == nullptr)
+                throwIfError(static_cast<int>(ExceptionType::OutOfMemory));
             const ReferenceHolder holder(reference);
             void* imagPart = nullptr;
             throwIfError(fcn2(holder.impl(), &element, &imagPart));
@@ -51,6 +54,12 @@ ElementPointer<T, IsConst> createTempRef(IteratorImpl* iterator) noexcept {
         fcn(iterator, &element);
     }
     return static_cast<ElementPointer<T, IsConst>>(element);
+}
+
+/// The same for iterators, which cannot say what they lack.
+template <ArrayElement T, bool IsConst>
+ElementPointer<T, IsConst> createTempRef(IteratorImpl* iterator) noexcept {
+    return elementAddress<T, IsConst>(iterator);
 }
 
 } // namespace detail

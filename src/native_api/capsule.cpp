@@ -2,6 +2,8 @@
 
 #include <orvane/capsule.h>
 
+#include <algorithm>
+
 #include "core/array_object.hpp"
 #include "module/vocabulary/boundary.hpp"
 #include "module/vocabulary/element_vocabulary.hpp"
@@ -19,7 +21,10 @@ constexpr int complexOffset = 10;
 
 PyObject* wrapArray(data::Array array) {
     const TypeAndComplexity type = getTypeAndComplexityFromArrayType(array.getType());
-    if (!type.supported || array.extents().size() < 2) {
+    const auto extents = array.extents();
+    const bool fitsPython =
+        std::all_of(extents.begin(), extents.end(), [](unsigned long extent) { return extent <= PY_SSIZE_T_MAX; });
+    if (!type.supported || extents.size() < 2 || !fitsPython) {
         setError(PyExc_RuntimeError, "invalid type.");
         return nullptr;
     }

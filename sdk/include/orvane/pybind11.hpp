@@ -9,6 +9,7 @@
 
 #include <pybind11/pybind11.h>
 
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -38,13 +39,16 @@ struct type_caster<orvane::data::TypedArray<T>> {
     operator Array&&() && { return *std::move(m_array); }
 
 private:
-    /// Errors that are set go on in pybind11's own exception.
+    /// Errors that are set go on in pybind11's own exception, and want of memory as what it makes a MemoryError.
     template <class Body>
     static auto pass(Body body) {
         try {
             return body();
         } catch (const orvane::python::PythonError&) {
             throw error_already_set();
+        } catch (
+            const orvane::data::detail::ArrayException<orvane::Exception, orvane::data::ExceptionType::OutOfMemory>&) {
+            throw std::bad_alloc();
         }
     }
 

@@ -88,12 +88,15 @@ inline Module importModule() {
     if (!pythonModule) {
         throw PythonError();
     }
+    std::array<Reference, elementTypeCount> types;
     for (std::size_t i = 0; i < elementTypeCount; ++i) {
-        PyObject* type = PyObject_GetAttrString(pythonModule.get(), std::string(elementTable[i].name).c_str());
-        if (type == nullptr) {
+        types[i] = Reference(PyObject_GetAttrString(pythonModule.get(), std::string(elementTable[i].name).c_str()));
+        if (!types[i]) {
             throw PythonError();
         }
-        module.types[i] = reinterpret_cast<PyTypeObject*>(type);
+    }
+    for (std::size_t i = 0; i < elementTypeCount; ++i) {
+        module.types[i] = reinterpret_cast<PyTypeObject*>(types[i].release());
     }
     return module;
 }
@@ -165,6 +168,15 @@ bool isOfTypeOf(PyObject* object) {
     return object != nullptr && Py_TYPE(object) == module().types[elementIndex<T>];
 }
 
+/// Whether the elements of an array are complex. Asked before the array is handed out, which costs a copy once.
+inline bool isComplexArray(PyObject* array) {
+    const Reference answer(PyObject_GetAttrString(array, "_is_complex"));
+    if (!answer) {
+        throw PythonError();
+    }
+    return answer.get() == Py_True;
+}
+
 } // namespace detail
 
 /// Whether an object is an array of any of the eleven types; false for null.
@@ -183,14 +195,10 @@ inline bool isArray(PyObject* object) {
 /// As `fromPython`, but nothing, without an error set, when the object is not an array of that type and kind.
 template <PythonElement T>
 std::optional<data::TypedArray<T>> tryFromPython(PyObject* object) {
-    if (!detail::isOfTypeOf<T>(object)) {
+    if (!detail::isOfTypeOf<T>(object) || detail::isComplexArray(object) != isComplexElement<T>) {
         return std::nullopt;
     }
-    data::Array array = detail::lend(object);
-    if (array.getType() != data::arrayTypeOf<T>) {
-        return std::nullopt;
-    }
-    return data::TypedArray<T>(std::move(array));
+    return data::TypedArray<T>(detail::lend(object));
 }
 
 /// The elements of a Python array, without a copy: time does not depend on how many there are. (Two cases copy once:
