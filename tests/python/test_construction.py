@@ -10,7 +10,7 @@ from hypothesis import strategies as st
 import orvane
 from reference.array import View
 from reference.elements import KINDS
-from support import check, each_kind, make, nested, outcome, stored_bytes, table
+from support import check, each_kind, grid, make, nested, outcome, stored_bytes, table
 
 
 class Sized:
@@ -146,3 +146,44 @@ def test_any_arguments_give_what_the_reference_gives(kind, initializer, size, ve
         return made.size, stored_bytes(made)
 
     assert outcome(ours) == outcome(lambda: View.make(kind, **arguments).export())
+
+
+def own_view(kind, rows, chain):
+    array = grid(rows, 3, 2, kind=kind)
+    return {"whole": array, "cut": array[::-2], "plane": array[0], "line": array[0][2][::-1]}[chain]
+
+
+limits = [2**63 - 2, -(2**63) - 1, 2**64 - 2, -2, 126, 254, 2**15 - 2, 2**32 - 2]
+containers = st.one_of(
+    st.sampled_from([range(start, start + 4) for start in limits]),
+    st.builds(range, st.integers(-3, 99), st.integers(-3, 99), st.sampled_from([1, -7])),
+    st.binary(max_size=5),
+    st.binary(max_size=5).map(bytearray),
+    st.builds(array.array, st.sampled_from("bBhHiIlLqQfd"), st.lists(st.integers(0, 127))),
+    st.builds(
+        own_view,
+        st.sampled_from(KINDS),
+        st.integers(1, 3),
+        st.sampled_from(["whole", "cut", "plane", "line"]),
+    ),
+)
+
+
+@given(st.sampled_from(KINDS), containers)
+def test_containers_that_are_read_directly_are_read_as_any_sequence_is(kind, values):
+    for arguments in (
+        {"vector": values},
+        {"initializer": [values]},
+        {"initializer": (values,) * 2},
+    ):
+        ours = outcome(lambda a=arguments: stored_bytes(make(kind, **a)))
+        assert ours == outcome(lambda a=arguments: View.make(kind, **a).export()[1])
+    theirs, ours = View.make(kind, size=(2, len(values))), make(kind, size=(2, len(values)))
+    for subscripts in ((0, slice(None)), (slice(1, 2),), (1,), (slice(None, None, -1),)):
+        results = []
+        for target in (theirs, ours):
+            for subscript in subscripts[:-1]:
+                target = target[subscript]
+            results.append(outcome(lambda t=target, s=subscripts[-1]: t.__setitem__(s, values)))
+        assert results[0] == results[1]
+        assert stored_bytes(ours) == theirs.export()[1]
