@@ -44,10 +44,6 @@ private:
     using Array = data::TypedArray<T>;
     using Agreement = InitializerShape::Agreement;
 
-    /// Runs one step and turns what it throws into a Python error; the result is then that of a failure.
-    template <class Step>
-    auto guarded(Step&& step) -> decltype(step());
-
     // The three forms of construction. They leave the elements in `m_buffer`, in column-major order.
     bool processInitializerKwarg(PyObject* initializer);
     bool processVectorKwarg(PyObject* vector);

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "construction/buffer_initializer.hpp"
+#include "construction/construction_errors.hpp"
 #include "construction/element_conversion.hpp"
 #include "construction/flat_sequence.hpp"
 #include "construction/nested_walk.hpp"
@@ -29,8 +30,6 @@ namespace orvane::python {
 
 namespace detail {
 
-template <class T>
-inline constexpr const char* typeName = elementRow<T>.name.data();
 /// As many elements as have a size in bytes that a signed 64-bit integer holds.
 template <class T>
 inline constexpr std::size_t maxElements = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(T);
@@ -58,7 +57,7 @@ auto FinalConstructorParser<T>::processConstructorArgsAndKwargs(const Constructo
                        "'vector', which must not be specified when an initializer is specified.");
         return std::nullopt;
     }
-    return guarded([&]() -> std::optional<Array> {
+    return withConstructionErrors<T>(m_requestedElements, [&]() -> std::optional<Array> {
         if (hasSize) {
             if (!m_shape.processSizeKwarg(size) || !setDimsAndReserve(hasInitializer || hasVector))
                 return std::nullopt;
@@ -73,30 +72,13 @@ auto FinalConstructorParser<T>::processConstructorArgsAndKwargs(const Constructo
     });
 }
 
-template <class T>
-template <class Step>
-auto FinalConstructorParser<T>::guarded(Step&& step) -> decltype(step()) {
-    try {
-        return step();
-    } catch (const std::bad_alloc&) {
-        raiseUnableToAllocate(m_requestedElements, detail::typeName<T>);
-    } catch (const std::length_error&) {
-        raiseUnableToAllocate(m_requestedElements, detail::typeName<T>);
-    } catch (const OutOfMemory&) {
-        raiseUnableToAllocate(m_requestedElements, detail::typeName<T>);
-    } catch (const std::exception& refusal) {
-        setError(PyExc_RuntimeError, refusal.what());
-    }
-    return {};
-}
-
 // ---- Memory ----
 
 template <class T>
 bool FinalConstructorParser<T>::setDimsAndReserve(bool valuesFollow) {
     const auto count = m_shape.getNumberOfElements();
     if (!count || *count > detail::maxElements<T>)
-        return raiseUnableToAllocate(count, detail::typeName<T>);
+        return raiseUnableToAllocate(count, elementRow<T>.name);
     m_requestedElements = *count;
     if (valuesFollow)
         bufferFor(*count);
@@ -106,7 +88,7 @@ bool FinalConstructorParser<T>::setDimsAndReserve(bool valuesFollow) {
 template <class T>
 bool FinalConstructorParser<T>::reserveElements(std::optional<std::size_t> count) {
     if (!count)
-        return raiseUnableToAllocate(count, detail::typeName<T>);
+        return raiseUnableToAllocate(count, elementRow<T>.name);
     m_requestedElements = *count;
     m_elements.reserve(*count);
     return true;
@@ -288,7 +270,7 @@ bool FinalConstructorParser<T>::processBufferInitializer(const Py_buffer& view) 
 
 template <class T>
 bool FinalConstructorParser<T>::processNestedInitializer(PyObject* value, bool isConstruction) {
-    return guarded([&] {
+    return withConstructionErrors<T>(m_requestedElements, [&] {
         const bool isCollected = isConstruction ? collectByShortCut<true>(value) : collectByShortCut<false>(value);
         return isCollected || walkNestedInitializer(value, isConstruction);
     });

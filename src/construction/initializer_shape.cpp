@@ -1,6 +1,5 @@
 #include "construction/initializer_shape.hpp"
 
-#include <limits>
 #include <span>
 
 #include "core/layout.hpp"
@@ -133,13 +132,6 @@ void InitializerShape::dropTrailingOnes(Dims& dims) {
 void InitializerShape::raiseDisagreement(PyObject* exceptionType) const {
     setError(exceptionType, "dimensions of initializer (" + dimsToString(m_initializerDims) +
                                 ") do not match dimensions specified by 'size' (" + dimsToString(m_sizeDims) + ").");
-}
-
-bool raiseUnableToAllocate(std::optional<std::size_t> count, const char* typeName) {
-    const std::size_t written = count.value_or(std::numeric_limits<std::size_t>::max());
-    setError(PyExc_MemoryError, "unable to allocate memory for array with number of elements = " +
-                                    std::to_string(written) + "; type = " + typeName);
-    return false;
 }
 
 } // namespace orvane::python

@@ -61,8 +61,4 @@ private:
     Dims m_initializerDims;
 };
 
-/// MemoryError in the words of a construction; returns false. A count that no 64-bit number can tell is written as
-/// the largest.
-bool raiseUnableToAllocate(std::optional<std::size_t> count, const char* typeName);
-
 } // namespace orvane::python

@@ -9,6 +9,7 @@
 #include "core/element_access.hpp"
 #include "core/element_narrowing.hpp"
 #include "core/selection.hpp"
+#include "core/single_copy.hpp"
 #include "data_client/array_factory.hpp"
 #include "module/vocabulary/python_values.hpp"
 
@@ -56,8 +57,9 @@ template <class T>
 void copyGapless(T* target, const std::byte* source, long count, std::optional<double>& refused) {
     if constexpr (!changesOnTheRoad<T>) {
         std::memcpy(static_cast<void*>(target), source, static_cast<std::size_t>(count) * sizeof(T));
-    } else if constexpr (std::is_same_v<T, std::complex<float>>) {
-        copyGapless(reinterpret_cast<float*>(target), source, 2 * count, refused);
+    } else if constexpr (std::is_same_v<RealElement<T>, float>) {
+        const std::size_t parts = isComplexElement<T> ? 2 : 1;
+        copySinglesThroughDouble(reinterpret_cast<float*>(target), source, static_cast<std::size_t>(count) * parts);
     } else {
         for (long i = 0; i < count; ++i)
             target[i] = afterTheRoad<T>(source + i * static_cast<long>(sizeof(T)), refused);

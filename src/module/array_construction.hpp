@@ -5,10 +5,10 @@
 
 #include <optional>
 
+#include "construction/construction_errors.hpp"
 #include "construction/constructor_arguments.hpp"
 #include "construction/create_array.hpp"
 #include "core/array_object.hpp"
-#include "module/vocabulary/boundary.hpp"
 #include "module/vocabulary/py_ref.hpp"
 #include "module/vocabulary/python_values.hpp"
 
@@ -35,10 +35,13 @@ private:
 template <class U>
 bool constructInto(PyObject* shell, const ConstructorArguments& arguments) {
     std::optional<data::TypedArray<U>> array = createArrayFromConstructorArgs<U>(arguments);
-    return array && withMemoryErrors(false, [&] {
-               fillShell(shell, ODArrayWrapper::adopt(std::move(*array)), supportedArrayEnum<U>, isComplexElement<U>);
-               return true;
-           });
+    if (!array)
+        return false;
+    const std::size_t elementCount = array->getNumberOfElements();
+    return withConstructionErrors<U>(elementCount, [&] {
+        fillShell(shell, ODArrayWrapper::adopt(std::move(*array)), supportedArrayEnum<U>, isComplexElement<U>);
+        return true;
+    });
 }
 
 template <class T>

@@ -45,8 +45,9 @@ bool belongsToThisInterpreter() {
     static const std::int64_t owner = PyInterpreterState_GetID(PyInterpreterState_Get());
     if (PyInterpreterState_GetID(PyInterpreterState_Get()) == owner)
         return true;
-    setError(PyExc_ImportError, "orvanemultidimarrayforpython is already in use by another interpreter of this process "
-                                "and cannot be loaded into a second one.");
+    setError(PyExc_ImportError,
+             "orvanemultidimarrayforpython belongs to the interpreter of this process that imported it "
+             "first and cannot be loaded into a second one.");
     return false;
 }
 

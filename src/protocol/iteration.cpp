@@ -41,7 +41,9 @@ OCPyIterState::NumberWalk OCPyIterState::NumberWalk::through(const OCppPyArray& 
     if (!selection.isInside)
         return {};
     const auto read = visitElementTypeOf(view, []<class T>() -> decltype(NumberWalk::read) {
-        return [](const std::byte* address) { return toPyObject(loadElement<T>(address)); };
+        return [](const std::byte* address, RecycledNumbers& numbers) {
+            return numbers.numberFor(loadElement<T>(address));
+        };
     });
     return {std::move(selection.layout), selection.origin, selection.strides[0], selection.counts[0], read};
 }
@@ -49,7 +51,7 @@ OCPyIterState::NumberWalk OCPyIterState::NumberWalk::through(const OCppPyArray& 
 PyObject* OCPyIterState::nextNumber() {
     const long place = m_place++;
     m_exhausted = m_place >= m_numbers.count;
-    return m_numbers.read(m_view.wrapper().elements() + m_numbers.origin + place * m_numbers.stride);
+    return m_numbers.read(m_view.wrapper().elements() + m_numbers.origin + place * m_numbers.stride, m_yielded);
 }
 
 PyObject* OCPyIterState::next() {

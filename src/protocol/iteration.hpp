@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "core/core_array.hpp"
+#include "protocol/recycled_numbers.hpp"
 
 namespace orvane::python {
 
@@ -31,7 +32,7 @@ private:
         unsigned long origin = 0;             ///< byte offset of the first
         long stride = 0;                      ///< in bytes
         long count = 0;
-        PyObject* (*read)(const std::byte* address) = nullptr;
+        PyObject* (*read)(const std::byte* address, RecycledNumbers& numbers) = nullptr;
 
         static NumberWalk through(const OCppPyArray& view);
         bool isValidFor(const ODArrayWrapper& wrapper) const noexcept { return layout == wrapper.layout(); }
@@ -46,6 +47,7 @@ private:
     bool m_exhausted;
     bool m_yieldsSubarrays;
     NumberWalk m_numbers;
+    RecycledNumbers m_yielded;
 };
 
 /// The Python iterator.

@@ -1,5 +1,7 @@
 #include "protocol/nested_list.hpp"
 
+#include <algorithm>
+
 #include "module/vocabulary/py_ref.hpp"
 #include "protocol/element_objects.hpp"
 
@@ -66,16 +68,22 @@ private:
         return true;
     }
 
+    /// Elements of one list lie far from each other, and the processor does not see which come next.
+    static constexpr long elementsAhead = 16;
+
     template <class T>
     bool fill(Level& level) {
         const std::size_t last = m_selection.rank() - 1;
-        for (long i = 0; i < m_selection.counts[last]; ++i) {
-            // Making a list may have run code that wrote to the array: where the elements lie is asked anew.
-            PyObject* number = toPyObject(loadElement<T>(m_array.wrapper().elements() + level.offset));
+        const long count = m_selection.counts[last];
+        const long stride = m_selection.strides[last];
+        // Making a list may have run code that wrote to the array: where the elements lie is asked for every list.
+        const std::byte* const first = m_array.wrapper().elements() + level.offset;
+        for (long i = 0; i < count; ++i) {
+            __builtin_prefetch(first + std::min(i + elementsAhead, count - 1) * stride);
+            PyObject* number = toPyObject(loadElement<T>(first + i * stride));
             if (number == nullptr)
                 return false;
             PyList_SET_ITEM(level.list, i, number);
-            level.offset += static_cast<unsigned long>(m_selection.strides[last]);
         }
         return true;
     }

@@ -19,6 +19,17 @@ def test_iteration_gives_what_subscripts_give(kind):
         assert list(map(repr, items)) == [repr(view[i]) for i in range(len(view))]
 
 
+@each_kind
+@pytest.mark.parametrize("every", [1, 2, 3])
+def test_numbers_that_a_loop_keeps_stay_as_they_are(kind, every):
+    row = grid(1, 60, kind=kind)[0]
+    kept = []
+    for i, number in enumerate(row):
+        if i % every == 0:
+            kept.append(number)
+    assert kept == [row[i] for i in range(0, 60, every)]
+
+
 @pytest.mark.parametrize("shape", [(0, 3), (1, 0), (2, 0, 3), (3, 2, 0)])
 def test_lengths_of_zero(shape):
     array = grid(*shape)

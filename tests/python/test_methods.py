@@ -132,6 +132,7 @@ def test_toarray(kind, capsys):
     a = grid(2, 3, kind=kind)
     failing = [(a, ONE_DIMENSION), (a[0:1], ONE_DIMENSION), (grid(1, 3, kind=kind), ONE_DIMENSION)]
     working = [a[1], a[0][::-1], a[1][1:], a[0][2:2], grid(0, 3, kind=kind)[:], a[1:1]]
+    working += [grid(1, 3, kind=kind)[0], grid(1, 5, kind=kind)[0][1:4]]  # without gaps
     if kind.is_complex:
         failing += [(view, "toarray() failed.") for view in working[:3]]
         working = []

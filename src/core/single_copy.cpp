@@ -1,0 +1,48 @@
+#include "core/single_copy.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#include "core/element_narrowing.hpp"
+
+// Which registers there are shows when the module is loaded: the linker then takes one of two compilations.
+#if defined(__x86_64__) && defined(__GLIBC__) && __has_attribute(target_clones)
+#define ORVANE_ALSO_FOR_WIDE_VECTORS [[gnu::target_clones("avx2", "default")]]
+#else
+#define ORVANE_ALSO_FOR_WIDE_VECTORS
+#endif
+
+namespace orvane::python {
+
+namespace {
+
+/// So many elements are copied before they are looked through a second time, while they are still in the first cache.
+constexpr std::size_t blockLength = 2048;
+
+} // namespace
+
+ORVANE_ALSO_FOR_WIDE_VECTORS
+void copySinglesThroughDouble(float* target, const std::byte* source, std::size_t count) noexcept {
+    // Infinities and NaNs are rare: a bare copy finds out whether there are any. Theirs is the greatest exponent, to
+    // which another one carries over into the sign.
+    constexpr std::uint32_t magnitudeBits = 0x7fffffff;
+    constexpr std::uint32_t exponentOne = 0x00800000;
+    while (count > 0) {
+        const std::size_t length = std::min(count, blockLength);
+        std::uint32_t signs = 0;
+        for (std::size_t i = 0; i < length; ++i) {
+            std::uint32_t bits;
+            std::memcpy(&bits, source + i * sizeof bits, sizeof bits);
+            std::memcpy(target + i, &bits, sizeof bits);
+            signs |= (bits & magnitudeBits) + exponentOne;
+        }
+        if ((signs & ~magnitudeBits) != 0)
+            std::transform(target, target + length, target, singleThroughDouble);
+        target += length;
+        source += length * sizeof(float);
+        count -= length;
+    }
+}
+
+} // namespace orvane::python
