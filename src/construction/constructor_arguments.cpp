@@ -1,44 +1,77 @@
 #include "construction/constructor_arguments.hpp"
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <optional>
+
 #include "module/vocabulary/py_ref.hpp"
 
 namespace orvane::python {
 
 namespace {
 
-constexpr Py_ssize_t argumentCount = 4;
+constexpr std::array keywords{"initializer", "size", "vector", "is_complex"};
 constexpr Py_ssize_t vectorPosition = 2;
 
-/// The common call, without keywords. False when the interpreter's parser has to look at the arguments.
-bool readPositionalArguments(PyObject* args, PyObject* kwargs, ConstructorArguments& arguments) {
-    if (args == nullptr || (kwargs != nullptr && PyDict_GET_SIZE(kwargs) != 0))
+/// The values in the order of `keywords`; null for those that are absent.
+using Values = std::array<PyObject*, keywords.size()>;
+
+/// The position of an argument that is given under the very string object that programs have for its name: names
+/// written in a call are interned. Nothing for any other object, though it may be an equal string.
+std::optional<std::size_t> positionOfInternedName(PyObject* name) {
+    static const std::array names = [] {
+        Values interned;
+        std::ranges::transform(keywords, interned.begin(), PyUnicode_InternFromString);
+        PyErr_Clear(); // without memory for a name it will not be found
+        return interned;
+    }();
+    const auto found = std::ranges::find(names, name);
+    return found != names.end() ? std::optional(static_cast<std::size_t>(found - names.begin())) : std::nullopt;
+}
+
+/// The short cut for the usual calls. False when the interpreter's parser has to look at the arguments.
+bool readPlainArguments(PyObject* args, PyObject* kwargs, Values& values) {
+    const Py_ssize_t given = args != nullptr ? PyTuple_GET_SIZE(args) : 0;
+    if (given > static_cast<Py_ssize_t>(values.size()))
         return false;
-    const Py_ssize_t given = PyTuple_GET_SIZE(args);
-    if (given > argumentCount)
-        return false;
-    const auto argument = [&](Py_ssize_t position) {
-        return position < given ? PyTuple_GET_ITEM(args, position) : nullptr;
-    };
-    arguments = {argument(0), argument(1), argument(vectorPosition), argument(3), false};
+    for (Py_ssize_t i = 0; i < given; ++i)
+        values[static_cast<std::size_t>(i)] = PyTuple_GET_ITEM(args, i);
+    if (kwargs == nullptr)
+        return true;
+    PyObject* name = nullptr;
+    PyObject* value = nullptr;
+    for (Py_ssize_t place = 0; PyDict_Next(kwargs, &place, &name, &value) != 0;) {
+        const auto position = positionOfInternedName(name);
+        if (!position || values[*position] != nullptr)
+            return false;
+        values[*position] = value;
+    }
     return true;
+}
+
+/// The long road, which knows the faults.
+bool parseArguments(PyObject* args, PyObject* kwargs, Values& values) {
+    // The parser asks for a tuple, and for keyword names that are not const before CPython 3.13.
+    const PyRef positional = args != nullptr ? PyRef::borrow(args) : PyRef::steal(PyTuple_New(0));
+    if (!positional)
+        return false;
+    const char* names[keywords.size() + 1] = {};
+    std::ranges::copy(keywords, names);
+    values = {};
+    return PyArg_ParseTupleAndKeywords(positional.get(), kwargs, "|OOOO", const_cast<char**>(names), &values[0],
+                                       &values[1], &values[2], &values[3]) != 0;
 }
 
 } // namespace
 
 bool parseConstructorArguments(PyObject* args, PyObject* kwargs, ConstructorArguments& arguments) {
-    if (readPositionalArguments(args, kwargs, arguments))
-        return true;
-
-    // The parser asks for a tuple, and for keyword names that are not const before CPython 3.13.
-    const PyRef positional = args != nullptr ? PyRef::borrow(args) : PyRef::steal(PyTuple_New(0));
-    if (!positional)
+    Values values{};
+    if (!readPlainArguments(args, kwargs, values) && !parseArguments(args, kwargs, values))
         return false;
-    static const char* keywords[] = {"initializer", "size", "vector", "is_complex", nullptr};
-    arguments = {};
-    if (!PyArg_ParseTupleAndKeywords(positional.get(), kwargs, "|OOOO", const_cast<char**>(keywords),
-                                     &arguments.initializer, &arguments.size, &arguments.vector, &arguments.isComplex))
-        return false;
-    arguments.vectorByKeyword = arguments.vector != nullptr && PyTuple_GET_SIZE(positional.get()) <= vectorPosition;
+    const auto [initializer, size, vector, isComplex] = values;
+    const bool vectorByKeyword = vector != nullptr && (args == nullptr || PyTuple_GET_SIZE(args) <= vectorPosition);
+    arguments = {initializer, size, vector, isComplex, vectorByKeyword};
     return true;
 }
 
