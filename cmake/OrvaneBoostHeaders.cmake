@@ -36,3 +36,5 @@ message(STATUS "Boost headers: ${ORVANE_BOOST_INCLUDE_DIR}")
 add_library(OrvaneBoostHeaders INTERFACE)
 add_library(Orvane::BoostHeaders ALIAS OrvaneBoostHeaders)
 target_include_directories(OrvaneBoostHeaders SYSTEM INTERFACE "${ORVANE_BOOST_INCLUDE_DIR}")
+# What containers throw for want of memory is std::bad_alloc and std::length_error, which become Python's MemoryError.
+target_compile_definitions(OrvaneBoostHeaders INTERFACE BOOST_CONTAINER_USE_STD_EXCEPTIONS)

@@ -10,6 +10,8 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "construction/buffer_initializer.hpp"
 #include "construction/construction_errors.hpp"
@@ -66,9 +68,10 @@ auto FinalConstructorParser<T>::processConstructorArgsAndKwargs(const Constructo
         }
         if (hasVector ? !processVectorKwarg(vector) : hasInitializer && !processInitializerKwarg(initializer))
             return std::nullopt;
+        std::vector<unsigned long> extents(governingDims().begin(), governingDims().end());
         if (!m_buffer)
-            return factory().template createArray<T>(governingDims());
-        return factory().template createArrayFromBuffer<T>(governingDims(), *std::move(m_buffer));
+            return factory().template createArray<T>(std::move(extents));
+        return factory().template createArrayFromBuffer<T>(std::move(extents), *std::move(m_buffer));
     });
 }
 
@@ -189,7 +192,8 @@ bool FinalConstructorParser<T>::walkInitializer(PyObject* initializer) {
     if (!isCollected || !settleDims(m_elements.size()))
         return false;
     if (T* target = bufferFor(m_elements.size()))
-        reorderToColumnMajor(target, m_elements.data(), m_shape.initializerDims(), sizeof(T), Transfer::Bytewise);
+        reorderToColumnMajor(target, m_elements.data(), asSpan(m_shape.initializerDims()), sizeof(T),
+                             Transfer::Bytewise);
     return true;
 }
 
@@ -262,7 +266,7 @@ bool FinalConstructorParser<T>::processBufferInitializer(const Py_buffer& view) 
     if (isColumnMajor)
         copyInOrder(target, view.buf, *count, sizeof(T), detail::foreignTransfer<T>);
     else
-        reorderToColumnMajor(target, view.buf, dims, sizeof(T), detail::foreignTransfer<T>);
+        reorderToColumnMajor(target, view.buf, asSpan(dims), sizeof(T), detail::foreignTransfer<T>);
     return true;
 }
 

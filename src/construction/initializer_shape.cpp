@@ -1,7 +1,5 @@
 #include "construction/initializer_shape.hpp"
 
-#include <span>
-
 #include "core/layout.hpp"
 #include "module/vocabulary/py_ref.hpp"
 #include "module/vocabulary/python_values.hpp"
@@ -60,7 +58,7 @@ bool InitializerShape::processSizeKwarg(PyObject* size) {
     if (dims.size() == 1)
         dims.insert(dims.begin(), 1);
     dropTrailingOnes(dims);
-    setSizeDims(std::move(dims));
+    setSizeDims(dims);
     return true;
 }
 
@@ -92,8 +90,8 @@ bool InitializerShape::completeOneDimensionalDims(std::size_t elementCount) {
 InitializerShape::Agreement InitializerShape::agreementWithSize() const noexcept {
     if (!isSizeGiven() || m_sizeDims == m_initializerDims)
         return Agreement::Agrees;
-    const auto wanted = checkedProduct(std::span<const std::size_t>(m_sizeDims));
-    if (wanted != checkedProduct(std::span<const std::size_t>(m_initializerDims)))
+    const auto wanted = checkedProduct(asSpan(m_sizeDims));
+    if (wanted != checkedProduct(asSpan(m_initializerDims)))
         return Agreement::WrongCount;
     if (m_initializerDims.size() == 1 || wanted == 0)
         return Agreement::Agrees;

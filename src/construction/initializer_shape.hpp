@@ -5,13 +5,19 @@
 
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
-#include <vector>
+
+#include "core/layout.hpp"
 
 namespace orvane::python {
 
 /// Extents, outermost Python level first; that is dimension 0 of the array.
-using Dims = std::vector<std::size_t>;
+using Dims = DimensionVector<std::size_t>;
+
+inline std::span<const std::size_t> asSpan(const Dims& dims) noexcept {
+    return {dims.data(), dims.size()};
+}
 
 /// Everything about one construction that does not depend on the element type.
 class InitializerShape {
@@ -27,7 +33,7 @@ public:
     /// set. Items are fetched one by one, so code of the caller's may run.
     bool processSizeKwarg(PyObject* size);
     /// Adopts extents without reading anything.
-    void setSizeDims(Dims dims) { m_sizeDims = std::move(dims); }
+    void setSizeDims(const Dims& dims) { m_sizeDims = dims; }
     bool isSizeGiven() const noexcept { return !m_sizeDims.empty(); }
 
     const Dims& initializerDims() const noexcept { return m_initializerDims; }

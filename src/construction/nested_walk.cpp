@@ -146,7 +146,7 @@ bool NestedWalk::settleExtent(std::size_t depth, std::size_t length) {
 }
 
 bool NestedWalk::isRectangular() const {
-    const auto product = checkedProduct(std::span<const std::size_t>(m_dims));
+    const auto product = checkedProduct(asSpan(m_dims));
     return product && static_cast<std::size_t>(*product) == m_sink.count();
 }
 

@@ -2,10 +2,8 @@
 #include "data_array/boundary_calls.hpp"
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <complex>
 #include <cstdint>
 #include <cstring>
@@ -93,18 +91,6 @@ TEST(CreateBuffer, isAlignedAndWritableToItsEnd) {
             deleter(buffer);
         }
     }
-}
-
-TEST(CreateBuffer, givesLargeBlocksBackToTheSystem) {
-    void* buffer = nullptr;
-    BufferDeleter deleter = nullptr;
-    const unsigned long size = 32 * mebibyte;
-    ASSERT_EQ(call<FunctionType::FactoryCreateBuffer>(factory(), &buffer, &deleter, uint8Type, size), Status::Success);
-    std::memset(buffer, 1, size);
-    void* const pageInside = reinterpret_cast<void*>((reinterpret_cast<std::uintptr_t>(buffer) | (mebibyte - 1)) + 1);
-    deleter(buffer);
-    EXPECT_EQ(msync(pageInside, 1, MS_ASYNC), -1);
-    EXPECT_EQ(errno, ENOMEM) << "the pages are still mapped";
 }
 
 TEST(CreateBuffer, refusesWhatCannotBeCounted) {
