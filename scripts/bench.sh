@@ -18,34 +18,9 @@ SVG in output/benchmarks/. Takes about ten minutes an interpreter on an idle mac
 TEXT
 }
 
-all=no keep=no chosen='' arguments=()
-while [[ $# -gt 0 ]]; do
-    case $1 in
-    --all) all=yes ;;
-    --keep) keep=yes ;;
-    --quick) arguments+=(--quick) ;;
-    --python)
-        [[ $# -ge 2 ]] || die "--python needs the path of an interpreter"
-        chosen=$2
-        shift
-        ;;
-    --)
-        shift
-        arguments+=("$@")
-        break
-        ;;
-    --help)
-        usage
-        exit 0
-        ;;
-    *)
-        usage >&2
-        exit 2
-        ;;
-    esac
-    shift
-done
+read_options "all keep quick" "$@"
 
+[[ ${option[quick]} == no ]] || rest=(--quick "${rest[@]}")
 output=$root/output/benchmarks
 
 bench_on() { # PYTHON
@@ -59,20 +34,17 @@ bench_on() { # PYTHON
     say "CPython $version: build"
     install_package "$environment" "$build" ORVANE_BUILD_BENCH=ON
     say "CPython $version: measuring"
-    PYTHONPATH=$root/bench:$build/bench "$environment/bin/python" -m orvane_bench --output "$output" "${arguments[@]}"
-    if [[ $keep == yes ]]; then
+    PYTHONPATH=$root/bench:$build/bench "$environment/bin/python" -m orvane_bench --output "$output" "${rest[@]}"
+    if [[ ${option[keep]} == yes ]]; then
         cp "$output/benchmarks-cpython-$version".{txt,json,svg} "$root/docs/"
     fi
 }
 
 ensure_compiler
 ensure_google_benchmark
-preferred=${chosen:-$(preferred_python)}
-if ! python_is_usable "$preferred"; then
-    die "$preferred is not a CPython 3.10 or later with its headers and the module venv"
-fi
+preferred=$(chosen_or_preferred_python)
 bench_on "$preferred"
 newest=$(newest_python)
-if [[ $all == yes && $(version_of "$newest") != "$(version_of "$preferred")" ]]; then
+if [[ ${option[all]} == yes && $(version_of "$newest") != "$(version_of "$preferred")" ]]; then
     bench_on "$newest"
 fi

@@ -17,6 +17,46 @@ die() {
     exit 1
 }
 
+# read_options "FLAG..." ARGUMENT...: ${option[FLAG]} becomes yes where --FLAG is given and no otherwise; `chosen` what
+# follows --python, and `rest` what follows --. The script's function `usage` tells of them all.
+declare -A option
+read_options() {
+    local flags flag
+    read -ra flags <<<"$1"
+    shift
+    for flag in "${flags[@]}"; do
+        option[$flag]=no
+    done
+    chosen='' rest=()
+    while [[ $# -gt 0 ]]; do
+        case $1 in
+        --python)
+            [[ $# -ge 2 ]] || die "--python needs the path of an interpreter"
+            chosen=$2
+            shift
+            ;;
+        --)
+            shift
+            rest=("$@")
+            return
+            ;;
+        --help)
+            usage
+            exit 0
+            ;;
+        *)
+            flag=${1#--}
+            if [[ $1 != --?* || -z ${option[$flag]:-} ]]; then
+                usage >&2
+                exit 2
+            fi
+            option[$flag]=yes
+            ;;
+        esac
+        shift
+    done
+}
+
 # --- system packages -------------------------------------------------------------------------------------------
 
 # install_system_packages REASON PACKAGE...: by apt-get, as root or through sudo.
@@ -126,6 +166,14 @@ newest_python() {
         descending=("$minor" "${descending[@]}")
     done
     find_python "${descending[@]}"
+}
+
+# chosen_or_preferred_python: the one of the option --python, else the preferred one.
+chosen_or_preferred_python() {
+    local python=${chosen:-$(preferred_python)}
+    python_is_usable "$python" ||
+        die "$python is not a CPython 3.10 or later with its headers and the module venv"
+    printf '%s\n' "$python"
 }
 
 version_of() { "$1" -c 'import sys; print("%d.%d" % sys.version_info[:2])'; }

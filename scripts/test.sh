@@ -16,32 +16,7 @@ environment of its own and runs the Python tests against it, on CPython 3.10 whe
 TEXT
 }
 
-all=no sanitize=no chosen='' pytest_arguments=()
-while [[ $# -gt 0 ]]; do
-    case $1 in
-    --all) all=yes ;;
-    --sanitize) sanitize=yes ;;
-    --python)
-        [[ $# -ge 2 ]] || die "--python needs the path of an interpreter"
-        chosen=$2
-        shift
-        ;;
-    --)
-        shift
-        pytest_arguments=("$@")
-        break
-        ;;
-    --help)
-        usage
-        exit 0
-        ;;
-    *)
-        usage >&2
-        exit 2
-        ;;
-    esac
-    shift
-done
+read_options "all sanitize" "$@"
 
 prepare_environment() { # PYTHON ENVIRONMENT
     local groups
@@ -55,7 +30,7 @@ run_cpp_tests() { # ENVIRONMENT BUILD_DIRECTORY
 
 run_python_tests() { # ENVIRONMENT BUILD_DIRECTORY
     ORVANE_REPLACEMENT_LIBRARY=$2/replacement/libOrvaneDataArray.so ORVANE_NATIVE_BUILD=$2/native-clients \
-        "$1/bin/python" -m pytest "$root/tests/python" -q "${pytest_arguments[@]}"
+        "$1/bin/python" -m pytest "$root/tests/python" -q "${rest[@]}"
 }
 
 test_on() { # PYTHON
@@ -98,22 +73,19 @@ sanitize_on() { # PYTHON
 ensure_compiler
 ensure_googletest
 ensure_lapack
-preferred=${chosen:-$(preferred_python)}
-if ! python_is_usable "$preferred"; then
-    die "$preferred is not a CPython 3.10 or later with its headers and the module venv"
-fi
+preferred=$(chosen_or_preferred_python)
 
-if [[ $sanitize == yes ]]; then
+if [[ ${option[sanitize]} == yes ]]; then
     sanitize_on "$preferred"
     exit
 fi
 
 "$root/scripts/lint.sh"
 # Once, clients are also run with an extension that has been built anew.
-[[ $all == no ]] || export ORVANE_TEST_REBUILD=1
+[[ ${option[all]} == no ]] || export ORVANE_TEST_REBUILD=1
 test_on "$preferred"
 unset ORVANE_TEST_REBUILD
 newest=$(newest_python)
-if [[ $all == yes && $(version_of "$newest") != "$(version_of "$preferred")" ]]; then
+if [[ ${option[all]} == yes && $(version_of "$newest") != "$(version_of "$preferred")" ]]; then
     test_on "$newest"
 fi
