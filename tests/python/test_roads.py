@@ -13,6 +13,7 @@ import struct
 
 import pytest
 
+import orvane
 from reference.array import Storage, View
 from support import KIND_OF, Exporter, each_kind, from_stored, make, nested, outcome, stored_bytes
 
@@ -167,3 +168,12 @@ def test_bits_of_single():
     expected = struct.pack("=5I", *quiet[:1], *bits[1:])  # toarray keeps minus infinity
     row = make(KIND_OF["f"], Exporter(data, "f", 4, (1, 5), (4, 4)))[0]
     assert row.toarray().tobytes() == expected
+
+
+@pytest.mark.parametrize("place", [0, 3, 2047, 2048, 4999])
+def test_one_infinity_in_a_long_run_of_single(place):
+    numbers = array.array("f", [1.5]) * 5000
+    numbers[place] = -math.inf
+    a = orvane.single(numbers)
+    numbers[place] = math.inf
+    assert stored_bytes(a[:]) == numbers.tobytes()
