@@ -22,7 +22,7 @@ class GrowthRow:
     setup: str
     statement: str
     in_proportion: bool
-    """Whether the time may grow with n; otherwise it has to stay."""
+    """Whether the time grows with n; otherwise it has to stay."""
     bytes_per_element: int
     """What setup and statement need together; counts for which memory lacks are left out."""
     greatest: int = 10**8
@@ -52,7 +52,7 @@ GROWTH_ROWS = [
         True,
         24,
     ),
-    GrowthRow("zeros, size=(n/100, 100)", "", "r = orvane.double(size=(n // 100, 100))", True, 16),
+    GrowthRow("zeros, size=(n/100, 100)", "", "r = orvane.double(size=(n // 100, 100))", False, 16),
     GrowthRow("a[i]", ARRAY, "r = a[5]", False, 24),
     GrowthRow("a[i][j]", ARRAY, "r = a[5][5]", False, 24),
     GrowthRow("a[i][j] = x", ARRAY, "a[5][5] = 1.5", False, 24),
@@ -103,8 +103,9 @@ class GrowthResult:
     @property
     def holds(self) -> bool:
         # Arrays of 10^5 doubles live in the caches and larger ones do not: that may cost a factor
-        # of five on the way to 10^7. What stays may vary by a factor of two.
-        return self.order < (1.35 if self.row.in_proportion else 0.15)
+        # of five on the way to 10^7. What stays may vary by as much: a mapping of its own, however
+        # large, costs more than memory that served before.
+        return self.order < (1.35 if self.row.in_proportion else 0.25)
 
 
 def available_bytes() -> int:

@@ -18,7 +18,7 @@
 namespace orvane::python {
 
 /// MemoryError in the words of a construction; returns false. A count that no 64-bit number can tell is written as
-/// the largest.
+/// the largest. `typeName` is one of the table of element types, where a null character follows each.
 bool raiseUnableToAllocate(std::optional<std::size_t> count, std::string_view typeName);
 
 /// Runs one step of the construction of an array of `T` and hands on its result. Whatever the step throws becomes a

@@ -340,7 +340,10 @@ bool FinalConstructorParser<T>::walkNestedInitializer(PyObject* value, bool isCo
             parser.m_elements.push_back(result.value);
             return true;
         }
-        bool reserve(std::optional<std::size_t> expected) override { return parser.reserveElements(expected); }
+        bool reserve(std::optional<std::size_t> expected) override {
+            // What `size` asks for has been reserved, and the lengths met so far need not come true.
+            return parser.m_shape.isSizeGiven() || parser.reserveElements(expected);
+        }
         std::size_t count() const override { return parser.m_elements.size(); }
     };
     Collector collector(*this, isConstruction);

@@ -47,10 +47,6 @@ public:
     /// The elements as Python reads them. The address may change with any assignment to the array.
     const std::byte* elements() const noexcept { return m_mirrorElements; }
 
-    /// A handle that keeps the block of `elements()` alive. As long as it is held, an assignment either moves the
-    /// elements or writes to the block.
-    data::Array heldElements() const { return m_mirrorOwner ? *m_mirrorOwner : m_array; }
-
     /// The elements as native code sees them.
     const std::byte* dataElements() const noexcept { return m_dataElements; }
 

@@ -16,6 +16,19 @@ PyObject* sizeErr = nullptr;
 namespace orvane::python {
 
 PyObject* ArrayArray::s_arrayClass = nullptr;
+bool ArrayArray::s_isInterpretersOwn = false;
+
+namespace {
+
+/// Whether a class itself, not one that it derives from, has a method that is written in C.
+bool definesInC(PyObject* type, const char* method) {
+    const PyRef descriptor = PyRef::steal(PyObject_GetAttrString(type, method));
+    PyErr_Clear();
+    return descriptor && Py_IS_TYPE(descriptor.get(), &PyMethodDescr_Type) &&
+           reinterpret_cast<PyObject*>(PyDescr_TYPE(descriptor.get())) == type;
+}
+
+} // namespace
 
 bool ArrayArray::loadArrayClass() {
     if (s_arrayClass != nullptr)
@@ -34,16 +47,20 @@ bool ArrayArray::loadArrayClass() {
         setError(PyExc_RuntimeError, "array.array class is not callable.");
         return false;
     }
+    s_isInterpretersOwn = definesInC(arrayClass.get(), "frombytes");
     s_arrayClass = arrayClass.release();
     return true;
 }
 
 namespace {
 
-/// The types are static and belong to the interpreter that readied them first.
+/// The types are static, and they and what is kept beside them belong to the interpreter that readied them first: not
+/// to another one, and not to one that is started after that has ended.
 bool belongsToThisInterpreter() {
     static const std::int64_t owner = PyInterpreterState_GetID(PyInterpreterState_Get());
-    if (PyInterpreterState_GetID(PyInterpreterState_Get()) == owner)
+    static bool hasEnded = false;
+    [[maybe_unused]] static const int isWatched = Py_AtExit([] { hasEnded = true; });
+    if (!hasEnded && PyInterpreterState_GetID(PyInterpreterState_Get()) == owner)
         return true;
     setError(PyExc_ImportError,
              "orvanemultidimarrayforpython belongs to the interpreter of this process that imported it "

@@ -68,7 +68,7 @@ private:
         return true;
     }
 
-    /// Elements of one list lie far from each other, and the processor does not see which come next.
+    /// Elements of one list mostly lie far from each other, and the processor does not see which come next.
     static constexpr long elementsAhead = 16;
 
     template <class T>

@@ -8,6 +8,7 @@
 #include "core/element_narrowing.hpp"
 #include "core/selection.hpp"
 #include "module/vocabulary/boundary.hpp"
+#include "module/vocabulary/error_state.hpp"
 #include "module/vocabulary/py_ref.hpp"
 #include "module/vocabulary/python_values.hpp"
 #include "module/vocabulary/type_objects.hpp"
@@ -29,7 +30,12 @@ char typeCodeOf(const OCppPyArray& array) {
 
 /// Copies a run of real elements as `array.array` stores them, next to each other.
 template <class T>
-void packRun(char* target, const std::byte* source, long count, long stride) {
+void packRun(std::byte* target, const std::byte* source, long count, long stride) {
+    constexpr bool changes = std::is_same_v<T, float> || std::is_same_v<T, bool>;
+    if (!changes && stride == static_cast<long>(sizeof(T))) {
+        std::memcpy(target, source, static_cast<std::size_t>(count) * sizeof(T));
+        return;
+    }
     for (long i = 0; i < count; ++i, source += stride, target += sizeof(T)) {
         T element = loadElement<T>(source);
         if constexpr (std::is_same_v<T, float>)
@@ -38,38 +44,27 @@ void packRun(char* target, const std::byte* source, long count, long stride) {
     }
 }
 
-/// The elements of a real view with one free dimension as `array.array` stores them, as an object that gives its bytes;
-/// null with an error set. What lies in memory like this already is not copied: the object is valid as long as the
-/// elements stay there.
-template <class T>
-PyObject* packed(const Selection& selection, const std::byte* elements) {
-    constexpr bool changes = std::is_same_v<T, float> || std::is_same_v<T, bool>;
-    const Py_ssize_t size = selection.elementCount * static_cast<Py_ssize_t>(sizeof(T));
-    const std::byte* const first = elements + selection.origin;
-    if (!changes && selection.strides[0] == static_cast<long>(sizeof(T)))
-        return PyMemoryView_FromMemory(reinterpret_cast<char*>(const_cast<std::byte*>(first)), size, PyBUF_READ);
-    PyObject* bytes = PyBytes_FromStringAndSize(nullptr, size);
-    if (bytes != nullptr)
-        packRun<T>(PyBytes_AS_STRING(bytes), first, selection.elementCount, selection.strides[0]);
-    return bytes;
-}
-
 /// A new `array.array` of the elements of a real view with one free dimension; null with an error set.
-PyObject* arrayOfBytes(const OCppPyArray& array, const Selection& selection) {
-    // Making objects may run code that writes to the array and so moves its elements: these stay.
-    const data::Array heldElements = array.wrapper().heldElements();
-    const PyRef bytes = PyRef::steal(
-        visitElementTypeOf(array, [&]<class T>() { return packed<T>(selection, array.wrapper().elements()); }));
-    if (!bytes)
+PyObject* arrayOfRun(const OCppPyArray& array, const Selection& selection) {
+    const PyRef zero = PyRef::steal(PyObject_CallFunction(ArrayArray::s_arrayClass, "C(i)", typeCodeOf(array), 0));
+    PyRef result = PyRef::steal(zero ? PySequence_Repeat(zero.get(), selection.elementCount) : nullptr);
+    BufferView room;
+    if (!result || !room.acquire(result.get(), PyBUF_WRITABLE))
         return nullptr;
-    PyRef result = PyRef::steal(PyObject_CallFunction(ArrayArray::s_arrayClass, "C", typeCodeOf(array)));
-    if (!result)
+    if (room->len != selection.elementCount * array.layout().elementSize()) {
+        setError(PyExc_RuntimeError, "array.array has another length than it was given.");
         return nullptr;
-    const PyRef none = PyRef::steal(PyObject_CallMethod(result.get(), "frombytes", "O", bytes.get()));
-    return none ? result.release() : nullptr;
+    }
+    // Making objects may have run code that wrote to the array and so moved its elements: they are looked for now, when
+    // no more code can run.
+    const std::byte* const first = array.wrapper().elements() + selection.origin;
+    visitElementTypeOf(array, [&]<class T>() {
+        packRun<T>(static_cast<std::byte*>(room->buf), first, selection.elementCount, selection.strides[0]);
+    });
+    return result.release();
 }
 
-/// The same from an iterator over any view: complex numbers and sub-arrays `array.array` refuses.
+/// The same from an iterator over any view, as `array.array` takes or refuses its items.
 PyObject* arrayOfItems(const OCppPyArray& array, PyObject* iterator) {
     return PyObject_CallFunction(ArrayArray::s_arrayClass, "CO", typeCodeOf(array), iterator);
 }
@@ -87,8 +82,9 @@ void replaceError(const OCppPyArray& array) {
 PyObject* newArrayArray(PyObject* self, const OCppPyArray& core) {
     const Selection selection = selectionOf(core);
     PyObject* array = nullptr;
-    if (!core.isComplex() && hasOneFreeDimension(core) && selection.isInside) {
-        array = arrayOfBytes(core, selection);
+    const bool isRun = !core.isComplex() && hasOneFreeDimension(core) && selection.isInside;
+    if (isRun && ArrayArray::s_isInterpretersOwn) {
+        array = arrayOfRun(core, selection);
     } else {
         const PyRef iterator = PyRef::steal(OCPyArray_GetIter(self));
         if (!iterator)

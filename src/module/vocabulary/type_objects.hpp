@@ -27,6 +27,8 @@ namespace orvane::python {
 /// `array.array`, fetched at start-up.
 struct ArrayArray {
     static PyObject* s_arrayClass; ///< owned for the life of the process
+    /// Whether it is what the interpreter came with, and not another class that somebody has put into its place.
+    static bool s_isInterpretersOwn;
     /// False with RuntimeError set.
     static bool loadArrayClass();
 };
