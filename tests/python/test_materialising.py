@@ -8,37 +8,6 @@ import orvane
 from support import evaluate, grid, nested, refused, stored_bytes
 
 
-@pytest.mark.parametrize(
-    ("expression", "size"),
-    [
-        ("a", (2, 3)),
-        ("a[1]", (1, 3)),
-        ("a[1:2]", (1, 3)),
-        ("a[::-1]", (2, 3)),
-        ("a[1][::-2]", (1, 2)),
-        ("a[1:1]", (0, 3)),
-        ("a[1][2:2]", (0, 3)),
-        ("c[1]", (5, 6)),
-        ("c[1][2]", (1, 6)),
-        ("c[1:3]", (2, 5, 6)),
-        ("c[1][4:1:-2]", (2, 6)),
-        ("c[1][2:2]", (0, 5, 6)),
-        ("double(size=(2, 0))", (0, 0)),
-        ("double(size=(0, 5))", (0, 5)),
-        ("double(size=(2, 0, 3))[1]", (0, 0, 3)),
-        ("double(size=(3, 1))[0:2]", (2, 1)),
-    ],
-)
-def test_clones_of_chains(expression, size):
-    source = evaluate(expression, a=grid(2, 3), c=grid(4, 5, 6))
-    clone = source.clone()
-    assert (type(clone), clone.size) == (orvane.double, size)
-    shown = nested(source) if len(source.size) > 1 else [nested(source)]
-    assert nested(clone) == ([] if 0 in size else shown)
-    if expression[-1] == "]":
-        assert (memoryview(source).shape, stored_bytes(source)) == (size, stored_bytes(clone))
-
-
 @pytest.mark.parametrize("chain", ["a", "a[0]", "a[0:1]", "a[0][0:2]"])
 def test_the_first_snapshot_of_an_object_is_its_last(chain):
     a = grid(2, 2)
