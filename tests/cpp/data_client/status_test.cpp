@@ -13,8 +13,9 @@
 
 using namespace orvane::data;
 
-static_assert(std::is_base_of_v<std::exception, orvane::Exception>);
-static_assert(!std::is_base_of_v<std::runtime_error, orvane::Exception>);
+using OutOfMemory = detail::ArrayException<orvane::Exception, ExceptionType::OutOfMemory>;
+static_assert(std::is_convertible_v<OutOfMemory&, std::exception&>);
+static_assert(!std::is_base_of_v<std::runtime_error, OutOfMemory>);
 
 namespace {
 
