@@ -169,6 +169,15 @@ part[0] -> RuntimeError: TOO_MANY
 line['x'] -> RuntimeError: SUBSCRIPT
 part[0, 0] -> RuntimeError: SUBSCRIPT
 line[BIG] -> OverflowError: SSIZE
+line.__setitem__(BIG, 'x') -> RuntimeError: TOO_MANY
+line.__setitem__('x', 'x') -> RuntimeError: TOO_MANY
+part.__setitem__(slice(None), 'x') -> RuntimeError: TOO_MANY
+len(line) -> RuntimeError: TOO_MANY
+part.size -> RuntimeError: TOO_MANY
+line.size -> ()
+str(part) -> "[[]]"
+part.clone().size -> (0, 2)
+line.__reduce__() -> (double, ({}, []))
 [column[0], column[1], column[2]] -> [3.0, 5.0, 7.0]
 column[3] -> IndexError: index has an invalid value: 3
 column[-1] -> IndexError: index has an invalid value: 3

@@ -50,6 +50,13 @@ std::vector<unsigned long> extentsOf(data::impl::ArrayImpl* impl) {
 
 } // namespace
 
+TEST(Layout, NoIndicesLeadOutsideTheElements) {
+    const auto layout = reshaped();
+    EXPECT_EQ(layout->byteOffset(Extents{2, 1}), 40u);
+    EXPECT_FALSE(layout->byteOffset(Extents{0, 2}));
+    EXPECT_FALSE(layout->byteOffset(Extents{0, 0, 0}));
+}
+
 TEST(ArrayWrapper, OneBlockServesAsDataAndMirror) {
     freedBlocks = 0;
     auto wrapper = ODArrayWrapper::adopt(makeArray());
