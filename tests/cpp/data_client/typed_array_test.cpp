@@ -77,17 +77,6 @@ struct AsTestTypes<std::tuple<T...>> {
 };
 TYPED_TEST_SUITE(TypedArrays, AsTestTypes<orvane::ElementKinds>::Type);
 
-TYPED_TEST(TypedArrays, anArrayFromABufferTellsItsShapeAndElements) {
-    const auto array = this->twoByThree();
-    EXPECT_EQ(array.getType(), arrayTypeOf<TypeParam>);
-    EXPECT_EQ(array.getDimensions(), (std::vector<unsigned long>{2, 3}));
-    EXPECT_EQ(array.getNumberOfElements(), 6u);
-    EXPECT_EQ(array.end() - array.begin(), 6);
-    for (unsigned long i = 0; i < 6; ++i) {
-        EXPECT_EQ(array.begin()[static_cast<std::ptrdiff_t>(i)], this->value(i));
-    }
-}
-
 TYPED_TEST(TypedArrays, writingASharedArrayLeavesTheOtherHandleItsElements) {
     auto array = this->twoByThree();
     const auto other = array;
