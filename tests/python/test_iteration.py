@@ -6,7 +6,7 @@ import operator
 
 import pytest
 
-from support import each_kind, grid, refused
+from support import WORDS, each_kind, grid, refused
 
 
 @each_kind
@@ -30,6 +30,21 @@ def test_the_protocols_that_rest_on_iteration():
     row = grid(1, 3)[0]
     assert (2.0 in row, 3.0 in row, operator.countOf(row, 1)) == (True, False, 1)
     assert list(reversed(row)) == [2.0, 1.0, 0.0]
+
+
+def test_an_iterator_whose_indices_outgrow_the_shape_is_exhausted():
+    array = grid(2, 2, 2, 2)
+    walks = planes, vectors, elements = iter(array[1]), iter(array[1][1]), iter(array[1][1][1])
+    for walk in walks:
+        next(walk)
+    array.reshape(4, 4)
+    whole = next(planes)  # two indices in two dimensions: nothing is left to subscript
+    assert (whole.size, str(whole), list(iter(whole))) == ((), "[]", [])
+    with refused(RuntimeError, WORDS["TOO_MANY"]):
+        len(whole)
+    assert [*vectors, *elements] == []
+    array.reshape(2, 2, 2, 2)
+    assert [*vectors, *elements] == []
 
 
 def test_a_new_iteration_of_an_outdated_chain_says_so_and_gives_nothing(capfd):

@@ -182,6 +182,8 @@ line.__reduce__() -> (double, ({}, []))
 column[3] -> IndexError: index has an invalid value: 3
 column[-1] -> IndexError: index has an invalid value: 3
 column[1:][2] -> IndexError: index has an invalid value: 3
+str(column) -> IndexError: index has an invalid value: 3
+column.__reduce__() -> IndexError: index has an invalid value: 3
 a[::2**62][::2**62] -> [[0.0, 4.0]]
 a[::-2**63][::2**62][::-1] -> [[3.0, 7.0]]
 a[::3][::-2**62] -> [[3.0, 7.0]]
