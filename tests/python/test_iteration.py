@@ -6,7 +6,7 @@ import operator
 
 import pytest
 
-from support import WORDS, each_kind, grid, refused
+from support import WORDS, each_kind, grid, nested, refused
 
 
 @each_kind
@@ -30,6 +30,15 @@ def test_the_protocols_that_rest_on_iteration():
     row = grid(1, 3)[0]
     assert (2.0 in row, 3.0 in row, operator.countOf(row, 1)) == (True, False, 1)
     assert list(reversed(row)) == [2.0, 1.0, 0.0]
+
+
+def test_a_reshape_under_way_is_seen_through_the_old_indices():
+    array = grid(2, 3, 2)
+    walk, rows = iter(array), iter(array[0:2])
+    next(walk)
+    array.reshape(6, 2)  # the second item has the index 1 of a first dimension of 6
+    assert nested(next(walk)) == [1.0, 7.0]
+    assert [nested(row) for row in rows] == [[0.0, 6.0], [1.0, 7.0]]
 
 
 def test_an_iterator_whose_indices_outgrow_the_shape_is_exhausted():
