@@ -82,7 +82,11 @@ def build_directory() -> Path:
 @functools.cache
 def client(name: str) -> ModuleType:
     """One of the clients, imported."""
-    (file,) = build_directory().glob(f"{name}.*so")
+    return load(name, build_directory())
+
+
+def load(name: str, directory: Path) -> ModuleType:
+    (file,) = directory.glob(f"{name}.*so")
     spec = importlib.util.spec_from_file_location(name, file)
     assert spec
     assert spec.loader

@@ -8,15 +8,10 @@ import pytest
 
 import orvane
 from support import (
-    WORDS,
     answered_by,
-    each_kind,
     execute,
     grid,
-    make,
     nested,
-    refused,
-    stored_bytes,
     table,
 )
 
@@ -88,54 +83,6 @@ def test_statements(expression, answer):
     assert list(array._data) == list(memoryview(array).cast("B").cast("d")) == expected
 
 
-@table(
-    """
-(2, 0), a[0] = [] ->
-(2, 0), a[0] = [1] -> ValueError: SHAPE
-(2, 0), a[0][0:0] = [] ->
-(2, 0, 3), a[0] = [] -> ValueError: SHAPE
-(2, 3, 0), a[1] = [[], [], []] ->
-(2, 0), a[0:2] = [] -> ValueError: slice is nonempty but values are empty.
-(2, 0), a[0:2] = 5 -> RuntimeError: unable to set value.
-(0, 2), a[0:2] = [] ->
-""".replace("->\n", "-> nothing\n")
-)
-def test_lengths_of_zero(expression, answer):
-    size, statement = expression.rsplit(", a", 1)
-    with answered_by(answer):
-        execute("a" + statement, a=orvane.double(size=eval(size)))
-
-
-def test_blocks_fill_with_the_last_dimension_fastest():
-    a = grid(2, 3)
-    for values in ([1, 2, 3, 4, 5, 6], [[1, 2], [3, 4], [5, 6]], [[[1], [2], [3], [4], [5], [6]]]):
-        a[0:2] = [0] * 6
-        a[0:2] = values
-        assert nested(a) == [[1.0, 2.0, 3.0], [4.0, 5.0, 6.0]]
-    cube = orvane.double(size=(2, 2, 2))
-    cube[1] = [[1, 2], [3, 4]]
-    cube[0][::-1] = [5, 6, 7, 8]
-    assert nested(cube) == [[[7.0, 8.0], [5.0, 6.0]], [[1.0, 2.0], [3.0, 4.0]]]
-
-
-@each_kind
-def test_every_route_writes_both_stores(kind):
-    a = make(kind, size=(2, 3))
-    clone = a.clone()
-    values = [True, False, True] if kind.name == "logical" else [3, 1, 2]
-    if kind.is_complex:
-        values = [complex(x, x + 1) for x in values]
-    for statement in ("a[0][1] = v[0]", "a[1] = v", "a[0][0:3:2] = v[1:]", "a[0:1] = v"):
-        execute(statement, a=a, v=values)
-        mirror = kind.unpack(stored_bytes(a))
-        parts = [a._real, a._imag] if kind.is_complex else [a._data]  # of the library's array
-        assert list(zip(*parts, strict=True)) == (
-            mirror if kind.is_complex else [(x,) for x in mirror]
-        )
-    assert nested(a) == [values, values]
-    assert not any(stored_bytes(clone))
-
-
 def test_the_right_side_is_read_before_anything_is_written():
     a = grid(3, 2)
     a[::-1] = a
@@ -143,39 +90,6 @@ def test_the_right_side_is_read_before_anything_is_written():
     a[0][:] = a[1]
     a[2] = a[2][::-1]
     assert nested(a) == [[1.0, 4.0], [1.0, 4.0], [3.0, 0.0]]
-
-
-def test_a_complex_element_takes_what_is_no_number_as_zero():
-    a = orvane.double([[1j] * 4], is_complex=True)
-    for i, value in enumerate(("x", [1, 2], None, object())):
-        a[0][i] = value
-    assert list(a[0]) == [0j] * 4
-    with refused(ValueError, WORDS["NUMERIC"]):
-        a[0][0:1] = "x"
-
-
-def test_logical_elements_take_floats_only_in_construction():
-    a = orvane.logical([0.5, 0.0])
-    for statement in ("a[0][0] = 0.5", "a[0] = [0.5, True]", "a[0][0:1] = [0.5]", "a[0:1] = 0.5"):
-        with refused(TypeError, "orvane.logical does not accept floating-point values."):
-            execute(statement, a=a)
-    a[0] = [2, 0]
-    assert list(a[0]) == [True, False]
-
-
-def test_outdated_chains_are_refused_before_the_subscript_is_looked_at():
-    a, far = grid(2, 2, 2), grid(4, 2)
-    line, sliced, column = a[1][1], a[1][1][0:1], far[3]
-    a.reshape(4, 2), far.reshape(2, 4)
-    for view in (line, sliced):
-        for subscript in (0, slice(None), "x", 2**70):
-            with refused(RuntimeError, WORDS["TOO_MANY"]):
-                view[subscript] = "x"
-    column[2] = -1  # places 3, 5, 7 and one beyond
-    with refused(RuntimeError, "unable to set value."):
-        column[0:4] = [-2, -3, -4, -5]
-    assert list(far._data) == [0.0, 1.0, 2.0, -2.0, 4.0, -3.0, 6.0, -4.0]
-    assert stored_bytes(far) == stored_bytes(far.clone())
 
 
 def test_there_is_no_sequence_assignment():

@@ -10,7 +10,7 @@ from hypothesis import strategies as st
 import orvane
 from reference.array import View
 from reference.elements import KINDS
-from support import check, each_kind, grid, make, nested, outcome, stored_bytes, table
+from support import check, grid, make, outcome, stored_bytes, table
 
 
 class Sized:
@@ -95,13 +95,6 @@ double([[1, 2, 3], [4, 5, 6]], (3, 2)) -> SizeError:
 """)
 def test_nested_values(expression, answer):
     check(expression, answer, Sized=Sized, array=array.array)
-
-
-@each_kind
-def test_zeros_of_every_kind(kind):
-    zeros = make(kind, size=(2, 3, 2))
-    assert stored_bytes(zeros) == bytes(kind.size * 12)
-    assert nested(zeros) == [[[kind.read(kind.zero)] * 2] * 3] * 2
 
 
 def test_a_user_defined_sequence_sees_every_call_in_order():

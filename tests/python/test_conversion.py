@@ -19,7 +19,6 @@ from support import (
     NAMES,
     WORDS,
     check,
-    each_kind,
     each_type,
     make,
     outcome,
@@ -125,15 +124,6 @@ def test_what_no_real_type_accepts(name):
 def test_complex_kinds_read_what_is_no_number_as_zero(name):
     values = [None, object(), Convertible(), Fraction(1, 2), {}, {1: 2}, {1}]
     assert list(getattr(orvane, name)(values, is_complex=True)[0]) == [0j] * len(values)
-
-
-@each_kind
-def test_every_way_in_stores_the_same_bytes(kind):
-    value = 7 + 3j if kind.is_complex else kind.name == "logical" or 7
-    assigned = make(kind, size=(1, 1))
-    assigned[0][0] = value
-    for array in (make(kind, value), make(kind, [[value]]), make(kind, vector=[value]), assigned):
-        assert stored_bytes(array) == kind.pack((7, 3) if kind.is_complex else value)
 
 
 numbers = st.one_of(

@@ -58,6 +58,7 @@ def test_every_kind_exports_its_format_and_strides(kind):
     assert (view.f_contiguous, view.c_contiguous, view.nbytes) == (True, False, 24 * kind.size)
     assert view.obj is exporter
     assert (exporter.itemsize, exporter._is_complex) == (kind.size, kind.is_complex)
+    assert exporter._size == exporter.size == view.shape
     if not kind.is_complex:
         assert view.tolist() == nested(exporter)
     for shape in ((0, 3), (3, 0), (2, 0, 3)):
@@ -122,26 +123,3 @@ def test_more_dimensions_than_the_interpreter_takes():
         with refused(ValueError, NOT_C):
             get_buffer(exporter, ctypes.byref(PyBuffer()), C_CONTIGUOUS)
     assert memoryview(deep[0]).ndim == 64
-
-
-def test_attributes_that_make_arrays():
-    pairs, real = orvane.int16([[1 + 2j, 3], [5, 7 - 4j]], is_complex=True), grid(2, 2)
-    assert [list(a) for a in (pairs._real, pairs._imag)] == [[1, 5, 3, 7], [2, 0, 0, -4]]
-    assert list(real._data) == [0.0, 1.0, 2.0, 3.0]
-    for attribute in ("_real", "_imag"):
-        with refused(ValueError, "real() and imag() can be called only on a complex array."):
-            getattr(real, attribute)
-    with refused(ValueError, "noncomplex() must not be called on a complex array."):
-        _ = pairs[0]._data
-
-
-def test_size_of_chains():
-    cube = grid(2, 3, 4)
-    for view, size in ((cube, (2, 3, 4)), (cube[1], (3, 4)), (cube[1][0:2], (2, 4))):
-        assert view.size == view._size == size
-    line, sliced = cube[1][2], cube[1][2][1:3]
-    cube.reshape(6, 4)
-    assert line.size == ()
-    for ask in (lambda: sliced.size, lambda: len(line), lambda: len(sliced)):
-        with refused(RuntimeError, WORDS["TOO_MANY"]):
-            ask()

@@ -2,21 +2,11 @@
 
 from __future__ import annotations
 
-import gc
 import operator
 
 import pytest
 
 from support import WORDS, each_kind, grid, nested, refused
-
-
-@each_kind
-def test_iteration_gives_what_subscripts_give(kind):
-    array = grid(2, 3, 4, kind=kind)
-    for view in (array, array[1], array[1][2], array[::-1], array[0][2:0:-1], array[1][1][::3]):
-        items = list(view)
-        assert len(items) == len(view) == view.size[0]
-        assert list(map(repr, items)) == [repr(view[i]) for i in range(len(view))]
 
 
 @each_kind
@@ -30,30 +20,10 @@ def test_numbers_that_a_loop_keeps_stay_as_they_are(kind, every):
     assert kept == [row[i] for i in range(0, 60, every)]
 
 
-@pytest.mark.parametrize("shape", [(0, 3), (1, 0), (2, 0, 3), (3, 2, 0)])
-def test_lengths_of_zero(shape):
-    array = grid(*shape)
-    assert len(array) == len(list(array)) == shape[0]
-    assert all(item.size == shape[1:] for item in array)
-    assert list(grid(4, 2)[3:3]) == list(grid(4, 2)[0][1:1]) == []
-
-
 def test_an_exhausted_iterator_stays_so():
     iterator = iter(grid(1, 2)[0])
     assert iter(iterator) is iterator
     assert [*iterator, *iterator, *iterator] == [0.0, 1.0]
-
-
-def test_the_items_share_storage_and_see_later_writes():
-    array = grid(3, 2)
-    for row in array:
-        row[0] = -row[0]
-    walk = iter(array[1])
-    assert next(walk) == -1.0
-    array[1][1] = 50
-    del array
-    gc.collect()
-    assert next(walk) == 50.0
 
 
 def test_the_protocols_that_rest_on_iteration():

@@ -15,11 +15,14 @@ from reference.elements import Kind
 from support import (
     KIND_OF,
     Exporter,
+    answered_by,
     each_kind,
+    evaluate,
     exporting,
     from_stored,
     refused,
     stored_bytes,
+    table,
 )
 
 UNINITIALISED = "object not initialized."
@@ -156,22 +159,22 @@ def test_a_buffer_of_every_format_becomes_its_type(capsule: Any, kind: Kind) -> 
     assert capsule.last_type_code() == code
 
 
-@pytest.mark.parametrize(
-    ("format_", "itemsize", "code", "made"),
-    [
-        ("l", 8, 11, orvane.int64([[1, 0]])),
-        ("l", 4, 9, orvane.int32([[1, 0, 0, 0]])),
-        ("L", 8, 12, orvane.uint64([[1, 0]])),
-        ("L", 4, 10, orvane.uint32([[1, 0, 0, 0]])),
-        ("dd", 8, 3, orvane.double([[5e-324, 0]])),
-        # The size of a complex element is that of both parts, so 'l' and 'L' never come to 32 bits.
-        ("Zl", 8, 21, orvane.int64([[1]], is_complex=True)),
-        ("ZL", 16, 22, orvane.uint64([[1]], is_complex=True)),
-    ],
-)
+# Format and size of an element -> type code. The size of a complex one is that of both parts, so
+# that 'l' and 'L' never come to 32 bits there.
+@table("""
+'l', 8 -> 11, int64([[1, 0]])
+'l', 4 -> 9, int32([[1, 0, 0, 0]])
+'L', 8 -> 12, uint64([[1, 0]])
+'L', 4 -> 10, uint32([[1, 0, 0, 0]])
+'dd', 8 -> 3, double([[5e-324, 0]])
+'Zl', 8 -> 21, int64([[1]], is_complex=True)
+'ZL', 16 -> 22, uint64([[1]], is_complex=True)
+""")
 def test_formats_that_are_read_by_their_first_characters(
-    capsule: Any, format_: str, itemsize: int, code: int, made: Any
+    capsule: Any, expression: str, answer: str
 ) -> None:
+    format_, itemsize = evaluate(expression)
+    code, made = evaluate(answer)
     exporter = Exporter(b"\x01" + bytes(15), format_, itemsize, (16 // itemsize,))
     result = capsule.array_from_buffer(exporter)
     assert (type(result), result._is_complex) == (type(made), made._is_complex)
@@ -179,51 +182,27 @@ def test_formats_that_are_read_by_their_first_characters(
     assert stored_bytes(result) == stored_bytes(made)
 
 
-@pytest.mark.parametrize(
-    ("exporter", "exception", "message", "code"),
-    [
-        (None, None, "", NO_TYPE),
-        ("text", None, "", NO_TYPE),
-        ([1.0], None, "", NO_TYPE),
-        (lambda: Exporter(b"", None, 1, (0,)), RuntimeError, "format field is null.", NO_TYPE),
-        (lambda: Exporter(b"", "", 1, (0,)), RuntimeError, "format field is empty.", NO_TYPE),
-        (
-            lambda: Exporter(bytes(8), "<d", 8, (1,)),
-            RuntimeError,
-            "format character not supported: <",
-            NO_TYPE,
-        ),
-        (
-            lambda: Exporter(bytes(2), "Z?", 2, (1,)),
-            TypeError,
-            "logical arrays must not be complex.",
-            23,
-        ),
-        (
-            lambda: Exporter(bytes(16), "Z", 16, (1,)),
-            BufferError,
-            "input buffer format ('Z') is not compatible with output format ('Zd'); "
-            "use a different input or output type",
-            13,
-        ),
-        (
-            lambda: memoryview(b"abcd")[::2],
-            BufferError,
-            "memoryview: underlying buffer is not contiguous",
-            NO_TYPE,
-        ),
-    ],
-)
-def test_what_is_refused_as_a_buffer(
-    capsule: Any, exporter: Any, exception: Any, message: str, code: int
-) -> None:
-    source = exporter() if callable(exporter) else exporter
-    if exception is None:
-        assert capsule.array_from_buffer(source) is None
-    else:
-        with refused(exception, message):
-            capsule.array_from_buffer(source)
-    assert capsule.last_type_code() == code
+# A number is the type code that is left; there is none for what has no type.
+@table("""
+None -> None
+'text' -> None
+[1.0] -> None
+Exporter(b'', None, 1, (0,)) -> RuntimeError: format field is null.
+Exporter(b'', '', 1, (0,)) -> RuntimeError: format field is empty.
+Exporter(bytes(8), '<d', 8, (1,)) -> RuntimeError: format character not supported: <
+Exporter(bytes(2), 'Z?', 2, (1,)) -> 23 & TypeError: logical arrays must not be complex.
+Exporter(bytes(16), 'Z', 16, (1,)) -> 13 & BufferError: input buffer format ('Z') is not compatible
+    with output format ('Zd'); use a different input or output type
+memoryview(b'abcd')[::2] -> BufferError: memoryview: underlying buffer is not contiguous
+""")
+def test_what_is_refused_as_a_buffer(capsule: Any, expression: str, answer: str) -> None:
+    source = evaluate(expression, Exporter=Exporter)
+    code, _, refusal = answer.rpartition(" & ")
+    with answered_by(refusal) as expects_value:
+        made = capsule.array_from_buffer(source)
+        assert expects_value
+        assert made is None
+    assert capsule.last_type_code() == int(code or NO_TYPE)
     # Nothing of the exporter is held on to.
     assert not getattr(source, "open_views", 0)
 

@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import importlib.util
 import re
 import sys
 from pathlib import Path
@@ -11,7 +10,7 @@ from typing import Any
 import pytest
 
 import orvane
-from native_clients import ROOT, ask_package, cmake_build, run, tool
+from native_clients import ROOT, ask_package, cmake_build, load, run, tool
 from support import refused, stored_bytes
 
 np = pytest.importorskip("numpy")
@@ -27,13 +26,7 @@ def spectral(tmp_path_factory: pytest.TempPathFactory) -> Any:
         if "LAPACK was not found" in str(error):
             pytest.skip("LAPACK is not installed")
         raise
-    (file,) = build.glob("spectral.*.so")
-    spec = importlib.util.spec_from_file_location("spectral", file)
-    assert spec
-    assert spec.loader
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
-    return module
+    return load("spectral", build)
 
 
 def from_numpy(matrix: Any) -> Any:

@@ -17,7 +17,16 @@ import orvane
 import orvanemultidimarrayforpython
 from native_clients import ROOT, ask_package, build_directory, client, cmake_build, run, samples
 from reference.elements import Kind
-from support import KINDS, Exporter, each_kind, from_stored, refused, stored_bytes
+from support import (
+    KINDS,
+    Exporter,
+    each_kind,
+    evaluate,
+    from_stored,
+    refused,
+    stored_bytes,
+    table,
+)
 
 REPLACEMENT = Path(os.environ.get("ORVANE_REPLACEMENT_LIBRARY", "nowhere"))
 
@@ -106,29 +115,18 @@ def test_a_kept_copy_is_independent(typed: Any) -> None:
 # --- refusals ------------------------------------------------------------------------------------
 
 
-@pytest.mark.parametrize(
-    ("format_", "came", "message"),
-    [
-        ("d", [1.0], "expected a real orvane.double array, got list"),
-        ("d", None, "expected a real orvane.double array, got NoneType"),
-        ("d", orvane.int8(), "expected a real orvane.double array, got orvane.int8"),
-        ("?", orvane.uint8(), "expected an orvane.logical array, got orvane.uint8"),
-        ("Zf", orvane.double, "expected a complex orvane.single array, got type"),
-        (
-            "d",
-            orvane.double(is_complex=True),
-            "expected a real orvane.double array, got a complex orvane.double array",
-        ),
-        (
-            "Zh",
-            orvane.int16([[1, 2]])[0],
-            "expected a complex orvane.int16 array, got a real orvane.int16 array",
-        ),
-    ],
-)
-def test_what_is_no_such_array(typed: Any, format_: str, came: Any, message: str) -> None:
-    with refused(TypeError, message):
-        typed.take(format_, came)
+@table("""
+'d', [1.0] -> a real orvane.double array, got list
+'d', None -> a real orvane.double array, got NoneType
+'d', int8() -> a real orvane.double array, got orvane.int8
+'?', uint8() -> an orvane.logical array, got orvane.uint8
+'Zf', double -> a complex orvane.single array, got type
+'d', double(is_complex=True) -> a real orvane.double array, got a complex orvane.double array
+'Zh', int16([[1, 2]])[0] -> a complex orvane.int16 array, got a real orvane.int16 array
+""")
+def test_what_is_no_such_array(typed: Any, expression: str, answer: str) -> None:
+    with refused(TypeError, f"expected {answer}"):
+        typed.take(*evaluate(expression))
 
 
 def test_only_the_kind_itself_is_taken(typed: Any) -> None:

@@ -11,7 +11,7 @@ import pytest
 
 import orvane
 from ovexceptions import ShapeError, SizeError
-from support import check, each_kind, grid, make, nested, refused, stored_bytes, table
+from support import check, each_kind, grid, make, refused, stored_bytes, table
 
 COMPLEX = {"is_complex": True}
 
@@ -42,23 +42,6 @@ def test_a_round_trip_keeps_type_kind_shape_and_values(kind):
             assert (twin._is_complex, stored_bytes(twin)) == (kind.is_complex, stored_bytes(array))
             assert twin.buffer_info()[0] != array.buffer_info()[0]
     assert pickle.loads(pickle.dumps(make(kind)))._is_complex is kind.is_complex
-
-
-def test_outdated_chains():
-    a = grid(2, 2, 2)
-    line = a[1][1]
-    a.reshape(4, 2)
-    assert line.__reduce__() == (orvane.double, ({}, []))
-    column = a[3]
-    a.reshape(1, 8)
-    with refused(IndexError, "index has an invalid value: 5"):
-        column.__reduce__()
-
-
-def test_deepcopy_remembers():
-    a = grid(2, 2)
-    one, two = copy.deepcopy([a, a])
-    assert (one is two, one is a, nested(one) == nested(a)) == (True, False, True)
 
 
 def test_spawned_workers():

@@ -2,11 +2,7 @@
 
 from __future__ import annotations
 
-import itertools
-
-import pytest
-
-from support import check, each_kind, from_stored, grid, make, nested, table
+from support import check, grid, table
 
 
 class Index:
@@ -55,39 +51,3 @@ b[1][1][0] -> TypeError: 'float' object is not subscriptable
 """)
 def test_subscripts(expression, answer):
     check(expression, answer, b=grid(10, 2), c=grid(4, 5, 6), e=grid(0, 3), Index=Index)
-
-
-@each_kind
-def test_what_a_subscript_gives_back(kind):
-    array = grid(2, 2, kind=kind)
-    expected = complex if kind.is_complex else type(kind.zero)
-    assert type(array[1][1]) is expected
-    for view in (array[1], array[0:1], array[1][0:2][1:]):
-        assert (type(view), view._is_complex) == (type(array), kind.is_complex)
-    if kind.element.is_integer:
-        limits = [kind.element.low, kind.element.high]
-        stored = [(x, 0) for x in limits] if kind.is_complex else limits
-        assert list(from_stored(kind, stored)[0]) == [expected(x) for x in limits]
-
-
-@pytest.mark.parametrize(
-    "shape", [(1, 7), (7, 1), (3, 4), (2, 3, 4), (2, 1, 3, 2), (1,) * 69 + (2,)]
-)
-def test_every_place_holds_its_element(shape):
-    array = grid(*shape)
-    for number, place in enumerate(itertools.product(*map(range, shape[::-1]))):
-        element = array
-        for i in reversed(place):
-            element = element[i]
-        assert element == float(number)
-
-
-@each_kind
-def test_views_share_elements(kind):
-    array = make(kind, size=(3, 4))
-    views = array[1:3][0], array[::-1][1], array[1]
-    one = kind.read((1, 0) if kind.is_complex else type(kind.zero)(1))
-    array[1][2] = True
-    assert [nested(view) for view in views] == [[0, 0, one, 0]] * 3
-    views[1][0] = True
-    assert nested(array) == [[0] * 4, [one, 0, one, 0], [0] * 4]

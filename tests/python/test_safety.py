@@ -68,6 +68,12 @@ def test_impossible_sizes(expression, answer):
             evaluate(expression.replace("double", name), LONG=LONG)
 
 
+def test_lengths_that_promise_more_than_size_asks_for():
+    inner = [1.0, None] + [1.0] * (10**6 - 2)
+    with refused(TypeError, WORDS["NONE"]):
+        orvane.double([inner] * 10**6, size=(2, 2))
+
+
 @pytest.mark.parametrize("size", [(0, 2**62, 2**62), (2**62, 2**62, 0), (2**62, 0), (2**40, 0, 7)])
 def test_no_elements_under_huge_dimensions(size):
     a = orvane.double(size=size)
@@ -169,10 +175,21 @@ part[0] -> RuntimeError: TOO_MANY
 line['x'] -> RuntimeError: SUBSCRIPT
 part[0, 0] -> RuntimeError: SUBSCRIPT
 line[BIG] -> OverflowError: SSIZE
+line.__setitem__(BIG, 'x') -> RuntimeError: TOO_MANY
+line.__setitem__('x', 'x') -> RuntimeError: TOO_MANY
+part.__setitem__(slice(None), 'x') -> RuntimeError: TOO_MANY
+len(line) -> RuntimeError: TOO_MANY
+part.size -> RuntimeError: TOO_MANY
+line.size -> ()
+str(part) -> "[[]]"
+part.clone().size -> (0, 2)
+line.__reduce__() -> (double, ({}, []))
 [column[0], column[1], column[2]] -> [3.0, 5.0, 7.0]
 column[3] -> IndexError: index has an invalid value: 3
 column[-1] -> IndexError: index has an invalid value: 3
 column[1:][2] -> IndexError: index has an invalid value: 3
+str(column) -> IndexError: index has an invalid value: 3
+column.__reduce__() -> IndexError: index has an invalid value: 3
 a[::2**62][::2**62] -> [[0.0, 4.0]]
 a[::-2**63][::2**62][::-1] -> [[3.0, 7.0]]
 a[::3][::-2**62] -> [[3.0, 7.0]]
@@ -278,6 +295,27 @@ def test_finalizers_at_any_allocation():
         gc.set_threshold(*thresholds)
 
 
+def test_collections_that_write_while_toarray_makes_its_array():
+    a = grid(1, 500)
+    image, address, row = memoryview(a), a.buffer_info()[0], a[0]
+
+    def write(phase, info):
+        a[0][0] = -1.0
+
+    thresholds = gc.get_threshold()
+    gc.callbacks.append(write)
+    gc.set_threshold(1)
+    try:
+        made = [row.toarray() for _ in range(20)]
+    finally:
+        gc.set_threshold(*thresholds)
+        gc.callbacks.remove(write)
+    write("", {})
+    assert (a.buffer_info()[0], image[0, 0]) == (address, -1.0)
+    assert {len(numbers) for numbers in made} == {500}
+    assert row.toarray().tolist() == list(row)
+
+
 # The process as a whole
 
 
@@ -299,6 +337,19 @@ for size in ((3,), (2, 1)):
     except Exception as error:
         print(type(error).__name__)
 """) == ["ShapeError", "SizeError"]
+
+
+def test_a_class_in_the_place_of_array_array_gets_code_and_items():
+    assert run("""
+import array
+class Pair(list):
+    def __init__(self, code, items):
+        super().__init__([code, *items])
+array.array = Pair
+import orvane
+made = orvane.int16([1, 2])[0].toarray()
+print(type(made).__name__, *made)
+""") == ["Pair", "h", "1", "2"]
 
 
 @pytest.mark.skipif(

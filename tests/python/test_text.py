@@ -10,7 +10,7 @@ from hypothesis import strategies as st
 
 import orvane
 from reference.elements import KINDS
-from support import COMPLEX, DOUBLE, check, each_kind, from_stored, grid, nested, refused, table
+from support import COMPLEX, DOUBLE, check, from_stored, grid, table
 
 
 @table("""
@@ -31,13 +31,6 @@ str(uint64([2**64 - 1])) -> "[[18446744073709551615]]"
 """)
 def test_forms(expression, answer):
     check(expression, answer, a=grid(2, 2))
-
-
-@each_kind
-def test_text_is_that_of_the_nested_list_without_blanks(kind):
-    array = grid(3, 4, 2, kind=kind)
-    for view in (array, array[1], array[::-2], array[2][3:0:-1], array[0][1], array[0][1][:1]):
-        assert str(view) == str(nested(view)).replace(" ", "")
 
 
 @given(st.sampled_from(KINDS), st.data())
@@ -65,17 +58,3 @@ def test_awkward_doubles():
 def test_a_long_text_is_never_shortened():
     numbers = numpy.arange(100_000, dtype="i")
     assert str(orvane.int32(numbers)) == str([numbers.tolist()]).replace(" ", "")
-
-
-def test_outdated_chains_print_what_is_left():
-    array = grid(4, 3, 2)
-    line, lines, row, far = array[3][2], array[3][1:3], array[0], array[2][2][0:2]
-    array.reshape(2, 12)
-    assert (str(line), str(far), str(row)) == ("[]", "[[],[]]", str(array[0]))
-    array.reshape(24, 1)
-    with refused(RuntimeError, "unable to set list item."):
-        str(lines)
-    row = array[2]
-    array.reshape(1, 24)
-    with refused(IndexError, "index has an invalid value: 22"):
-        str(row)

@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "core/array_wrapper.hpp"
+#include "core/selection.hpp"
 #include "data_client/array_factory.hpp"
 
 using namespace orvane;
@@ -49,6 +50,15 @@ std::vector<unsigned long> extentsOf(data::impl::ArrayImpl* impl) {
 }
 
 } // namespace
+
+TEST(Layout, NothingLeadsOutsideTheElements) {
+    const auto layout = reshaped();
+    EXPECT_EQ(layout->byteOffset(Extents{2, 1}), 40u);
+    EXPECT_FALSE(layout->byteOffset(Extents{0, 2}));
+    EXPECT_FALSE(layout->byteOffset(Extents{0, 0, 0}));
+    const SliceIndexItem below{0, -1, 2};
+    EXPECT_FALSE(select(layout, Extents{}, &below).isInside);
+}
 
 TEST(ArrayWrapper, OneBlockServesAsDataAndMirror) {
     freedBlocks = 0;

@@ -59,14 +59,6 @@ TEST_F(Elements, allWaysToAPlaceLeadToTheSameAddress) {
     }
 }
 
-TEST_F(Elements, aReferenceWritesItsElementAlone) {
-    std::int32_t realPart = -3;
-    std::int32_t imagPart = 4;
-    ASSERT_EQ(call<FunctionType::ReferenceSetComplex>(referenceTo(2).get(), complexType, &realPart, &imagPart),
-              Status::Success);
-    EXPECT_EQ(std::vector<Element>(elements(), elements() + 4), (std::vector<Element>{0, 0, {-3, 4}, 0}));
-}
-
 TEST_F(Elements, writingRefusesAnotherTypeAndLeavesTheElement) {
     double part = 1;
     const ReferencePointer reference = referenceTo(0);
@@ -96,13 +88,6 @@ TEST_F(Elements, indicesBeyondTheElementsAreRefused) {
     ASSERT_EQ(createArray(complexType, {0, 2}, array), Status::Success);
     EXPECT_EQ(call<FunctionType::ArrayGetReference>(array.get(), 0UL, &made), Status::EmptyArray);
     EXPECT_EQ(made, nullptr);
-}
-
-TEST_F(Elements, anEmptyArrayBeginsAtItsEnd) {
-    ASSERT_EQ(createArray(complexType, {0, 2}, array), Status::Success);
-    void* end = nullptr;
-    call<FunctionType::IteratorGetElement>(call<FunctionType::ArrayEnd>(array.get(), false), &end);
-    EXPECT_EQ(static_cast<void*>(dataOf(array)), end);
 }
 
 TEST_F(Elements, nullsAreAnsweredWithNullsAndStatuses) {

@@ -19,10 +19,4 @@ TEST(FunctionTable, answersForItsNumbersAndForNoOthers) {
     EXPECT_EQ(get_function_ptr(std::numeric_limits<int>::max()), nullptr);
 }
 
-TEST(FunctionTable, givesTheSameFunctionEachTime) {
-    for (const int number : offeredNumbers) {
-        EXPECT_EQ(get_function_ptr(number), get_function_ptr(number)) << number;
-    }
-}
-
 } // namespace

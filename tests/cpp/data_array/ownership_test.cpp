@@ -47,19 +47,6 @@ TEST_F(Ownership, anAdoptedBufferStaysInPlaceInEitherLayoutAndIsFreedOnce) {
     }
 }
 
-TEST_F(Ownership, theFunctionWithoutLayoutAdoptsAsWell) {
-    std::int16_t* const elements = sixElements();
-    unsigned long extents[] = {3, 2};
-    ArrayImpl* made = nullptr;
-    ASSERT_EQ(call<FunctionType::FactoryCreateArrayFromColumnMajorBuffer>(factory(), int16Type, extents, 2UL, elements,
-                                                                          countedFree, &made),
-              Status::Success);
-    ArrayPointer array(made);
-    EXPECT_EQ(static_cast<void*>(dataOf(array)), elements);
-    array.reset();
-    EXPECT_EQ(freedBuffers, 1);
-}
-
 TEST_F(Ownership, aRefusedBufferIsFreedOnce) {
     const unsigned long most = ~0UL;
     ArrayPointer array;
@@ -94,33 +81,6 @@ TEST_F(Ownership, aBufferWithoutDeleterStaysTheCallers) {
     ASSERT_EQ(adopt(int16Type, {2, 3}, elements, nullptr, MemoryLayout::ColumnMajor, array), Status::Success);
     array.reset();
     EXPECT_EQ(elements[5], 6);
-}
-
-TEST_F(Ownership, unsharingCopiesWhatIsSharedAndNothingElse) {
-    const ArrayPointer array = twoByThree();
-    ArrayImpl* made = nullptr;
-    EXPECT_FALSE(call<FunctionType::ArrayUnshare>(array.get(), true, &made));
-    EXPECT_EQ(made, nullptr);
-
-    ASSERT_TRUE(call<FunctionType::ArrayUnshare>(array.get(), false, &made));
-    const ArrayPointer copy(made);
-    EXPECT_NE(dataOf(copy), dataOf(array));
-    EXPECT_EQ(extentsOf(copy), extentsOf(array));
-    EXPECT_EQ(typeOf(copy), int16Type);
-    EXPECT_TRUE(std::ranges::equal(bytesOf(copy), bytesOf(array)));
-}
-
-TEST_F(Ownership, releaseHandsOverTheVeryBufferWithItsDeleter) {
-    ArrayPointer array = twoByThree();
-    std::byte* const elements = dataOf(array);
-    void* buffer = nullptr;
-    BufferDeleter deleter = nullptr;
-    ASSERT_EQ(call<FunctionType::ArrayRelease>(array.get(), true, &buffer, &deleter), Status::Success);
-    EXPECT_EQ(buffer, elements);
-    array.reset();
-    EXPECT_EQ(freedBuffers, 0);
-    deleter(buffer);
-    EXPECT_EQ(freedBuffers, 1);
 }
 
 TEST_F(Ownership, releaseOfASharedArrayHandsOverACopy) {

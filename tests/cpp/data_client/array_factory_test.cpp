@@ -1,11 +1,10 @@
-// Making arrays through the factory: ownership of buffers, refusals.
+// Making arrays through the factory, and who owns their buffers: the only handle, many, one that is lent.
 #include "data_array/deleter_count.hpp"
 #include "data_client/array_factory.hpp"
+#include "data_client/column_major_span.hpp"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <utility>
@@ -25,7 +24,16 @@ class Factory : public testing::Test {
 protected:
     void SetUp() override { freedBuffers = 0; }
 
+    TypedArray<float> counted() { return factory.createArrayFromBuffer<float>({2, 3}, countedBuffer()); }
+
+    /// A handle to the array of `owner`; `isReturned` tells when the last such handle has gone.
+    TypedArray<float> lent(const Array& owner) {
+        isReturned = false;
+        return Array(std::shared_ptr<impl::ArrayImpl>(owner.impl(), [this](impl::ArrayImpl*) { isReturned = true; }));
+    }
+
     ArrayFactory factory;
+    bool isReturned = false;
 };
 
 TEST_F(Factory, aBufferLivesAsLongAsTheLastHandle) {
@@ -44,7 +52,7 @@ TEST_F(Factory, aBufferLivesAsLongAsTheLastHandle) {
 }
 
 TEST_F(Factory, aReleasedBufferKeepsItsDeleterAndCanBeGivenToAnotherArray) {
-    auto array = factory.createArrayFromBuffer<float>({2, 3}, countedBuffer());
+    auto array = counted();
     {
         const auto reshaped = factory.createArrayFromBuffer<float>({3, 2}, array.release());
         EXPECT_EQ(reshaped.getDimensions(), (std::vector<unsigned long>{3, 2}));
@@ -53,39 +61,55 @@ TEST_F(Factory, aReleasedBufferKeepsItsDeleterAndCanBeGivenToAnotherArray) {
     EXPECT_EQ(freedBuffers, 1);
 }
 
-TEST_F(Factory, anArrayThatIsGivenAwayBelongsToWhoTakesItUp) {
-    Array array = factory.createArrayFromBuffer<float>({2, 3}, countedBuffer());
-    const Array other = array;
-    const Array copy(array.detach());
-    EXPECT_NE(copy.impl(), other.impl()) << "a shared array was given away";
+TEST_F(Factory, aLentArrayIsReadInPlaceAndWrittenInACopy) {
+    const TypedArray<float> owner = counted();
+    TypedArray<float> handle = lent(owner);
+    EXPECT_EQ(std::as_const(handle).begin().get(), owner.begin().get());
 
-    array = factory.createArrayFromBuffer<float>({2, 3}, countedBuffer());
-    impl::ArrayImpl* const address = array.impl();
-    impl::ArrayImpl* const given = array.detach();
-    EXPECT_EQ(given, address);
+    writableElementsOf(handle)(1, 2) = 5;
+    EXPECT_TRUE(isReturned);
+    EXPECT_EQ(elementsOf(handle)(1, 2), 5);
+    EXPECT_EQ(elementsOf(owner)(1, 2), 0);
+    // The copy is the handle's own.
+    float* const place = handle.begin().get();
+    EXPECT_EQ(handle.begin().get(), place);
+}
+
+TEST_F(Factory, whatIsReleasedOfALentArrayIsACopy) {
+    const TypedArray<float> owner = counted();
+    EXPECT_NE(lent(owner).release().get(), owner.begin().get());
+    const Array taken(lent(owner).detach());
+    EXPECT_NE(taken.impl(), owner.impl());
     EXPECT_EQ(freedBuffers, 0);
-    array = Array(given);
-    array = Array();
+    EXPECT_EQ(owner.getNumberOfElements(), 6u);
+}
+
+TEST_F(Factory, theOnlyHandleGivesAwayTheArrayItselfAndOneOfManyACopy) {
+    {
+        TypedArray<float> array = counted();
+        impl::ArrayImpl* const itself = array.impl();
+        EXPECT_EQ(array.detach(), itself);
+        EXPECT_EQ(freedBuffers, 0);
+        array = TypedArray<float>(Array(itself));
+
+        TypedArray<float> other = array;
+        const Array taken(other.detach());
+        EXPECT_NE(taken.impl(), itself);
+        EXPECT_EQ(array.useCount(), 1);
+        EXPECT_EQ(array.getDimensions(), (std::vector<unsigned long>{2, 3}));
+        EXPECT_EQ(taken.getDimensions(), (std::vector<unsigned long>{2, 3}));
+        EXPECT_EQ(freedBuffers, 0);
+    }
     EXPECT_EQ(freedBuffers, 1);
 }
 
-TEST_F(Factory, aLentArrayIsNeverWrittenAndNeverFreed) {
-    const TypedArray<float> lender = factory.createArrayFromBuffer<float>({2, 3}, countedBuffer());
-    {
-        // Its only handle, and yet not its owner.
-        TypedArray<float> borrowed(Array(std::shared_ptr<impl::ArrayImpl>(lender.impl(), [](impl::ArrayImpl*) {})));
-        EXPECT_EQ(std::as_const(borrowed).begin().get(), lender.begin().get());
-        *borrowed.begin() = 1;
-        EXPECT_EQ(lender.begin()[0], 0);
-        EXPECT_EQ(borrowed.begin()[0], 1);
-    }
-    EXPECT_EQ(freedBuffers, 0);
-}
-
-TEST_F(Factory, aRefusedBufferIsFreedOnce) {
+TEST_F(Factory, refusalsComeAsTheirExceptionsAndFreeTheBufferOnce) {
     using TooMany = Refusal<ExceptionType::NumberOfElementsExceedsMaximum>;
     EXPECT_THROW(factory.createArrayFromBuffer<float>({1UL << 32, 1UL << 32}, countedBuffer()), TooMany);
     EXPECT_EQ(freedBuffers, 1);
+    EXPECT_THROW(factory.createBuffer<double>(1UL << 62), TooMany);
+    EXPECT_THROW(factory.createBuffer<double>(1UL << 58), Refusal<ExceptionType::OutOfMemory>);
+    EXPECT_THROW(factory.createArray<double>({1UL << 58, 1}), Refusal<ExceptionType::OutOfMemory>);
 }
 
 TEST_F(Factory, rowMajorBuffersNeedALibraryThatKnowsLayouts) {
@@ -99,18 +123,6 @@ TEST_F(Factory, rowMajorBuffersNeedALibraryThatKnowsLayouts) {
         EXPECT_THROW(create(), Missing);
     }
     EXPECT_EQ(freedBuffers, 1);
-}
-
-TEST_F(Factory, refusalsComeAsTheirExceptions) {
-    EXPECT_THROW(factory.createBuffer<double>(1UL << 62), Refusal<ExceptionType::NumberOfElementsExceedsMaximum>);
-    EXPECT_THROW(factory.createBuffer<double>(1UL << 58), Refusal<ExceptionType::OutOfMemory>);
-    EXPECT_THROW(factory.createArray<double>({1UL << 58, 1}), Refusal<ExceptionType::OutOfMemory>);
-}
-
-TEST_F(Factory, newArraysAreZero) {
-    const auto array = factory.createArray<std::complex<std::int8_t>>({7, 3});
-    EXPECT_EQ(array.getNumberOfElements(), 21u);
-    EXPECT_TRUE(std::all_of(array.begin(), array.end(), [](auto element) { return element == decltype(element){}; }));
 }
 
 } // namespace

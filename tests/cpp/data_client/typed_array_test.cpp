@@ -1,5 +1,6 @@
-// Typed handles and their iterators, over all element kinds.
+// Typed handles, their iterators and visitors, over all element kinds.
 #include "data_client/array_factory.hpp"
+#include "data_client/numeric_visitor.hpp"
 #include "data_client/set_element.hpp"
 
 #include <gtest/gtest.h>
@@ -21,6 +22,24 @@ namespace {
 static_assert(std::contiguous_iterator<TypedIterator<double>>);
 static_assert(std::contiguous_iterator<TypedIterator<const std::complex<float>>>);
 static_assert(std::is_nothrow_default_constructible_v<Array> && std::is_nothrow_move_constructible_v<Array>);
+
+/// Tells the element kind that it was called for, how many handles hold the array meanwhile, and whether it
+/// got the handle for characters.
+struct KindVisitor {
+    long handles = 0;
+    bool gotCharArray = false;
+
+    template <class T>
+    ArrayType operator()(TypedArray<T> array) {
+        handles = array.useCount();
+        return arrayTypeOf<T>;
+    }
+    ArrayType operator()(CharArray array) {
+        handles = array.useCount();
+        gotCharArray = true;
+        return ArrayType::Character;
+    }
+};
 
 template <class T>
 class TypedArrays : public testing::Test {
@@ -58,17 +77,6 @@ struct AsTestTypes<std::tuple<T...>> {
 };
 TYPED_TEST_SUITE(TypedArrays, AsTestTypes<orvane::ElementKinds>::Type);
 
-TYPED_TEST(TypedArrays, anArrayFromABufferTellsItsShapeAndElements) {
-    const auto array = this->twoByThree();
-    EXPECT_EQ(array.getType(), arrayTypeOf<TypeParam>);
-    EXPECT_EQ(array.getDimensions(), (std::vector<unsigned long>{2, 3}));
-    EXPECT_EQ(array.getNumberOfElements(), 6u);
-    EXPECT_EQ(array.end() - array.begin(), 6);
-    for (unsigned long i = 0; i < 6; ++i) {
-        EXPECT_EQ(array.begin()[static_cast<std::ptrdiff_t>(i)], this->value(i));
-    }
-}
-
 TYPED_TEST(TypedArrays, writingASharedArrayLeavesTheOtherHandleItsElements) {
     auto array = this->twoByThree();
     const auto other = array;
@@ -76,6 +84,8 @@ TYPED_TEST(TypedArrays, writingASharedArrayLeavesTheOtherHandleItsElements) {
 
     auto element = array.begin();
     EXPECT_NE(element.get(), other.begin().get());
+    EXPECT_EQ(array.getDimensions(), other.getDimensions());
+    EXPECT_EQ(array.getType(), other.getType());
     EXPECT_EQ(this->elementsOf(array), this->elementsOf(other));
     *element = this->value(1);
     EXPECT_EQ(other.begin()[0], this->value(0));
@@ -142,12 +152,24 @@ TYPED_TEST(TypedArrays, anElementOfAComplexArrayIsWrittenThroughItsReference) {
         const auto other = array;
         const ReferenceHolder reference = array[4];
         detail::setElement(reference.impl(), this->value(77), static_cast<int>(arrayTypeOf<TypeParam>));
-        EXPECT_EQ(std::as_const(array).begin()[4], this->value(77));
-        EXPECT_EQ(other.begin()[4], this->value(4));
+        auto expected = this->elementsOf(other);
+        EXPECT_EQ(std::exchange(expected[4], this->value(77)), this->value(4));
+        EXPECT_EQ(this->elementsOf(array), expected);
         EXPECT_THROW(array[6], std::exception);
     } else {
         static_assert(!requires(TypedArray<TypeParam> array) { array[0]; });
     }
+}
+
+TYPED_TEST(TypedArrays, aVisitorIsToldTheElementType) {
+    Array array = this->twoByThree();
+    KindVisitor visitor;
+    EXPECT_EQ(apply_numeric_visitor(std::as_const(array), visitor), arrayTypeOf<TypeParam>);
+    EXPECT_EQ(visitor.gotCharArray, (std::is_same_v<TypeParam, char16_t>));
+    EXPECT_EQ(visitor.handles, 2) << "shares the array with the caller";
+    EXPECT_EQ(array.useCount(), 1) << "dropped after the call";
+    EXPECT_EQ(apply_numeric_visitor(std::move(array), visitor), arrayTypeOf<TypeParam>);
+    EXPECT_EQ(visitor.handles, 1) << "handed over";
 }
 
 TEST(Arrays, theDefaultArrayIsEmpty) {
@@ -156,11 +178,6 @@ TEST(Arrays, theDefaultArrayIsEmpty) {
     EXPECT_EQ(array.getDimensions(), (std::vector<unsigned long>{0, 0}));
     const TypedArray<double> typed(array);
     EXPECT_EQ(typed.begin(), typed.end());
-}
-
-TEST(Arrays, charactersHaveAHandleOfTheirOwn) {
-    const Array array = ArrayFactory().createScalar(u'x');
-    EXPECT_EQ(*CharArray(array).begin(), u'x');
 }
 
 } // namespace
