@@ -6,6 +6,33 @@
 
 namespace orvane::python {
 
+namespace {
+
+/// Reads a bound that is absent or an exact `int` within 64 bits. False for any other, with nothing raised.
+bool readPlainBound(PyObject* bound, Py_ssize_t absent, Py_ssize_t& value) {
+    if (bound == Py_None) {
+        value = absent;
+        return true;
+    }
+    if (!PyLong_CheckExact(bound))
+        return false;
+    value = PyLong_AsSsize_t(bound);
+    if (value != -1 || PyErr_Occurred() == nullptr)
+        return true;
+    PyErr_Clear();
+    return false;
+}
+
+/// The short cut for the usual slices, which have no step: nothing in them can be refused and no code runs.
+bool readPlainSlice(PyObject* slice, UnpackedSlice& bounds) {
+    const auto* object = reinterpret_cast<const PySliceObject*>(slice);
+    bounds.step = 1;
+    return object->step == Py_None && readPlainBound(object->start, 0, bounds.start) &&
+           readPlainBound(object->stop, PY_SSIZE_T_MAX, bounds.stop);
+}
+
+} // namespace
+
 bool IntegerIndexItem::normalize(long len) noexcept {
     if (m_index < 0)
         m_index += len;
@@ -45,8 +72,11 @@ std::optional<long> getIntegerIndexFromIndexObject(PyObject* integer) {
 }
 
 std::optional<UnpackedSlice> unpackSlice(PyObject* slice) {
-    // The step is read first. Where it cannot be read, or is zero, it is left at 0.
     UnpackedSlice bounds{0, 0, 0};
+    if (readPlainSlice(slice, bounds))
+        return bounds;
+    // The step is read first. Where it cannot be read, or is zero, it is left at 0.
+    bounds = {0, 0, 0};
     if (PySlice_Unpack(slice, &bounds.start, &bounds.stop, &bounds.step) == 0)
         return bounds;
     if (bounds.step == 0)
