@@ -8,7 +8,6 @@
 #include <limits>
 #include <new>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
