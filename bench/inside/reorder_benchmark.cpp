@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "construction/reorder.hpp"
+#include "blocks/reorder.hpp"
 #include "moved.hpp"
 
 namespace {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <span>
 
-#include "core/layout.hpp"
-#include "module/vocabulary/element_vocabulary.hpp"
-#include "module/vocabulary/python_values.hpp"
+#include "vocabulary/element_vocabulary.hpp"
+#include "vocabulary/extents.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

@@ -12,8 +12,8 @@
 
 #include <orvane_data_array/element_table.hpp>
 
-#include "module/vocabulary/boundary.hpp"
-#include "module/vocabulary/python_values.hpp"
+#include "vocabulary/boundary.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <optional>
 
-#include "module/vocabulary/py_ref.hpp"
+#include "vocabulary/py_ref.hpp"
 
 namespace orvane::python {
 

@@ -12,20 +12,20 @@
 #include <utility>
 #include <vector>
 
+#include "blocks/reorder.hpp"
 #include "construction/buffer_initializer.hpp"
 #include "construction/construction_errors.hpp"
-#include "construction/element_conversion.hpp"
 #include "construction/flat_sequence.hpp"
 #include "construction/nested_walk.hpp"
 #include "construction/own_array_items.hpp"
 #include "construction/regular_nesting.hpp"
-#include "construction/reorder.hpp"
-#include "core/layout.hpp"
-#include "module/vocabulary/boundary.hpp"
-#include "module/vocabulary/error_state.hpp"
-#include "module/vocabulary/own_array.hpp"
-#include "module/vocabulary/py_ref.hpp"
-#include "module/vocabulary/python_values.hpp"
+#include "elements/conversion.hpp"
+#include "vocabulary/boundary.hpp"
+#include "vocabulary/error_state.hpp"
+#include "vocabulary/extents.hpp"
+#include "vocabulary/own_array.hpp"
+#include "vocabulary/py_ref.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

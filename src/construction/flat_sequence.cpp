@@ -1,6 +1,6 @@
 #include "construction/flat_sequence.hpp"
 
-#include "module/vocabulary/py_ref.hpp"
+#include "vocabulary/py_ref.hpp"
 
 namespace orvane::python {
 

@@ -8,12 +8,12 @@
 #include <optional>
 #include <utility>
 
-#include "construction/element_conversion.hpp"
 #include "construction/own_array_items.hpp"
-#include "construction/plain_number.hpp"
 #include "construction/regular_nesting.hpp"
-#include "module/vocabulary/error_state.hpp"
-#include "module/vocabulary/type_objects.hpp"
+#include "elements/conversion.hpp"
+#include "elements/plain_number.hpp"
+#include "vocabulary/error_state.hpp"
+#include "vocabulary/type_objects.hpp"
 
 namespace orvane::python {
 

@@ -1,9 +1,9 @@
 #include "construction/initializer_shape.hpp"
 
-#include "core/layout.hpp"
-#include "module/vocabulary/py_ref.hpp"
-#include "module/vocabulary/python_values.hpp"
-#include "module/vocabulary/type_objects.hpp"
+#include "vocabulary/extents.hpp"
+#include "vocabulary/py_ref.hpp"
+#include "vocabulary/python_values.hpp"
+#include "vocabulary/type_objects.hpp"
 
 namespace orvane::python {
 

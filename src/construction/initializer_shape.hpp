@@ -8,7 +8,7 @@
 #include <span>
 #include <string>
 
-#include "core/layout.hpp"
+#include "vocabulary/extents.hpp"
 
 namespace orvane::python {
 

@@ -4,9 +4,9 @@
 #include <span>
 
 #include "core/array_object.hpp"
-#include "core/layout.hpp"
 #include "core/selection.hpp"
-#include "module/vocabulary/python_values.hpp"
+#include "vocabulary/extents.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "construction/initializer_shape.hpp"
-#include "module/vocabulary/py_ref.hpp"
+#include "vocabulary/py_ref.hpp"
 
 namespace orvane::python {
 

@@ -1,7 +1,7 @@
 #include "construction/own_array_items.hpp"
 
 #include "core/array_object.hpp"
-#include "module/vocabulary/element_vocabulary.hpp"
+#include "vocabulary/element_vocabulary.hpp"
 
 namespace orvane::python {
 

@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <optional>
 
-#include "construction/plain_number.hpp"
 #include "core/selection.hpp"
+#include "elements/plain_number.hpp"
 
 namespace orvane::python {
 

@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <span>
 
-#include "construction/element_conversion.hpp"
+#include "elements/conversion.hpp"
 
 namespace orvane::python {
 

@@ -1,7 +1,7 @@
 #include "core/array_object.hpp"
 
-#include "module/vocabulary/py_ref.hpp"
-#include "module/vocabulary/python_values.hpp"
+#include "vocabulary/py_ref.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

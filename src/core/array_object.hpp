@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "core/core_array.hpp"
-#include "module/vocabulary/own_array.hpp"
+#include "vocabulary/own_array.hpp"
 
 namespace orvane::python {
 

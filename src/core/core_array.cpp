@@ -1,7 +1,7 @@
 #include "core/core_array.hpp"
 
 #include "core/materialise.hpp"
-#include "module/vocabulary/python_values.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

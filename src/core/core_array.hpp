@@ -8,7 +8,7 @@
 
 #include "core/array_wrapper.hpp"
 #include "core/index_chain.hpp"
-#include "module/vocabulary/element_vocabulary.hpp"
+#include "vocabulary/element_vocabulary.hpp"
 
 namespace orvane::python {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "module/vocabulary/python_values.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

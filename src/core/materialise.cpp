@@ -6,12 +6,12 @@
 #include <cstring>
 #include <limits>
 
+#include "blocks/single_copy.hpp"
 #include "core/element_access.hpp"
-#include "core/element_narrowing.hpp"
 #include "core/selection.hpp"
-#include "core/single_copy.hpp"
 #include "data_client/array_factory.hpp"
-#include "module/vocabulary/python_values.hpp"
+#include "elements/narrowing.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

@@ -9,8 +9,8 @@
 #include "construction/constructor_arguments.hpp"
 #include "construction/create_array.hpp"
 #include "core/array_object.hpp"
-#include "module/vocabulary/py_ref.hpp"
-#include "module/vocabulary/python_values.hpp"
+#include "vocabulary/py_ref.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

@@ -3,8 +3,8 @@
 
 #include <Python.h>
 
-#include "module/vocabulary/element_vocabulary.hpp"
-#include "module/vocabulary/type_objects.hpp"
+#include "vocabulary/element_vocabulary.hpp"
+#include "vocabulary/type_objects.hpp"
 
 extern "C" {
 

@@ -2,11 +2,11 @@
 #include <Python.h>
 
 #include "module/array_types.hpp"
-#include "module/vocabulary/export.hpp"
-#include "module/vocabulary/py_ref.hpp"
-#include "module/vocabulary/python_values.hpp"
-#include "module/vocabulary/type_objects.hpp"
 #include "native_api/capsule.hpp"
+#include "vocabulary/export.hpp"
+#include "vocabulary/py_ref.hpp"
+#include "vocabulary/python_values.hpp"
+#include "vocabulary/type_objects.hpp"
 
 namespace OCPyError {
 PyObject* shapeErr = nullptr;

@@ -5,11 +5,11 @@
 #include <algorithm>
 
 #include "core/array_object.hpp"
-#include "module/vocabulary/boundary.hpp"
-#include "module/vocabulary/element_vocabulary.hpp"
-#include "module/vocabulary/py_ref.hpp"
-#include "module/vocabulary/python_values.hpp"
 #include "native_api/foreign_buffer.hpp"
+#include "vocabulary/boundary.hpp"
+#include "vocabulary/element_vocabulary.hpp"
+#include "vocabulary/py_ref.hpp"
+#include "vocabulary/python_values.hpp"
 
 using namespace orvane;
 using namespace orvane::python;

@@ -1,7 +1,7 @@
 #include "native_api/foreign_buffer.hpp"
 
-#include "module/vocabulary/element_vocabulary.hpp"
-#include "module/vocabulary/python_values.hpp"
+#include "vocabulary/element_vocabulary.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

@@ -3,7 +3,7 @@
 
 #include <Python.h>
 
-#include "module/vocabulary/error_state.hpp"
+#include "vocabulary/error_state.hpp"
 
 namespace orvane::python {
 

@@ -4,12 +4,12 @@
 #include <span>
 
 #include "construction/constructor_parser.hpp"
-#include "construction/element_conversion.hpp"
 #include "core/array_object.hpp"
 #include "core/element_access.hpp"
 #include "core/selection.hpp"
-#include "module/vocabulary/boundary.hpp"
-#include "module/vocabulary/python_values.hpp"
+#include "elements/conversion.hpp"
+#include "vocabulary/boundary.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

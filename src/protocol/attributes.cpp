@@ -1,9 +1,9 @@
 #include "protocol/attributes.hpp"
 
 #include "core/array_object.hpp"
-#include "module/vocabulary/py_ref.hpp"
-#include "module/vocabulary/python_values.hpp"
 #include "protocol/methods.hpp"
+#include "vocabulary/py_ref.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

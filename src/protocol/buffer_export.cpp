@@ -1,9 +1,9 @@
 #include "protocol/buffer_export.hpp"
 
 #include "core/array_object.hpp"
-#include "module/vocabulary/boundary.hpp"
-#include "module/vocabulary/element_vocabulary.hpp"
-#include "module/vocabulary/python_values.hpp"
+#include "vocabulary/boundary.hpp"
+#include "vocabulary/element_vocabulary.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

@@ -9,11 +9,11 @@
 
 #include "core/array_object.hpp"
 #include "core/element_access.hpp"
-#include "core/element_equality.hpp"
 #include "core/selection.hpp"
-#include "module/vocabulary/boundary.hpp"
-#include "module/vocabulary/python_values.hpp"
+#include "elements/equality.hpp"
 #include "protocol/iteration.hpp"
+#include "vocabulary/boundary.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

@@ -4,10 +4,10 @@
 
 #include "core/array_object.hpp"
 #include "core/selection.hpp"
-#include "module/vocabulary/boundary.hpp"
-#include "module/vocabulary/python_values.hpp"
-#include "module/vocabulary/type_objects.hpp"
 #include "protocol/element_objects.hpp"
+#include "vocabulary/boundary.hpp"
+#include "vocabulary/python_values.hpp"
+#include "vocabulary/type_objects.hpp"
 
 namespace orvane::python {
 

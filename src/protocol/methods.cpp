@@ -3,9 +3,9 @@
 #include "core/array_object.hpp"
 #include "core/element_access.hpp"
 #include "data_client/array_factory.hpp"
-#include "module/vocabulary/boundary.hpp"
-#include "module/vocabulary/py_ref.hpp"
-#include "module/vocabulary/python_values.hpp"
+#include "vocabulary/boundary.hpp"
+#include "vocabulary/py_ref.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

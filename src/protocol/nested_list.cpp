@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "module/vocabulary/py_ref.hpp"
 #include "protocol/element_objects.hpp"
+#include "vocabulary/py_ref.hpp"
 
 namespace orvane::python {
 

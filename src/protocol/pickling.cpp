@@ -1,10 +1,10 @@
 #include "protocol/pickling.hpp"
 
 #include "core/array_object.hpp"
-#include "module/vocabulary/boundary.hpp"
-#include "module/vocabulary/py_ref.hpp"
-#include "module/vocabulary/python_values.hpp"
 #include "protocol/nested_list.hpp"
+#include "vocabulary/boundary.hpp"
+#include "vocabulary/py_ref.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

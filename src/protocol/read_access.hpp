@@ -5,9 +5,9 @@
 
 #include "core/array_object.hpp"
 #include "core/index_items.hpp"
-#include "module/vocabulary/boundary.hpp"
-#include "module/vocabulary/python_values.hpp"
 #include "protocol/element_objects.hpp"
+#include "vocabulary/boundary.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

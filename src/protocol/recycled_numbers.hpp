@@ -6,8 +6,8 @@
 #include <complex>
 #include <type_traits>
 
-#include "module/vocabulary/py_ref.hpp"
 #include "protocol/element_objects.hpp"
+#include "vocabulary/py_ref.hpp"
 
 namespace orvane::python {
 

@@ -4,10 +4,10 @@
 #include <vector>
 
 #include "core/array_object.hpp"
-#include "module/vocabulary/boundary.hpp"
-#include "module/vocabulary/py_ref.hpp"
-#include "module/vocabulary/python_values.hpp"
-#include "module/vocabulary/type_objects.hpp"
+#include "vocabulary/boundary.hpp"
+#include "vocabulary/py_ref.hpp"
+#include "vocabulary/python_values.hpp"
+#include "vocabulary/type_objects.hpp"
 
 namespace orvane::python {
 

@@ -5,8 +5,8 @@
 #include "core/array_object.hpp"
 #include "core/element_access.hpp"
 #include "core/selection.hpp"
-#include "module/vocabulary/boundary.hpp"
 #include "protocol/number_text.hpp"
+#include "vocabulary/boundary.hpp"
 
 namespace orvane::python {
 

@@ -5,15 +5,15 @@
 
 #include "core/array_object.hpp"
 #include "core/element_access.hpp"
-#include "core/element_narrowing.hpp"
 #include "core/selection.hpp"
-#include "module/vocabulary/boundary.hpp"
-#include "module/vocabulary/error_state.hpp"
-#include "module/vocabulary/py_ref.hpp"
-#include "module/vocabulary/python_values.hpp"
-#include "module/vocabulary/type_objects.hpp"
+#include "elements/narrowing.hpp"
 #include "protocol/iteration.hpp"
 #include "protocol/methods.hpp"
+#include "vocabulary/boundary.hpp"
+#include "vocabulary/error_state.hpp"
+#include "vocabulary/py_ref.hpp"
+#include "vocabulary/python_values.hpp"
+#include "vocabulary/type_objects.hpp"
 
 namespace orvane::python {
 

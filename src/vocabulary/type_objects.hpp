@@ -3,8 +3,8 @@
 
 #include <Python.h>
 
-#include "module/vocabulary/element_vocabulary.hpp"
-#include "module/vocabulary/export.hpp"
+#include "vocabulary/element_vocabulary.hpp"
+#include "vocabulary/export.hpp"
 
 namespace orvane::python {
 

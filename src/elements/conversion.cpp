@@ -1,4 +1,4 @@
-#include "construction/element_conversion.hpp"
+#include "elements/conversion.hpp"
 
 #include <string>
 

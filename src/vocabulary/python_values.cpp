@@ -1,6 +1,6 @@
-#include "module/vocabulary/python_values.hpp"
+#include "vocabulary/python_values.hpp"
 
-#include "module/vocabulary/py_ref.hpp"
+#include "vocabulary/py_ref.hpp"
 
 namespace orvane::python {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "construction/element_conversion.hpp"
+#include "elements/conversion.hpp"
 
 namespace orvane::python {
 

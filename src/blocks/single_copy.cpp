@@ -1,10 +1,10 @@
-#include "core/single_copy.hpp"
+#include "blocks/single_copy.hpp"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 
-#include "core/element_narrowing.hpp"
+#include "elements/narrowing.hpp"
 
 // Which registers there are shows when the module is loaded: the linker then takes one of two compilations.
 #if defined(__x86_64__) && defined(__GLIBC__) && __has_attribute(target_clones)

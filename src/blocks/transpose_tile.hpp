@@ -12,7 +12,7 @@
 #include <emmintrin.h>
 #endif
 
-#include "construction/reorder.hpp"
+#include "blocks/reorder.hpp"
 
 namespace orvane::python {
 

@@ -15,7 +15,7 @@
 #include <orvane_data_array/element_table.hpp>
 
 #include "data_client/element_types.hpp"
-#include "module/vocabulary/export.hpp"
+#include "vocabulary/export.hpp"
 
 namespace orvane::python {
 

@@ -1,4 +1,4 @@
-#include "module/vocabulary/element_vocabulary.hpp"
+#include "vocabulary/element_vocabulary.hpp"
 
 #include <array>
 #include <string_view>

@@ -1,12 +1,12 @@
-#include "construction/reorder.hpp"
+#include "blocks/reorder.hpp"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <vector>
 
-#include "construction/transpose_tile.hpp"
-#include "core/layout.hpp"
+#include "blocks/transpose_tile.hpp"
+#include "vocabulary/extents.hpp"
 
 namespace orvane::python {
 

@@ -10,9 +10,9 @@
 
 #include <orvane_data_array/element_table.hpp>
 
-#include "construction/integer_reading.hpp"
-#include "core/element_narrowing.hpp"
-#include "module/vocabulary/python_values.hpp"
+#include "elements/integer_reading.hpp"
+#include "elements/narrowing.hpp"
+#include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 

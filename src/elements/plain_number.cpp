@@ -1,4 +1,4 @@
-#include "construction/plain_number.hpp"
+#include "elements/plain_number.hpp"
 
 #include <concepts>
 #include <cstring>
