@@ -45,7 +45,8 @@ _Number = TypeVar("_Number")
 class _Items(Protocol[_T_co]):
     """Anything with a length and items by number; a view of one dimension is an example."""
 
-    def __len__(self) -> int: ...
+    def __len__(self) -> int:
+        """The extent of the first dimension that is left."""
     def __getitem__(self, index: int, /) -> _T_co: ...
 
 @type_check_only
@@ -68,41 +69,60 @@ class _Array(Generic[_Element, _Whole_co, _Row_co, _Item_co]):
     """`_Whole_co`: an array of the type that gives views. `_Row_co`: a real one; gives elements."""
 
     @property
-    def size(self) -> tuple[int, ...]: ...
+    def size(self) -> tuple[int, ...]:
+        """The extents that are left: of the whole array, or of what a view selects."""
     @property
-    def _size(self) -> tuple[int, ...]: ...
+    def _size(self) -> tuple[int, ...]:
+        """The same as `size`."""
     @property
-    def itemsize(self) -> int: ...
+    def itemsize(self) -> int:
+        """Bytes of an element; of both parts together in a complex array."""
     @property
-    def _real(self) -> _Row_co: ...
+    def _real(self) -> _Row_co:
+        """The same as `real()`."""
     @property
-    def _imag(self) -> _Row_co: ...
+    def _imag(self) -> _Row_co:
+        """The same as `imag()`."""
     @property
-    def _data(self) -> _Row_co: ...
+    def _data(self) -> _Row_co:
+        """The same as `noncomplex()`."""
     @property
-    def _is_complex(self) -> bool: ...
+    def _is_complex(self) -> bool:
+        """Whether the elements are complex."""
     def __len__(self) -> int: ...
     @overload
-    def __getitem__(self, index: int, /) -> _Item_co: ...
+    def __getitem__(self, index: int, /) -> _Item_co:
+        """One dimension less: a view of the same elements, or a number when none is left."""
     @overload
-    def __getitem__(self, index: slice, /) -> Self: ...
-    def __setitem__(self, index: int | slice, value: _Nested[_Element], /) -> None: ...
+    def __getitem__(self, index: slice, /) -> Self:
+        """A view of the same elements that keeps the dimension."""
+    def __setitem__(self, index: int | slice, value: _Nested[_Element], /) -> None:
+        """Write a number, nested values of the shape left, or as many as a slice selects."""
     def __iter__(self) -> OCPyIter[_Item_co]: ...
     def __eq__(self, other: object, /) -> bool: ...
     def __ne__(self, other: object, /) -> bool: ...
     __hash__: ClassVar[None]  # type: ignore[assignment]
 
     @overload
-    def reshape(self, dimensions: _Items[int], /) -> Self: ...
+    def reshape(self, dimensions: _Items[int], /) -> Self:
+        """Give the elements other extents, in place, for all views too; their number must stay."""
     @overload
-    def reshape(self, first: int, second: int, /, *others: int) -> Self: ...
-    def clone(self) -> _Whole_co: ...
-    def real(self) -> _Row_co: ...
-    def imag(self) -> _Row_co: ...
-    def noncomplex(self) -> _Row_co: ...
-    def buffer_info(self) -> tuple[int, int]: ...
-    def get_bytewise_strides(self) -> tuple[int, ...]: ...
-    def tomemoryview(self) -> memoryview: ...
+    def reshape(self, first: int, second: int, /, *others: int) -> Self:
+        """Give the elements other extents, in place, for all views too; their number must stay."""
+    def clone(self) -> _Whole_co:
+        """A copy of the selected elements; later calls on one object answer as the first did."""
+    def real(self) -> _Row_co:
+        """The real parts of the whole array, in storage order, as a view of one dimension."""
+    def imag(self) -> _Row_co:
+        """The imaginary parts of the whole array, in storage order, as a view of one dimension."""
+    def noncomplex(self) -> _Row_co:
+        """The elements of the whole real array, in storage order, as a view of one dimension."""
+    def buffer_info(self) -> tuple[int, int]:
+        """The address of the elements of the whole array, and their number."""
+    def get_bytewise_strides(self) -> tuple[int, ...]:
+        """Bytes from one element of the whole array to the next, in each dimension."""
+    def tomemoryview(self) -> memoryview:
+        """The same as `memoryview(a)`: read-only, column-major; no copy of a whole array."""
     def __buffer__(self, flags: int, /) -> memoryview: ...
     def __release_buffer__(self, buffer: memoryview, /) -> None: ...
     def __reduce__(self) -> tuple[type[Any], tuple[dict[str, bool], list[Any]]]: ...
@@ -119,6 +139,8 @@ class double(
     _Array[_Floating, double[_Floating, double[_Floating]], double[float, float], _Item_co],
     Generic[_Floating, _Item_co],
 ):
+    """Floating point numbers of double precision, 8 bytes each."""
+
     @overload
     def __new__(
         cls,
@@ -145,13 +167,16 @@ class double(
         *,
         is_complex: bool,
     ) -> double[Any, double[Any]]: ...
-    def toarray(self) -> array[float]: ...
+    def toarray(self) -> array[float]:
+        """An `array.array` of the elements of a real view of one dimension."""
 
 @final
 class single(
     _Array[_Floating, single[_Floating, single[_Floating]], single[float, float], _Item_co],
     Generic[_Floating, _Item_co],
 ):
+    """Floating point numbers of single precision, 4 bytes each."""
+
     @overload
     def __new__(
         cls,
@@ -178,13 +203,16 @@ class single(
         *,
         is_complex: bool,
     ) -> single[Any, single[Any]]: ...
-    def toarray(self) -> array[float]: ...
+    def toarray(self) -> array[float]:
+        """An `array.array` of the elements of a real view of one dimension."""
 
 @final
 class int8(
     _Array[_Integral, int8[_Integral, int8[_Integral]], int8[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
+    """Signed integers of 8 bits; values that do not fit are refused."""
+
     @overload
     def __new__(
         cls,
@@ -211,13 +239,16 @@ class int8(
         *,
         is_complex: bool,
     ) -> int8[Any, int8[Any]]: ...
-    def toarray(self) -> array[int]: ...
+    def toarray(self) -> array[int]:
+        """An `array.array` of the elements of a real view of one dimension."""
 
 @final
 class uint8(
     _Array[_Integral, uint8[_Integral, uint8[_Integral]], uint8[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
+    """Unsigned integers of 8 bits; values that do not fit are refused."""
+
     @overload
     def __new__(
         cls,
@@ -244,13 +275,16 @@ class uint8(
         *,
         is_complex: bool,
     ) -> uint8[Any, uint8[Any]]: ...
-    def toarray(self) -> array[int]: ...
+    def toarray(self) -> array[int]:
+        """An `array.array` of the elements of a real view of one dimension."""
 
 @final
 class int16(
     _Array[_Integral, int16[_Integral, int16[_Integral]], int16[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
+    """Signed integers of 16 bits; values that do not fit are refused."""
+
     @overload
     def __new__(
         cls,
@@ -277,13 +311,16 @@ class int16(
         *,
         is_complex: bool,
     ) -> int16[Any, int16[Any]]: ...
-    def toarray(self) -> array[int]: ...
+    def toarray(self) -> array[int]:
+        """An `array.array` of the elements of a real view of one dimension."""
 
 @final
 class uint16(
     _Array[_Integral, uint16[_Integral, uint16[_Integral]], uint16[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
+    """Unsigned integers of 16 bits; values that do not fit are refused."""
+
     @overload
     def __new__(
         cls,
@@ -310,13 +347,16 @@ class uint16(
         *,
         is_complex: bool,
     ) -> uint16[Any, uint16[Any]]: ...
-    def toarray(self) -> array[int]: ...
+    def toarray(self) -> array[int]:
+        """An `array.array` of the elements of a real view of one dimension."""
 
 @final
 class int32(
     _Array[_Integral, int32[_Integral, int32[_Integral]], int32[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
+    """Signed integers of 32 bits; values that do not fit are refused."""
+
     @overload
     def __new__(
         cls,
@@ -343,13 +383,16 @@ class int32(
         *,
         is_complex: bool,
     ) -> int32[Any, int32[Any]]: ...
-    def toarray(self) -> array[int]: ...
+    def toarray(self) -> array[int]:
+        """An `array.array` of the elements of a real view of one dimension."""
 
 @final
 class uint32(
     _Array[_Integral, uint32[_Integral, uint32[_Integral]], uint32[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
+    """Unsigned integers of 32 bits; values that do not fit are refused."""
+
     @overload
     def __new__(
         cls,
@@ -376,13 +419,16 @@ class uint32(
         *,
         is_complex: bool,
     ) -> uint32[Any, uint32[Any]]: ...
-    def toarray(self) -> array[int]: ...
+    def toarray(self) -> array[int]:
+        """An `array.array` of the elements of a real view of one dimension."""
 
 @final
 class int64(
     _Array[_Integral, int64[_Integral, int64[_Integral]], int64[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
+    """Signed integers of 64 bits; values that do not fit are refused."""
+
     @overload
     def __new__(
         cls,
@@ -409,13 +455,16 @@ class int64(
         *,
         is_complex: bool,
     ) -> int64[Any, int64[Any]]: ...
-    def toarray(self) -> array[int]: ...
+    def toarray(self) -> array[int]:
+        """An `array.array` of the elements of a real view of one dimension."""
 
 @final
 class uint64(
     _Array[_Integral, uint64[_Integral, uint64[_Integral]], uint64[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
+    """Unsigned integers of 64 bits; values that do not fit are refused."""
+
     @overload
     def __new__(
         cls,
@@ -442,10 +491,13 @@ class uint64(
         *,
         is_complex: bool,
     ) -> uint64[Any, uint64[Any]]: ...
-    def toarray(self) -> array[int]: ...
+    def toarray(self) -> array[int]:
+        """An `array.array` of the elements of a real view of one dimension."""
 
 @final
 class logical(_Array[bool, logical[logical[Any]], logical[bool], _Item_co], Generic[_Item_co]):
+    """Truth values, a byte each; never complex."""
+
     def __new__(
         cls,
         initializer: _Initializer[complex] = None,
@@ -454,9 +506,13 @@ class logical(_Array[bool, logical[logical[Any]], logical[bool], _Item_co], Gene
         is_complex: Literal[False] = False,
     ) -> logical[logical]: ...
     def __setitem__(self, index: int | slice, value: _Nested[int], /) -> None: ...
-    def toarray(self) -> array[int]: ...
+    def toarray(self) -> array[int]:
+        """An `array.array` of the elements of a real view of one dimension."""
 
-class ShapeError(Exception): ...
-class SizeError(Exception): ...
+class ShapeError(Exception):
+    """The number of elements is wrong."""
+
+class SizeError(Exception):
+    """The number of elements is right, and the dimensions are not."""
 
 _capi: CapsuleType

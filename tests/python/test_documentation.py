@@ -15,10 +15,17 @@ ROOT = Path(__file__).parents[2]
 ARRAYS = ROOT / "docs" / "arrays.md"
 
 
-@pytest.mark.parametrize("page", ["README.md", "docs/arrays.md"])
+def code_on(page: str) -> str:
+    if page == "help(orvane)":
+        return orvane.__doc__
+    return "\n".join(
+        re.findall(r"```python\n(.*?)```", (ROOT / page).read_text("utf-8"), re.DOTALL)
+    )
+
+
+@pytest.mark.parametrize("page", ["README.md", "docs/arrays.md", "help(orvane)"])
 def test_the_examples(page):
-    text = (ROOT / page).read_text("utf-8")
-    code = "\n".join(re.findall(r"```python\n(.*?)```", text, re.DOTALL))
+    code = code_on(page)
     if "import numpy" in code:
         pytest.importorskip("numpy")
     examples = doctest.DocTestParser().get_doctest(code, {}, page, page, 0)
