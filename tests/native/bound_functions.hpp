@@ -24,6 +24,7 @@ void defineFunctions(Module& module) {
     module.def("doubled", &doubled<double>);
     module.def("doubled", &doubled<std::complex<float>>);
     module.def("sum", &sum);
+    module.def("handed_back", [](orvane::data::TypedArray<double> array) { return array; });
     module.def("negated", [](orvane::data::TypedArray<bool> array) {
         for (bool& element : array) {
             element = !element;

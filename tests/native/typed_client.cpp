@@ -35,7 +35,7 @@ Reference addressObject(const void* address) {
     return Reference(PyLong_FromVoidPtr(const_cast<void*>(address)));
 }
 
-/// (extents, strides in elements, bytes of the elements)
+/// (extents, strides in elements, bytes of the elements, their address)
 template <class T>
 Reference describe(const data::TypedArray<T>& array) {
     const auto elements = data::elementsOf(array);
@@ -49,8 +49,8 @@ Reference describe(const data::TypedArray<T>& array) {
     const auto bytes = std::as_bytes(elements.flat());
     PyObject* copy =
         PyBytes_FromStringAndSize(reinterpret_cast<const char*>(bytes.data()), static_cast<Py_ssize_t>(bytes.size()));
-    return Reference(
-        Py_BuildValue("(NNN)", tupleOf(elements.extents()).release(), tupleOf(elements.strides()).release(), copy));
+    return Reference(Py_BuildValue("(NNNN)", tupleOf(elements.extents()).release(),
+                                   tupleOf(elements.strides()).release(), copy, addressObject(bytes.data()).release()));
 }
 
 /// Calls `visit.operator()<T>()` for the element type that a PEP 3118 format names.
@@ -125,43 +125,18 @@ PyObject* fromBuffer(PyObject*, PyObject* object) {
     return python::guarded([&] { return python::arrayFromBuffer(object); });
 }
 
-/// Where the elements of an `orvane.double` lie for native code.
-PyObject* addressOf(PyObject*, PyObject* object) {
-    return python::guarded([&] {
-        const auto array = python::fromPython<double>(object);
-        return addressObject(array.begin().get());
-    });
-}
-
-/// A handle from a Python object, given back: its own elements, taken over or copied.
-PyObject* handBack(PyObject*, PyObject* object) {
-    return python::guarded([&] { return python::toPython(python::fromPython<double>(object)); });
-}
-
-/// Adds 1 to the elements of a lent handle and returns them; the argument must not change.
-PyObject* increment(PyObject*, PyObject* object) {
-    return python::guarded([&] {
-        auto array = python::fromPython<double>(object);
-        for (double& element : data::writableElementsOf(array).flat()) {
-            element += 1;
-        }
-        return python::toPython(std::move(array));
-    });
-}
-
 std::optional<data::TypedArray<double>> kept;
 
-PyObject* keep(PyObject*, PyObject* object) {
+/// keep(object, copied): holds a handle to the object's elements, or to a copy of them.
+PyObject* keep(PyObject*, PyObject* args) {
+    PyObject* object;
+    int copied;
+    if (PyArg_ParseTuple(args, "Op", &object, &copied) == 0) {
+        return nullptr;
+    }
     return python::guarded([&] {
-        kept = python::fromPython<double>(object);
-        return Reference(Py_NewRef(Py_None));
-    });
-}
-
-PyObject* keepCopy(PyObject*, PyObject* object) {
-    return python::guarded([&] {
-        kept = python::copyFromPython<double>(object);
-        return Reference(Py_NewRef(Py_None));
+        kept = copied != 0 ? python::copyFromPython<double>(object) : python::fromPython<double>(object);
+        return describe(*kept);
     });
 }
 
@@ -176,19 +151,19 @@ PyObject* dropKeptElsewhere(PyObject*, PyObject*) {
     return Py_NewRef(Py_None);
 }
 
-/// An implementation that Python cannot have, as an address for position 0.
+/// The address of an implementation for position 0, some of which Python cannot have.
 PyObject* foreignImpl(PyObject*, PyObject* kind) {
     return python::guarded([&] {
-        data::impl::ArrayImpl* impl = nullptr;
+        data::Array array;
         const std::vector<char16_t> zeros(6);
         if (PyUnicode_CompareWithASCIIString(kind, "character") == 0) {
-            impl = makeArray<char16_t>({2, 3}, zeros.data()).detach();
+            array = makeArray<char16_t>({2, 3}, zeros.data());
         } else if (PyUnicode_CompareWithASCIIString(kind, "one dimension") == 0) {
-            impl = makeArray<std::int16_t>({6}, zeros.data()).detach();
-        } else {
-            impl = data::Array().detach();
+            array = makeArray<std::int16_t>({6}, zeros.data());
+        } else if (PyUnicode_CompareWithASCIIString(kind, "matrix") == 0) {
+            array = makeArray<std::int16_t>({2, 3}, zeros.data());
         }
-        return addressObject(impl);
+        return addressObject(array.detach());
     });
 }
 
@@ -214,11 +189,7 @@ PyMethodDef methods[] = {
     {"take_any", takeAny, METH_O, nullptr},
     {"take_null", takeNull, METH_O, nullptr},
     {"from_buffer", fromBuffer, METH_O, nullptr},
-    {"address_of", addressOf, METH_O, nullptr},
-    {"hand_back", handBack, METH_O, nullptr},
-    {"increment", increment, METH_O, nullptr},
-    {"keep", keep, METH_O, nullptr},
-    {"keep_copy", keepCopy, METH_O, nullptr},
+    {"keep", keep, METH_VARARGS, nullptr},
     {"describe_kept", describeKept, METH_NOARGS, nullptr},
     {"drop_kept_elsewhere", dropKeptElsewhere, METH_NOARGS, nullptr},
     {"foreign_impl", foreignImpl, METH_O, nullptr},

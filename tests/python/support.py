@@ -40,7 +40,7 @@ WORDS = {
 
 ERRORS = {
     **{e.__name__: e for e in (TypeError, ValueError, IndexError, OverflowError, RuntimeError)},
-    **{e.__name__: e for e in (BufferError, MemoryError, ShapeError, SizeError)},
+    **{e.__name__: e for e in (BufferError, KeyError, MemoryError, ShapeError, SizeError)},
 }
 NAMESPACE: dict[str, Any] = {
     **{name: getattr(orvane, name) for name in NAMES},

@@ -1,4 +1,4 @@
-"""The capsule's five functions, called from a C module that knows its header and nothing else."""
+"""The capsule's five functions, called as any language can that reaches a table of C functions."""
 
 from __future__ import annotations
 
@@ -14,25 +14,61 @@ from native_clients import client, samples
 from reference.elements import Kind
 from support import (
     KIND_OF,
+    WORDS,
     Exporter,
     answered_by,
     each_kind,
     evaluate,
     exporting,
     from_stored,
+    make,
     refused,
     stored_bytes,
     table,
 )
 
-UNINITIALISED = "object not initialized."
-NULL_DATA = "null data pointer."
 NO_TYPE = 32
 
 
-@pytest.fixture(scope="module")
-def capsule() -> Any:
-    return client("capsule_client")
+class Capsule(ctypes.Structure):
+    """The table. Objects go in as addresses, null as none, and come out as new references."""
+
+    _fields_ = (
+        ("array_from_impl", ctypes.PYFUNCTYPE(ctypes.c_void_p, ctypes.c_void_p)),
+        ("impl_of_array", ctypes.PYFUNCTYPE(ctypes.c_void_p, ctypes.c_void_p)),
+        (
+            "array_from_buffer",
+            ctypes.PYFUNCTYPE(ctypes.c_void_p, ctypes.c_void_p, ctypes.POINTER(ctypes.c_int)),
+        ),
+        ("destroy_array", ctypes.PYFUNCTYPE(None, ctypes.c_void_p)),
+        ("exports_buffer", ctypes.PYFUNCTYPE(ctypes.c_bool, ctypes.c_void_p)),
+    )
+
+
+import_capsule = ctypes.pythonapi.PyCapsule_Import
+import_capsule.restype = ctypes.POINTER(Capsule)
+capsule = import_capsule(b"orvanemultidimarrayforpython._capi", 0).contents
+
+
+def address_of(value: Any) -> int | None:
+    return None if value is None else id(value)
+
+
+def object_at(address: int | None) -> Any:
+    """The object that a new reference leads to."""
+    if address is None:
+        return None
+    made = ctypes.cast(address, ctypes.py_object).value
+    ctypes.pythonapi.Py_DecRef(ctypes.py_object(made))
+    return made
+
+
+def impl_of(value: Any) -> int | None:
+    return capsule.impl_of_array(address_of(value))
+
+
+def from_buffer(value: Any, code: ctypes.c_int) -> Any:
+    return object_at(capsule.array_from_buffer(address_of(value), ctypes.byref(code)))
 
 
 @pytest.fixture(scope="module")
@@ -40,123 +76,101 @@ def typed() -> Any:
     return client("typed_client")
 
 
-def shell() -> Any:
-    """An array object whose construction has not happened, as a native module can make one."""
-    allocate = ctypes.pythonapi.PyType_GenericAlloc
-    allocate.argtypes, allocate.restype = (ctypes.py_object, ctypes.c_ssize_t), ctypes.py_object
-    return allocate(orvane.double, 0)
+def taken(typed: Any, kind_format: str, value: Any) -> tuple[tuple[int, ...], list[Any]]:
+    """Extents and elements as native code sees them."""
+    extents, _, data, _ = typed.take(kind_format, value)
+    return extents, array.array(kind_format, data).tolist()
 
 
-def test_the_table_is_five_pointers(capsule: Any) -> None:
-    assert capsule.is_table_of_five_pointers()
-
-
-# --- position 0 ----------------------------------------------------------------------------------
-
-
-def test_null_is_no_implementation(capsule: Any) -> None:
-    with refused(RuntimeError, NULL_DATA):
-        capsule.array_from_impl(0)
-
-
-@pytest.mark.parametrize("kind", ["character", "one dimension"])
-def test_what_python_cannot_have_is_refused_and_destroyed(
-    capsule: Any, typed: Any, kind: str
-) -> None:
-    typed.count_freed_buffers()
-    with refused(RuntimeError, "invalid type."):
-        capsule.array_from_impl(typed.foreign_impl(kind))
-    assert typed.count_freed_buffers() == 1
-
-
-def test_an_empty_implementation(capsule: Any, typed: Any) -> None:
-    empty = capsule.array_from_impl(typed.foreign_impl("empty"))
+def test_position_0_refuses_and_destroys_what_python_cannot_have(typed: Any) -> None:
+    with refused(RuntimeError, WORDS["NULL"]):
+        capsule.array_from_impl(None)
+    for kind in ("character", "one dimension"):
+        typed.count_freed_buffers()
+        with refused(RuntimeError, "invalid type."):
+            capsule.array_from_impl(typed.foreign_impl(kind))
+        assert typed.count_freed_buffers() == 1
+    empty = object_at(capsule.array_from_impl(typed.foreign_impl("empty")))
     assert (type(empty), empty.size) == (orvane.double, (0, 0))
 
 
 # --- position 1 ----------------------------------------------------------------------------------
 
 
-def test_no_implementation_of_what_is_no_array(capsule: Any) -> None:
-    for no_array in (None, [1.0], orvane.double, memoryview(b"ab"), iter(orvane.double()), shell()):
-        with refused(RuntimeError, UNINITIALISED):
-            capsule.impl_of_array(no_array)
-
-
-def test_the_same_implementation_until_something_changes(capsule: Any, typed: Any) -> None:
-    a = orvane.double([[1, 2], [3, 4]])
-    impl, address = capsule.impl_of_array(a), typed.address_of(a)
-    assert capsule.impl_of_array(a) == impl
-    memoryview(a).tolist()
-    a.clone()
-    assert (capsule.impl_of_array(a), typed.address_of(a)) == (impl, address)
+def test_no_implementation_of_what_is_no_array() -> None:
+    allocate = ctypes.pythonapi.PyType_GenericAlloc
+    allocate.argtypes, allocate.restype = (ctypes.py_object, ctypes.c_ssize_t), ctypes.py_object
+    unconstructed = allocate(orvane.double, 0)  # as a native module can make one
+    for no_array in (None, [1.0], orvane.double, memoryview(b"ab"), unconstructed):
+        with refused(RuntimeError, "object not initialized."):
+            impl_of(no_array)
 
 
 @pytest.mark.parametrize(
-    ("statement", "expected"),
+    ("statement", "extents", "elements"),
     [
-        ("a[1][0] = 30", ((2, 3), [1, 30, 2, 5, 3, 6])),
-        ("a[0] = [7, 8, 9]", ((2, 3), [7, 4, 8, 5, 9, 6])),
-        ("a.reshape(3, 2)", ((3, 2), [1, 4, 2, 5, 3, 6])),
-        ("a.reshape(6, 1); a[5][0] = 60", ((6, 1), [1, 4, 2, 5, 3, 60])),
+        ("memoryview(a), a.clone()", (2, 3), [1, 4, 2, 5, 3, 6]),
+        ("a[1][0] = 30", (2, 3), [1, 30, 2, 5, 3, 6]),
+        ("a[0] = [7, 8, 9]", (2, 3), [7, 4, 8, 5, 9, 6]),
+        ("a.reshape(6, 1); a[5][0] = 60", (6, 1), [1, 4, 2, 5, 3, 60]),
     ],
 )
-def test_native_code_and_python_see_every_change(typed: Any, statement: str, expected: Any) -> None:
+def test_native_code_and_python_see_every_change(
+    typed: Any, statement: str, extents: Any, elements: Any
+) -> None:
     a = orvane.double([[1, 2, 3], [4, 5, 6]])
-    typed.take("d", a)
-    before = memoryview(a)
+    place, impl, before = typed.take("d", a)[3], impl_of(a), memoryview(a)
     exec(statement)
-    extents, elements = expected
-    taken_extents, _, data = typed.take("d", a)
-    assert (taken_extents, list(array.array("d", data))) == (extents, elements)
-    assert (a.size, list(array.array("d", stored_bytes(a)))) == (extents, elements)
+    assert taken(typed, "d", a) == (a.size, list(a._data)) == (extents, elements)
+    assert list(array.array("d", stored_bytes(a))) == elements
     # An export from before goes on showing the elements, with the extents that it was given.
     assert (before.shape, list(array.array("d", stored_bytes(before)))) == ((2, 3), elements)
+    if extents == (2, 3):
+        assert (impl_of(a), typed.take("d", a)[3]) == (impl, place)
 
 
-def test_a_view_is_handed_out_as_a_copy_that_stays(capsule: Any, typed: Any) -> None:
+def test_what_native_code_writes_shows_with_the_next_reshape(typed: Any) -> None:
+    handed_out, (made, place) = orvane.double([[0.0] * 6]), typed.make("d", (1, 6), bytes(48))
+    for a, native in ((handed_out, typed.take("d", handed_out)[3]), (made, place)):
+        a[0][0] = 1
+        numbers = (ctypes.c_double * 6).from_address(native)
+        numbers[1] = 2
+        exported = memoryview(a)
+        assert (numbers[:2], list(a[0])[:2], exported.tolist()[0][:2]) == ([1, 2], [1, 0], [1, 0])
+        assert (a.reshape(6, 1)[1][0], exported.tolist()[0][:2]) == (2, [1, 2])
+
+
+def test_a_view_is_handed_out_as_a_copy_that_stays(typed: Any) -> None:
     a = orvane.int16([[1, 2, 3], [4, 5, 6]])
-    view = a[1][::-1]
-    impl = capsule.impl_of_array(view)
-    assert impl != capsule.impl_of_array(a)
-    extents, _, data = typed.take("h", view)
-    assert (extents, list(array.array("h", data))) == ((1, 3), [6, 5, 4])
+    view, clone = a[1][::-1], a.clone()
+    impl = impl_of(view)
+    assert len({impl, impl_of(a), impl_of(clone)}) == 3
     a[1] = [0, 0, 0]
-    assert capsule.impl_of_array(view) == impl
-    assert list(array.array("h", typed.take("h", view)[2])) == [6, 5, 4]
-    assert list(array.array("h", typed.take("h", a[1][::-1])[2])) == [0, 0, 0]
-    assert typed.take("h", a[2:2])[0] == (0, 3)
-
-
-def test_a_view_that_cannot_be_gathered_keeps_its_error(capsule: Any) -> None:
+    assert (impl_of(view), taken(typed, "h", view)) == (impl, ((1, 3), [6, 5, 4]))
+    assert taken(typed, "h", a[1][::-1]) == ((1, 3), [0, 0, 0])
+    assert taken(typed, "h", clone)[1] == [1, 4, 2, 5, 3, 6]
+    assert taken(typed, "h", a[2:2]) == ((0, 3), [])
     limit = from_stored(KIND_OF["Zq"], [(2**63 - 1, 0)] * 2, 2, 1)
     for _ in range(2):
         with pytest.raises(OverflowError):
-            capsule.impl_of_array(limit[0:1])
-    assert capsule.impl_of_array(limit)
-
-
-def test_a_handed_out_clone_is_apart_from_its_source(capsule: Any) -> None:
-    source = orvane.double([[1, 2], [3, 4]])
-    clone = source.clone()
-    assert capsule.impl_of_array(clone) != capsule.impl_of_array(source)
-    clone[0][0] = 50
-    assert str(source) == str(source.clone()) == "[[1.0,2.0],[3.0,4.0]]"
+            impl_of(limit[0:1])
+    assert impl_of(limit)
 
 
 # --- position 2 ----------------------------------------------------------------------------------
 
 
 @each_kind
-def test_a_buffer_of_every_format_becomes_its_type(capsule: Any, kind: Kind) -> None:
-    stored = samples(kind)
-    source = exporting(kind, stored, 2, 3)
-    made = capsule.array_from_buffer(source)
+def test_a_buffer_of_every_format_becomes_its_type(kind: Kind) -> None:
+    stored, code = samples(kind), ctypes.c_int()
+    made = from_buffer(exporting(kind, stored, 2, 3), code)
     assert type(made) is getattr(orvane, kind.name)
     assert (made._is_complex, made.size) == (kind.is_complex, (2, 3))
     assert stored_bytes(made) == b"".join(map(kind.pack, stored))
-    code = "dfbBhHiIqQ?".index(kind.element.format) + (13 if kind.is_complex else 3)
-    assert capsule.last_type_code() == code
+    number = "dfbBhHiIqQ?".index(kind.element.format) + (13 if kind.is_complex else 3)
+    assert code.value == number
+    assert from_buffer(make(kind, [1, 0]), code) == make(kind, [1, 0])
+    assert code.value == number
 
 
 # Format and size of an element -> type code. The size of a complex one is that of both parts, so
@@ -170,23 +184,19 @@ def test_a_buffer_of_every_format_becomes_its_type(capsule: Any, kind: Kind) -> 
 'Zl', 8 -> 21, int64([[1]], is_complex=True)
 'ZL', 16 -> 22, uint64([[1]], is_complex=True)
 """)
-def test_formats_that_are_read_by_their_first_characters(
-    capsule: Any, expression: str, answer: str
-) -> None:
+def test_formats_that_are_read_by_their_first_characters(expression: str, answer: str) -> None:
     format_, itemsize = evaluate(expression)
-    code, made = evaluate(answer)
-    exporter = Exporter(b"\x01" + bytes(15), format_, itemsize, (16 // itemsize,))
-    result = capsule.array_from_buffer(exporter)
+    number, made = evaluate(answer)
+    code = ctypes.c_int()
+    result = from_buffer(Exporter(b"\x01" + bytes(15), format_, itemsize, (16 // itemsize,)), code)
     assert (type(result), result._is_complex) == (type(made), made._is_complex)
-    assert capsule.last_type_code() == code
-    assert stored_bytes(result) == stored_bytes(made)
+    assert (code.value, stored_bytes(result)) == (number, stored_bytes(made))
 
 
 # A number is the type code that is left; there is none for what has no type.
 @table("""
 None -> None
 'text' -> None
-[1.0] -> None
 Exporter(b'', None, 1, (0,)) -> RuntimeError: format field is null.
 Exporter(b'', '', 1, (0,)) -> RuntimeError: format field is empty.
 Exporter(bytes(8), '<d', 8, (1,)) -> RuntimeError: format character not supported: <
@@ -195,44 +205,39 @@ Exporter(bytes(16), 'Z', 16, (1,)) -> 13 & BufferError: input buffer format ('Z'
     with output format ('Zd'); use a different input or output type
 memoryview(b'abcd')[::2] -> BufferError: memoryview: underlying buffer is not contiguous
 """)
-def test_what_is_refused_as_a_buffer(capsule: Any, expression: str, answer: str) -> None:
-    source = evaluate(expression, Exporter=Exporter)
-    code, _, refusal = answer.rpartition(" & ")
+def test_what_is_refused_as_a_buffer(expression: str, answer: str) -> None:
+    source, code = evaluate(expression, Exporter=Exporter), ctypes.c_int()
+    number, _, refusal = answer.rpartition(" & ")
     with answered_by(refusal) as expects_value:
-        made = capsule.array_from_buffer(source)
+        made = from_buffer(source, code)
         assert expects_value
         assert made is None
-    assert capsule.last_type_code() == int(code or NO_TYPE)
+    assert code.value == int(number or NO_TYPE)
     # Nothing of the exporter is held on to.
     assert not getattr(source, "open_views", 0)
 
 
-def test_nowhere_to_put_the_type_code(capsule: Any) -> None:
-    with refused(RuntimeError, NULL_DATA):
-        capsule.array_from_buffer_without_code(b"ab")
-
-
-def test_an_array_is_a_buffer_too(capsule: Any) -> None:
-    a = orvane.single([[1, 2], [3, 4]])
-    made = capsule.array_from_buffer(a)
-    assert (made, capsule.last_type_code()) == (a, 4)
-    made[0][0] = 9
-    assert a[0][0] == 1
+def test_nowhere_to_put_the_type_code() -> None:
+    with refused(RuntimeError, WORDS["NULL"]):
+        capsule.array_from_buffer(id(b"ab"), None)
 
 
 # --- positions 3 and 4 ---------------------------------------------------------------------------
 
 
-def test_destroying(capsule: Any) -> None:
-    for _ in range(1000):
-        capsule.make_and_destroy(bytes(100_000))
-    for survivor in (None, "text", [1], orvane.double):
+def test_destroying(typed: Any) -> None:
+    typed.count_freed_buffers()
+    capsule.destroy_array(capsule.array_from_impl(typed.foreign_impl("matrix")))
+    assert typed.count_freed_buffers() == 1
+    capsule.destroy_array(None)
+    for survivor in (["text"], orvane.double, memoryview(b"")):
         count = sys.getrefcount(survivor)
-        capsule.try_to_destroy(survivor)
+        capsule.destroy_array(id(survivor))
         assert sys.getrefcount(survivor) == count
 
 
-def test_who_exports_buffers(capsule: Any) -> None:
+def test_who_exports_buffers() -> None:
     yes = [b"", bytearray(), memoryview(b""), orvane.logical(), orvane.double([[1, 2]])[0]]
-    assert all(map(capsule.exports_buffer, yes))
-    assert not any(map(capsule.exports_buffer, [None, "text", 1, [], orvane.double]))
+    assert all(capsule.exports_buffer(id(value)) for value in yes)
+    for no in (None, "text", 1, [], orvane.double):
+        assert not capsule.exports_buffer(address_of(no))

@@ -1,4 +1,4 @@
-#include "data_array/boundary_calls.hpp"
+#include <orvane_data_array/boundary.hpp>
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,261 @@
+// The library at its boundary, where client classes never go: kinds, layouts and numbers that do not exist, nulls,
+// every way to an element. What clients do with it is tested through their classes.
+#include "data_array/deleter_count.hpp"
+#include "data_client/array_factory.hpp"
+
+#include <gtest/gtest.h>
+
+#include <complex>
+#include <cstdint>
+#include <cstring>
+#include <numeric>
+
+using namespace orvane::data;
+using detail::FunctionType;
+
+namespace {
+
+/// Calls the function that bears the number; `int` results come back as the statuses that they are.
+template <FunctionType Number, class... Arguments>
+auto call(Arguments... arguments) {
+    const auto function = reinterpret_cast<detail::BoundaryPointer<Number>>(get_function_ptr(static_cast<int>(Number)));
+    if constexpr (std::is_same_v<decltype(function(arguments...)), int>) {
+        return Status{function(arguments...)};
+    } else {
+        return function(arguments...);
+    }
+}
+
+using Extents = std::vector<unsigned long>;
+using Element = std::complex<std::int32_t>;
+constexpr int complexType = orvane::arrayTypeNumber<Element>;
+constexpr int int16Type = orvane::arrayTypeNumber<std::int16_t>;
+constexpr int uint8Type = orvane::arrayTypeNumber<std::uint8_t>;
+constexpr int doubleType = orvane::arrayTypeNumber<double>;
+constexpr unsigned long mebibyte = 1UL << 20;
+constexpr unsigned long most = ~0UL;
+
+impl::ArrayFactoryImpl* factory() {
+    impl::ArrayFactoryImpl* made = nullptr;
+    EXPECT_EQ(call<FunctionType::FactoryCreate>(&made), Status::Success);
+    return made;
+}
+
+struct MadeBuffer {
+    void* buffer = nullptr;
+    detail::BufferDeleter deleter = nullptr;
+    Status status;
+
+    MadeBuffer(int type, unsigned long size)
+        : status(call<FunctionType::FactoryCreateBuffer>(factory(), &buffer, &deleter, type, size)) {}
+};
+
+TEST(Buffers, areAlignedAndWritableToTheirEndAndLeaveNoTraceInTheNextArray) {
+    for (const unsigned long size :
+         {0UL, 1UL, 63UL, 64UL, 4096UL, 300'000UL, 4 * mebibyte - 1, 4 * mebibyte, 9 * mebibyte + 5, 11 * mebibyte}) {
+        for (int repeat = 0; repeat < 5; ++repeat) {
+            const MadeBuffer made(uint8Type, size);
+            ASSERT_NE(made.buffer, nullptr);
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(made.buffer) % 64, 0u) << size;
+            std::memset(made.buffer, 0xA5, size);
+            made.deleter(made.buffer);
+        }
+        const auto array = ArrayFactory().createArray<std::uint8_t>({size, 1});
+        EXPECT_EQ(std::accumulate(array.begin(), array.end(), 0), 0) << size;
+    }
+}
+
+TEST(Creation, refusesUnknownKindsAndWhatCannotBeCountedOrHeld) {
+    constexpr unsigned long half = 1UL << 32;
+    struct {
+        int type;
+        Extents extents;
+        Status expected;
+    } rows[] = {
+        {-1, {1, 1}, Status::ArrayTypeMismatch},
+        {2, {1, 1}, Status::ArrayTypeMismatch},
+        {23, {1, 1}, Status::ArrayTypeMismatch},
+        {1 << 20, {1, 1}, Status::ArrayTypeMismatch},
+        {uint8Type, {half, half / 2}, Status::TooManyElements},
+        {uint8Type, {most, 1}, Status::TooManyElements},
+        {uint8Type, {half, half, half}, Status::TooManyElements},
+        {doubleType, {half, 1UL << 28}, Status::TooManyElements},
+        {orvane::arrayTypeNumber<std::complex<double>>, {1UL << 59, 1}, Status::TooManyElements},
+        {uint8Type, {half, half / 4}, Status::OutOfMemory},
+        {doubleType, {1UL << 58, 1}, Status::OutOfMemory},
+        {uint8Type, {most >> 1, 1}, Status::OutOfMemory},
+    };
+    for (auto& row : rows) {
+        impl::ArrayImpl* array = nullptr;
+        EXPECT_EQ(
+            call<FunctionType::FactoryCreateArray>(factory(), row.type, row.extents.data(), row.extents.size(), &array),
+            row.expected);
+        EXPECT_EQ(array, nullptr);
+        if (row.extents.back() == 1) {
+            const MadeBuffer made(row.type, row.extents[0]);
+            EXPECT_EQ(made.status, row.expected);
+            EXPECT_EQ(made.buffer, nullptr);
+        }
+    }
+    const double value = 1;
+    impl::ArrayImpl* array = nullptr;
+    EXPECT_EQ(call<FunctionType::FactoryCreateScalar>(factory(), 2, &value, &array), Status::ArrayTypeMismatch);
+}
+
+TEST(Creation, aBufferStaysInPlaceAndIsFreedOnceAlsoWhenRefused) {
+    freedBuffers = 0;
+    int freed = 0;
+    const auto adopt = [&](impl::ArrayFactoryImpl* by, int type, Extents extents, int layout, Status expected) {
+        void* const block = std::calloc(6, sizeof(std::int16_t));
+        impl::ArrayImpl* array = nullptr;
+        EXPECT_EQ(call<FunctionType::FactoryCreateArrayFromBuffer>(by, type, extents.data(), extents.size(), block,
+                                                                   countedFree, &array, layout),
+                  expected);
+        EXPECT_EQ(array != nullptr, expected == Status::Success);
+        if (array != nullptr) {
+            EXPECT_EQ(static_cast<const void*>(TypedArray<std::int16_t>(Array(array)).cbegin().get()), block);
+        }
+        EXPECT_EQ(freedBuffers, ++freed);
+    };
+    adopt(factory(), int16Type, {2, 3}, 0, Status::Success);
+    adopt(factory(), int16Type, {2, 3}, 1, Status::Success);
+    adopt(factory(), int16Type, {2, 3}, 2, Status::Unsupported);
+    adopt(factory(), 2, {2, 3}, 0, Status::ArrayTypeMismatch);
+    adopt(factory(), int16Type, {most, 2}, 0, Status::TooManyElements);
+    adopt(nullptr, int16Type, {2, 3}, 0, Status::SystemError);
+
+    std::int16_t own[6] = {1, 2, 3, 4, 5, 6};
+    unsigned long extents[] = {2, 3};
+    const auto adoptColumns = [&](std::int16_t* block, detail::BufferDeleter deleter, unsigned long* dims) {
+        impl::ArrayImpl* array = nullptr;
+        const Status status = call<FunctionType::FactoryCreateArrayFromColumnMajorBuffer>(factory(), int16Type, dims,
+                                                                                          2UL, block, deleter, &array);
+        call<FunctionType::ArrayDestroy>(array);
+        return status;
+    };
+    EXPECT_EQ(adoptColumns(own, nullptr, extents), Status::Success);
+    EXPECT_EQ(own[5], 6) << "what has no deleter stays the caller's";
+    EXPECT_EQ(adoptColumns(own, nullptr, nullptr), Status::SystemError);
+    EXPECT_EQ(adoptColumns(nullptr, countedFree, extents), Status::SystemError);
+    extents[0] = 0;
+    EXPECT_EQ(adoptColumns(nullptr, countedFree, extents), Status::Success);
+    EXPECT_EQ(freedBuffers, freed);
+}
+
+TEST(Elements, allWaysToAPlaceLeadToTheSameAddress) {
+    const auto array = ArrayFactory().createArray<Element>({2, 2});
+    Element* const elements = const_cast<Element*>(array.cbegin().get());
+    const std::pair<detail::IteratorImpl*, Element*> places[] = {
+        {call<FunctionType::ArrayBegin>(array.impl(), true), elements},
+        {call<FunctionType::ArrayBeginFallback>(array.impl(), false), elements},
+        {call<FunctionType::ArrayEnd>(array.impl(), false), elements + 4},
+        {call<FunctionType::ArrayEndFallback>(array.impl(), true), elements + 4},
+    };
+    for (const auto& [iterator, expected] : places) {
+        detail::IteratorImpl* const clone = call<FunctionType::IteratorClone>(iterator);
+        call<FunctionType::IteratorDestroy>(iterator);
+        void *element, *complexElement, *realPart, *imagPart;
+        detail::ReferenceImpl* reference = nullptr;
+        call<FunctionType::IteratorGetElement>(clone, &element);
+        call<FunctionType::IteratorGetComplexElement>(clone, &complexElement);
+        call<FunctionType::IteratorGetReference>(clone, &reference);
+        ASSERT_EQ(call<FunctionType::ReferenceGetParts>(reference, &realPart, &imagPart), Status::Success);
+        EXPECT_EQ(element, expected);
+        EXPECT_EQ(complexElement, expected);
+        EXPECT_EQ(realPart, expected);
+        EXPECT_EQ(imagPart, reinterpret_cast<std::int32_t*>(expected) + 1);
+        call<FunctionType::ReferenceDestroy>(reference);
+        call<FunctionType::IteratorDestroy>(clone);
+    }
+}
+
+TEST(Elements, referencesRefuseWhatIsNoElement) {
+    const auto array = ArrayFactory().createArray<Element>({2, 2});
+    const auto reals = ArrayFactory().createArray<std::int32_t>({1, 1});
+    const auto none = ArrayFactory().createArray<Element>({0, 2});
+    const auto referenceTo = [](const Array& to, unsigned long index, Status expected) {
+        detail::ReferenceImpl* made = nullptr;
+        EXPECT_EQ(call<FunctionType::ArrayGetReference>(to.impl(), index, &made), expected);
+        return ReferenceHolder(made);
+    };
+    referenceTo(array, 4, Status::InvalidIndex);
+    referenceTo(array, most, Status::InvalidIndex);
+    referenceTo(none, 0, Status::EmptyArray);
+    const auto reference = referenceTo(array, 0, Status::Success), real = referenceTo(reals, 0, Status::Success);
+    double part = 1;
+    void* parts[2];
+    const auto set = [&](detail::ReferenceImpl* to, int type, void* imaginary) {
+        return call<FunctionType::ReferenceSetComplex>(to, type, &part, imaginary);
+    };
+    EXPECT_EQ(set(reference.impl(), orvane::arrayTypeNumber<std::complex<double>>, &part), Status::TypeMismatch);
+    EXPECT_EQ(set(reference.impl(), complexType, nullptr), Status::SystemError);
+    EXPECT_EQ(set(nullptr, complexType, &part), Status::SystemError);
+    EXPECT_EQ(set(real.impl(), orvane::arrayTypeNumber<std::int32_t>, &part), Status::Unsupported);
+    EXPECT_EQ(call<FunctionType::ReferenceGetParts>(real.impl(), &parts[0], &parts[1]), Status::Unsupported);
+    EXPECT_EQ(array.cbegin()[0], Element(0));
+}
+
+TEST(Arrays, theEmptyOneCanBeReleasedAndDestroyedAnyNumberOfTimes) {
+    for (int repeat = 0; repeat < 3; ++repeat) {
+        impl::ArrayImpl* const array = call<FunctionType::ArrayCreateEmpty>();
+        void* buffer = nullptr;
+        detail::BufferDeleter deleter = nullptr;
+        ASSERT_EQ(call<FunctionType::ArrayRelease>(array, true, &buffer, &deleter), Status::Success);
+        deleter(buffer);
+        call<FunctionType::ArrayDestroy>(array);
+    }
+}
+
+TEST(Arrays, typesAreConvertibleWhenTheyAreOneKnownType) {
+    for (int wanted = -1; wanted <= orvane::arrayTypeLimit; ++wanted) {
+        for (int actual = -1; actual <= orvane::arrayTypeLimit; ++actual) {
+            bool convertible = wanted != actual;
+            ASSERT_EQ(call<FunctionType::TypesAreConvertible>(wanted, actual, &convertible), Status::Success);
+            EXPECT_EQ(convertible, wanted == actual && orvane::isElementKind(wanted)) << wanted << ' ' << actual;
+        }
+    }
+}
+
+TEST(Nulls, areAnsweredWithNullsAndStatuses) {
+    impl::ArrayImpl* const noArray = nullptr;
+    impl::ArrayImpl* made = nullptr;
+    detail::ReferenceImpl* reference = nullptr;
+    void* place = &made;
+    detail::BufferDeleter deleter = nullptr;
+    int type = 0;
+    unsigned long count = 1;
+    unsigned long* extents = &count;
+    const auto create = [&](impl::ArrayFactoryImpl* by, unsigned long* dims, impl::ArrayImpl** out) {
+        return call<FunctionType::FactoryCreateArray>(by, doubleType, dims, 1UL, out);
+    };
+    for (const Status status : {
+             create(nullptr, extents, &made),
+             create(factory(), nullptr, &made),
+             create(factory(), extents, nullptr),
+             call<FunctionType::FactoryCreate>(nullptr),
+             call<FunctionType::FactoryCreateScalar>(factory(), doubleType, nullptr, &made),
+             call<FunctionType::FactoryCreateBuffer>(factory(), nullptr, nullptr, doubleType, 1UL),
+             call<FunctionType::ArrayGetType>(noArray, &type),
+             call<FunctionType::ArrayRelease>(noArray, true, &place, &deleter),
+             call<FunctionType::ArrayGetReference>(noArray, 0UL, &reference),
+             call<FunctionType::TypesAreConvertible>(3, 3, nullptr),
+             call<FunctionType::ReferenceGetParts>(nullptr, &place, &place),
+         }) {
+        EXPECT_EQ(status, Status::SystemError);
+    }
+    call<FunctionType::ArrayGetDimensions>(noArray, &count, &extents);
+    call<FunctionType::IteratorGetElement>(nullptr, &place);
+    call<FunctionType::IteratorGetReference>(nullptr, &reference);
+    EXPECT_EQ(call<FunctionType::ArrayGetNumberOfElements>(noArray) + count, 0u);
+    EXPECT_EQ(call<FunctionType::ArrayBegin>(noArray, false), nullptr);
+    EXPECT_EQ(call<FunctionType::ArrayEnd>(noArray, false), nullptr);
+    EXPECT_EQ(extents, nullptr);
+    EXPECT_EQ(place, nullptr);
+    EXPECT_EQ(reference, nullptr);
+    EXPECT_EQ(made, nullptr);
+    call<FunctionType::ArrayDestroy>(noArray);
+    call<FunctionType::ReferenceDestroy>(nullptr);
+    call<FunctionType::IteratorDestroy>(nullptr);
+}
+
+} // namespace
