@@ -35,12 +35,14 @@ WORDS = {
     "TYPE": "type does not match.",
     "LARGE": "Python int too large to convert to C long long",
     "SSIZE": "Python int too large to convert to C ssize_t",
+    "DIVISION": "integer division or modulo by zero",
     "STEP": "slice step cannot be zero.",
 }
 
 ERRORS = {
     **{e.__name__: e for e in (TypeError, ValueError, IndexError, OverflowError, RuntimeError)},
-    **{e.__name__: e for e in (BufferError, KeyError, MemoryError, ShapeError, SizeError)},
+    **{e.__name__: e for e in (BufferError, KeyError, MemoryError, ZeroDivisionError)},
+    **{e.__name__: e for e in (ShapeError, SizeError)},
 }
 NAMESPACE: dict[str, Any] = {
     **{name: getattr(orvane, name) for name in NAMES},
@@ -133,6 +135,31 @@ def outcome(call: Callable[[], Any]) -> tuple[Any, ...]:
     except Exception as error:
         return "raised", type(error), str(error)
     return "gave", type(value).__name__, value
+
+
+class Sequence:
+    """A sequence by protocol alone. Its items may come from code, and its length lie or be code."""
+
+    def __init__(self, items: Any, length: Any = None) -> None:
+        self.item = items if callable(items) else items.__getitem__
+        self.length = len(items) if length is None else length
+
+    def __len__(self) -> int:
+        return self.length() if callable(self.length) else self.length
+
+    def __getitem__(self, i: int) -> Any:
+        return self.item(i)
+
+
+class Index:
+    """A number by `__index__` alone, which may do something first."""
+
+    def __init__(self, value: int, action: Callable[[], Any] = lambda: None) -> None:
+        self.value, self.action = value, action
+
+    def __index__(self) -> int:
+        self.action()
+        return self.value
 
 
 class PyBuffer(ctypes.Structure):

@@ -16,7 +16,6 @@ from hypothesis import strategies as st
 import orvane
 from reference.elements import KINDS
 from support import (
-    KIND_OF,
     Exporter,
     check,
     each_kind,
@@ -30,28 +29,18 @@ from support import (
     table,
 )
 
-UNEVEN = "input does not fit evenly into output type."
-
 
 @table(r"""
-double(array('d')).size -> (0, 0)
 double(array('d', [1.0, 2.0]), size=(2, 1)) -> [[1.0], [2.0]]
-double(array('d', [1, 2, 3, 4]), (2, 2)) -> [[1.0, 3.0], [2.0, 4.0]]
-int64(array('l', [-1])) -> [[-1]]
 uint64(array('L', [1])) -> [[1]]
-uint8(b'ab') -> [[97, 98]]
 uint8(numpy.zeros((2, 0), 'B')).size -> (2, 0)
-logical(b'\0\2') -> [[False, True]]
 double(numpy.array(2.5)) -> [[2.5]]
-int64(numpy.int64(5)) -> [[5]]
-double(double([[1, 2], [3, 4]])[::-1].tomemoryview()) -> [[3.0, 4.0], [1.0, 2.0]]
 int16(numpy.arange(24, dtype='h').reshape(2, 3, 4)[1:, 2, :]) -> [[20, 21, 22, 23]]
 int32(Exporter(pack('2i', 1, 2), 'l', 4)) -> [[1, 2]]
 int64(Exporter(pack('q', 9), 'l', 16)) -> [[9]]
 double(Exporter(pack('2d', 1, 2), 'Zdx', 16), is_complex=True) -> [[1 + 2j]]
 int8(Exporter(b'ab', 'b', 1, (7,))) -> [[97, 98]]
 int8(Exporter(bytes(6), 'b', 1, (2, 3, 1)), (2, 3)) -> [[0, 0, 0], [0, 0, 0]]
-int8(Exporter(b'a', 'b', 1, ndim=0)) -> [[97]]
 double(array('f', [1.0])) -> BufferError: input buffer format ('f') is not compatible with output
     format ('d'); use a different input or output type
 double((c_double * 2)()) -> BufferError: input buffer format ('<d') is not compatible with output
@@ -75,21 +64,22 @@ def test_buffers(expression, answer):
 
 
 @pytest.mark.parametrize(
-    "exporter",
+    ("size", "shape", "strides", "more"),
     [
-        Exporter(bytes(12), "d", 8),
-        Exporter(bytes(12), "d", 8, ndim=2),
-        Exporter(bytes(8), "d", 8, length=-8),
-        Exporter(bytes(16), "d", 8, ndim=0),
-        Exporter(bytes(48), "d", 8, (2, 2)),
-        Exporter(bytes(48), "d", 8, (3, 3), (8, 24)),
-        Exporter(bytes(48), "d", 8, (-2, -3), (8, 16)),
-        Exporter(bytes(48), "d", 8, (2**33, 2**33), (8, 8)),
+        (12, None, None, {}),
+        (12, None, None, {"ndim": 2}),
+        (8, None, None, {"length": -8}),
+        (16, None, None, {"ndim": 0}),
+        (48, (2, 2), None, {}),
+        (48, (3, 3), (8, 24), {}),
+        (48, (-2, -3), (8, 16), {}),
+        (48, (2**33, 2**33), (8, 8), {}),
     ],
 )
-def test_lengths_and_shapes_that_do_not_fit(exporter):
+def test_lengths_and_shapes_that_do_not_fit(size, shape, strides, more):
+    exporter = Exporter(bytes(size), "d", 8, shape, strides, **more)
     for use in (orvane.double, lambda e: orvane.double(e, size=(3, 2))):
-        with refused(BufferError, UNEVEN):
+        with refused(BufferError, "input does not fit evenly into output type."):
             use(exporter)
     assert exporter.open_views == 0
 
@@ -97,20 +87,15 @@ def test_lengths_and_shapes_that_do_not_fit(exporter):
 def test_no_format_is_widened_into_another():
     for theirs, ours in product(KINDS, repeat=2):
         buffer = exporting(theirs, [theirs.zero])
-        words = (
-            f"input buffer format ('{theirs.format}') is not compatible with output format "
-            f"('{ours.format}'); use a different input or output type"
-        )
+        words = f"is not compatible with output format ('{ours.format}'); use a different"
         if ours.is_complex and not theirs.is_complex:
-            words = (
-                f"input buffer format ('{theirs.format}') does not begin with 'Z', "
-                "but output type is complex"
-            )
+            words = "does not begin with 'Z', but output type is complex"
         got = outcome(lambda ours=ours, buffer=buffer: make(ours, buffer).size)
         if theirs == ours or {theirs.format, ours.format} == {"B", "?"}:
             assert got == ("gave", "tuple", (1, 1))
         else:
-            assert got == ("raised", BufferError, words)
+            assert got[:2] == ("raised", BufferError)
+            assert got[2].startswith(f"input buffer format ('{theirs.format}') {words}")
         assert buffer.open_views == 0
 
 
@@ -159,15 +144,12 @@ def test_row_major_input_of_any_shape(kind, shape):
         assert stored_bytes(made) == source.tobytes(order="F")
 
 
-def test_a_new_array_is_a_copy():
+def test_new_arrays_are_copies_and_refusals_keep_the_words_of_the_exporter():
     for order in "CF":
         source = numpy.ones((5, 7), order=order)
         made = orvane.double(source)
         source[:] = 0
         assert nested(made) == [[1.0] * 7] * 5
-
-
-def test_requests_that_the_exporter_refuses_keep_its_words():
     released = memoryview(b"ab")
     released.release()
     for words, error, source in (
@@ -177,8 +159,3 @@ def test_requests_that_the_exporter_refuses_keep_its_words():
     ):
         with pytest.raises(error, match=words):
             orvane.uint8(source)
-
-
-def test_parts_beyond_what_a_double_holds_arrive_exactly():
-    stored = [(2**53 + 1, 2**64 - 1)]
-    assert stored_bytes(from_stored(KIND_OF["ZQ"], stored)) == KIND_OF["ZQ"].pack(stored[0])

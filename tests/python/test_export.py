@@ -25,9 +25,10 @@ NOT_WRITABLE = "underlying buffer is not writable."
 NOT_C = "underlying buffer not C-contiguous."
 
 
-# PyBUF_SIMPLE, FORMAT, ND, STRIDES, F_CONTIGUOUS, ANY_CONTIGUOUS, INDIRECT, RECORDS_RO, FULL_RO
+# PyBUF_SIMPLE, FORMAT, ND, STRIDES, F_CONTIGUOUS, ANY_CONTIGUOUS, INDIRECT, RECORDS_RO, FULL_RO;
+# refused are WRITABLE, CONTIG, STRIDED, RECORDS, FULL, and C_CONTIGUOUS alone and with the others.
 @pytest.mark.parametrize("flags", [0, FORMAT, 0x8, STRIDES, 0x58, 0x98, 0x118, 0x1C, 0x11C])
-def test_granted_requests_are_described_completely(flags):
+def test_granted_requests_are_described_completely_and_others_refused(flags):
     exporter, view = grid(2, 3), PyBuffer()
     assert get_buffer(exporter, ctypes.byref(view), flags) == 0
     assert (view.buf, view.obj) == (exporter.buffer_info()[0], id(exporter))
@@ -36,17 +37,12 @@ def test_granted_requests_are_described_completely(flags):
     assert (view.shape[:2], view.strides[:2]) == ([2, 3], [8, 16])
     assert not view.suboffsets
     release_buffer(ctypes.byref(view))
-
-
-# PyBUF_WRITABLE, CONTIG, STRIDED, RECORDS, FULL, and C_CONTIGUOUS alone and with the others
-@pytest.mark.parametrize("flags", [WRITABLE, 0x9, 0x19, 0x1D, 0x11D, 0x38, 0x3C, 0x39])
-def test_refused_requests(flags):
-    whole, flat = grid(2, 3), grid(1, 3)
-    for exporter in (whole, whole[0], flat, flat[0], grid(0, 0)):
-        view = PyBuffer(obj=1)
-        with refused(ValueError, NOT_WRITABLE if flags & WRITABLE else NOT_C):
-            get_buffer(exporter, ctypes.byref(view), flags)
-        assert view.obj is None
+    for refused_flags in (WRITABLE, 0x9, 0x19, 0x1D, 0x11D, 0x38, 0x3C, 0x39):
+        for other in (exporter, exporter[0], grid(1, 3)[0], grid(0, 0)):
+            view = PyBuffer(obj=1)
+            with refused(ValueError, NOT_WRITABLE if refused_flags & WRITABLE else NOT_C):
+                get_buffer(other, ctypes.byref(view), refused_flags)
+            assert view.obj is None
 
 
 @each_kind

@@ -19,9 +19,9 @@ import numpy
 import pytest
 
 import orvane
-from support import BIG, Exporter, evaluate, grid
+from support import BIG, Exporter, Sequence, evaluate, grid
 
-REPETITIONS = 10_000
+REPETITIONS = 4_000
 
 
 class HeapUse(ctypes.Structure):
@@ -62,12 +62,13 @@ a.reshape(3, 2).reshape(2, 3); a.__reduce__(); z.__reduce__(); copy.copy(a); cop
 pickle.loads(pickle.dumps(a)); double(); double(5); double([[1, 2], [3, 4]]); double([1, 2], (2, 1))
 double(size=(2, 2)); double(vector=[1, 2, 3]); double(vector=range(4), size=(2, 2)); double(buffer)
 double(rows, size=(2, 2)); double({"initializer": [1.0], "is_complex": True}); double({}, [1])
-double(a); uint8(b""); double([[1j, 2]], is_complex=True); double(Told([1, 2])); double(exporter)
+double(a); uint8(b""); double([[1j, 2]], is_complex=True); double(exporter)
+double(Sequence([1, 2]))
 """
 
 WRITES = """
 a[0][1] = 5; a[0] = [0, 1, 2]; a[0:1] = [[0, 1, 2]]; a[0][0:2] = (0, 1); z[0][0] = 1j
-z[0] = [1j, None]; a[0] = b[0]; a[::-1] = a; a[1:2][0] = Told([1, 2, 3]); a[0][1:][0:2] = [3, 4]
+z[0] = [1j, None]; a[0] = b[0]; a[::-1] = a; a[1:2][0] = Sequence([1, 2, 3]); a[0][1:][0:2] = [3, 4]
 """
 
 FAILURES = """
@@ -75,12 +76,12 @@ double("x"); double([1, [2]]); double([[1, 2], [3]]); double([None]); double([1,
 double(5, "x"); double(vector=[None]); double(vector=5); double([1, 2], (3,))
 double([[1], [2]], (1, 2)); double(size=(-1,)); double(shape=1); double(is_complex=1)
 logical(is_complex=True); double(size=(10**9, 10**9)); double(b"ab"); double({"shape": 1})
-double({"is_complex": 1}, 5); double(Failing([1, 2])); double([Failing([1])])
+double({"is_complex": 1}, 5); double(Sequence([], 2)); double([Sequence([], 1)])
 double(numpy.zeros((4, 4))[::2]); double(uneven); double([[[], []], [[1], [2]]])
 double(vector=[[1]]); a[9]; a[0][9]; a["x"]; a[BIG]; a[::0]; a["x":]; a.real(); z.noncomplex()
 z._data; a._imag; a < a; a.reshape(5); a.reshape(5, 5); a.reshape(2, 3, x=1); a[0].reshape(6, 1)
-a.reshape(Failing([2, 3])); a[0] = 5; a[0:1] = 5; a[0:2] = []; a[0][0] = "x"; a[0] = [1, "x"]
-a[0][0:2] = [1]; a[0] = Failing([1, 2])
+a.reshape(Sequence([], 2)); a[0] = 5; a[0:1] = 5; a[0:2] = []; a[0][0] = "x"; a[0] = [1, "x"]
+a[0][0:2] = [1]; a[0] = Sequence([], 2)
 del a[0][0]; del a[0]; a[0:1] = [[1], [[2]]]; a[9] = 1
 str(column); list(iter(column)); column == row
 column.clone(); column.__reduce__()
@@ -100,18 +101,6 @@ def repeat(times):
 """
 
 
-class Told(list):
-    """Read by its methods, not as a list."""
-
-    def __getitem__(self, i):
-        return super().__getitem__(i)
-
-
-class Failing(list):
-    def __getitem__(self, i):
-        raise KeyError(i)
-
-
 def names():
     cube, b = grid(2, 2, 2), grid(4, 2)
     line, column = cube[1][1], b[3]
@@ -128,7 +117,7 @@ def names():
         "rows": numpy.arange(4.0).reshape(2, 2),
         "exporter": Exporter(bytes(16), "d", 8),
         "uneven": Exporter(bytes(12), "d", 8),
-        **{c.__name__: c for c in (Told, Failing, numpy, copy, pickle)},
+        **{c.__name__: c for c in (Sequence, numpy, copy, pickle)},
         "BIG": BIG,
     }
 
@@ -148,22 +137,10 @@ def test_repetition_costs_no_memory(text, loop):
         space["repeat"](REPETITIONS)
         blocks, heap = (now - then for now, then in zip(in_use(), before, strict=True))
         # A leak shows once a repetition; caches of the interpreter move by hundreds of blocks.
-        if blocks > REPETITIONS / 10 or heap > REPETITIONS:
+        if blocks > REPETITIONS / 4 or heap > REPETITIONS:
             leaks.append(f"{statement}: {blocks} blocks, {heap} bytes")
     assert leaks == []
     assert space["exporter"].open_views == space["uneven"].open_views == 0
-
-
-@measured
-def test_a_failing_toarray_costs_no_memory(capfd):
-    z, counts = orvane.double([[1j]], is_complex=True)[0], []
-    for _ in range(3):
-        for _ in range(300):  # each failure is printed
-            with pytest.raises(RuntimeError):
-                z.toarray()
-        capfd.readouterr()
-        counts.append(in_use()[0])
-    assert counts[2] - counts[1] < 100
 
 
 def address_space() -> int:

@@ -7,6 +7,7 @@ import itertools
 import os
 import subprocess
 import sys
+from contextlib import contextmanager
 
 import pytest
 
@@ -14,6 +15,8 @@ import orvane
 from support import (
     WORDS,
     Exporter,
+    Index,
+    Sequence,
     check,
     evaluate,
     grid,
@@ -23,29 +26,6 @@ from support import (
     stored_bytes,
     table,
 )
-
-
-class Sequence:
-    """Says it has `length` items and asks `item` for each of them; both may be code."""
-
-    def __init__(self, item, length=2):
-        self.item, self.length = item, length
-
-    def __len__(self):
-        return self.length() if callable(self.length) else self.length
-
-    def __getitem__(self, i):
-        return self.item(i)
-
-
-class Index:
-    def __init__(self, action, value):
-        self.action, self.value = action, value
-
-    def __index__(self):
-        self.action()
-        return self.value
-
 
 LONG = Sequence(lambda i: 1 if i < 3 else 1 // 0, 2**62)
 BAD = Sequence(int, lambda: 1 // 0)
@@ -66,12 +46,8 @@ def test_impossible_sizes(expression, answer):
     for name in ("double", "single"):
         with refused(MemoryError, words.format(answer, name)):
             evaluate(expression.replace("double", name), LONG=LONG)
-
-
-def test_lengths_that_promise_more_than_size_asks_for():
-    inner = [1.0, None] + [1.0] * (10**6 - 2)
-    with refused(TypeError, WORDS["NONE"]):
-        orvane.double([inner] * 10**6, size=(2, 2))
+    with refused(TypeError, WORDS["NONE"]):  # met long before all that is promised
+        orvane.double([[1.0, None] * 10**6] * 10**6, size=(2, 2))
 
 
 @pytest.mark.parametrize("size", [(0, 2**62, 2**62), (2**62, 2**62, 0), (2**62, 0), (2**40, 0, 7)])
@@ -93,33 +69,22 @@ a.reshape(LONG) -> RuntimeError: Item 3 could not be retrieved from the value pa
 double(LONG) -> RuntimeError: NULL
 double([LONG]) -> RuntimeError: NULL
 a.__setitem__(0, LONG) -> RuntimeError: NULL
-a.__setitem__(slice(1), LONG) -> RuntimeError: NULL
 a[0].__setitem__(slice(1), LONG) -> RuntimeError: NULL
 double([[[], []], [[1], [2]]]) -> ValueError: RECTANGULAR
-double([[[]], [1]]) -> ValueError: RECTANGULAR
 double([[[]], [1]], size=(9, 9)) -> ValueError: RECTANGULAR
 double([[[]], ['x']]) -> ValueError: NUMERIC
 a.__setitem__(0, [[[]], [1]]) -> ValueError: RECTANGULAR
-a.__setitem__(slice(0), [[[]], [1]]) -> ValueError: RECTANGULAR
 a[0].__setitem__(slice(1), [[[]], [1]]) -> ValueError: RECTANGULAR
+double(size=BAD) -> ZeroDivisionError: DIVISION
+double(vector=BAD) -> ZeroDivisionError: DIVISION
+double(BAD) -> ZeroDivisionError: DIVISION
+double([[1], BAD]) -> ZeroDivisionError: DIVISION
+a.__setitem__(0, BAD) -> ZeroDivisionError: DIVISION
+a.__setitem__(slice(1), [BAD]) -> ZeroDivisionError: DIVISION
 a.reshape(BAD) -> ValueError: reshape() must be passed a nonempty sequence of nonnegative integers.
 """)
 def test_lengths_that_lie(expression, answer):
     check(expression, answer, a=grid(2, 2), LONG=LONG, BAD=BAD)
-
-
-def test_a_length_that_fails_gives_its_own_error():
-    a = grid(2, 2)
-    for use in (
-        lambda: orvane.double(size=BAD),
-        lambda: orvane.double(vector=BAD),
-        lambda: orvane.double(BAD),
-        lambda: orvane.double([[1], BAD]),
-        lambda: a.__setitem__(0, BAD),
-        lambda: a.__setitem__(slice(1), [BAD]),
-    ):
-        with pytest.raises(ZeroDivisionError):
-            use()
 
 
 def test_sequences_that_change_between_looks():
@@ -128,9 +93,9 @@ def test_sequences_that_change_between_looks():
     for value in (lengths, [lengths, lengths], [[lengths], [lengths]]) * 5:
         result = outcome(lambda v=value: nested(orvane.double(v)))
         assert result[0] == "gave" or result[2] in WORDS.values()
-    growing = [Sequence(lambda i: growing.append(1.0) or 1.0), Sequence(lambda i: 1.0)]
+    growing = [Sequence(lambda i: growing.append(1.0) or 1.0, 2), Sequence(lambda i: 1.0, 2)]
     outcome(lambda: orvane.double(growing))
-    shrinking = [Sequence(lambda i: shrinking.clear() or 1.0), [1.0, 1.0], [1.0, 1.0]]
+    shrinking = [Sequence(lambda i: shrinking.clear() or 1.0, 2), [1.0, 1.0], [1.0, 1.0]]
     with refused(RuntimeError, WORDS["NULL"]):
         orvane.double(shrinking)
 
@@ -168,43 +133,23 @@ def test_many_dimensions():
 
 
 @table("""
-line[0] -> RuntimeError: TOO_MANY
-line[::0] -> RuntimeError: TOO_MANY
 part['x':] -> RuntimeError: TOO_MANY
-part[0] -> RuntimeError: TOO_MANY
-line['x'] -> RuntimeError: SUBSCRIPT
-part[0, 0] -> RuntimeError: SUBSCRIPT
 line[BIG] -> OverflowError: SSIZE
 line.__setitem__(BIG, 'x') -> RuntimeError: TOO_MANY
-line.__setitem__('x', 'x') -> RuntimeError: TOO_MANY
-part.__setitem__(slice(None), 'x') -> RuntimeError: TOO_MANY
-len(line) -> RuntimeError: TOO_MANY
-part.size -> RuntimeError: TOO_MANY
-line.size -> ()
-str(part) -> "[[]]"
 part.clone().size -> (0, 2)
-line.__reduce__() -> (double, ({}, []))
 [column[0], column[1], column[2]] -> [3.0, 5.0, 7.0]
 column[3] -> IndexError: index has an invalid value: 3
-column[-1] -> IndexError: index has an invalid value: 3
-column[1:][2] -> IndexError: index has an invalid value: 3
-str(column) -> IndexError: index has an invalid value: 3
-column.__reduce__() -> IndexError: index has an invalid value: 3
 a[::2**62][::2**62] -> [[0.0, 4.0]]
 a[::-2**63][::2**62][::-1] -> [[3.0, 7.0]]
-a[::3][::-2**62] -> [[3.0, 7.0]]
 a[1:][2**63:][::-BIG].size -> (0, 2)
-tall == tall[::-1] -> True
 tall[::2] == tall[1::2] -> True
 tall[::2] == tall[1:] -> False
 tall[::-3][2**60:][0].size -> (0,)
-next(iter(tall[::-1])).size -> (0,)
 tall[2**61:][2**61:2**61 + 2] -> []
 tall[2**62 - 2:] -> [[], []]
 tall.__setitem__(2**61, []) -> None
 tall.__setitem__(slice(None), 5) -> RuntimeError: unable to set value.
 tall.__setitem__(slice(None, None, 2), []) -> ValueError: slice is nonempty but values are empty.
-deep == deep[:] -> True
 deep[1][::2] == deep[2][1::2] -> True
 deep[0][5].__setitem__(slice(0, 0), []) -> None
 """)
@@ -223,21 +168,17 @@ def test_outdated_chains_and_overflowing_places(expression, answer):
 def test_bounds_that_reshape_the_array():
     a = grid(6, 4)
     for view, shape in itertools.product((a, a[1:5], a[::-1]), ((1, 24), (2, 3, 4), (24, 1))):
-        bound = Index(lambda s=shape: a.reshape(*s), 3)
-        for use in (
-            lambda v=view, b=bound: nested(v[0:b]),
-            lambda v=view, b=bound: v[b:].clone().size,
-            lambda v=view, b=bound: v.__setitem__(slice(0, b), [7] * 12),
-            lambda v=view, b=bound: v.__delitem__(slice(0, b)),
-        ):
+        bound = Index(3, lambda s=shape: a.reshape(*s))
+        for use in ("nested(v[0:b])", "v[b:].clone()", "v.__setitem__(slice(0, b), [7] * 12)"):
             a.reshape(6, 4)
-            result = outcome(use)
+            result = outcome(lambda u=use, v=view, b=bound: evaluate(u, v=v, b=b, nested=nested))
             assert result[0] == "gave" or result[1] in (RuntimeError, ValueError, IndexError)
     assert set(a._data) <= {*map(float, range(24))}
-    for use in (lambda v, b: v[0:b], lambda v, b: v.__setitem__(slice(0, b), [7, 8])):
+    for use in ("v[0:b]", "v.__setitem__(slice(0, b), [7, 8])"):
         cube = grid(2, 2, 2)
+        bound = Index(2, lambda c=cube: c.reshape(4, 2))
         with refused(RuntimeError, WORDS["TOO_MANY"]):
-            use(cube[1][1], Index(lambda c=cube: c.reshape(4, 2), 2))
+            evaluate(use, v=cube[1][1], b=bound)
 
 
 @pytest.mark.parametrize("shape", [(1, 6), (6, 1), (1, 2, 3), (3, 1, 2)])
@@ -263,11 +204,21 @@ def test_values_that_reshape_the_array_they_are_read_beside():
     a = grid(2, 3)
     outcome(lambda: orvane.double([a, Sequence(lambda i: a.reshape(3, 2) and [1.0, 2.0], 3)]))
     outcome(lambda: orvane.double([a[0], Sequence(lambda i: a.reshape(1, 6) and 1.0, 3), a[0]]))
-    assert a.reshape(Sequence(lambda i: a.reshape(1, 6) and (3, 2)[i])) is a
+    assert a.reshape(Sequence(lambda i: a.reshape(1, 6) and (3, 2)[i], 2)) is a
     assert (a.size, list(a._data)) == ((3, 2), [*map(float, range(6))])
     meddling = Exporter(bytes(16), "d", 8, before_fill=lambda: a.reshape(2, 3) and orvane.double(a))
     assert nested(orvane.double(meddling)) == [[0.0, 0.0]]
     assert (a.size, meddling.open_views) == ((2, 3), 0)
+
+
+@contextmanager
+def collecting(*thresholds):
+    before = gc.get_threshold()
+    gc.set_threshold(*thresholds)
+    try:
+        yield
+    finally:
+        gc.set_threshold(*before)
 
 
 def test_finalizers_at_any_allocation():
@@ -281,9 +232,7 @@ def test_finalizers_at_any_allocation():
         def __del__(self):
             a.reshape(*next(shapes))
 
-    thresholds = gc.get_threshold()
-    gc.set_threshold(1, 1, 1)
-    try:
+    with collecting(1, 1, 1):
         for _ in range(300):
             Finalizer()
             assert str(a) in texts
@@ -291,8 +240,6 @@ def test_finalizers_at_any_allocation():
             assert str(a.__reduce__()[1][1]).replace(" ", "") in texts
             Finalizer()
             assert (a[:].clone().buffer_info()[1], a == 5) == (24, False)
-    finally:
-        gc.set_threshold(*thresholds)
 
 
 def test_collections_that_write_while_toarray_makes_its_array():
@@ -302,15 +249,13 @@ def test_collections_that_write_while_toarray_makes_its_array():
     def write(phase, info):
         a[0][0] = -1.0
 
-    thresholds = gc.get_threshold()
     gc.callbacks.append(write)
-    gc.set_threshold(1)
     try:
-        made = [row.toarray() for _ in range(20)]
+        with collecting(1):
+            made = [row.toarray() for _ in range(20)]
+        gc.collect()
     finally:
-        gc.set_threshold(*thresholds)
         gc.callbacks.remove(write)
-    write("", {})
     assert (a.buffer_info()[0], image[0, 0]) == (address, -1.0)
     assert {len(numbers) for numbers in made} == {500}
     assert row.toarray().tolist() == list(row)
@@ -325,31 +270,26 @@ def run(program):
     return done.stdout.split()
 
 
-def test_the_exceptions_survive_their_names():
+def test_what_is_kept_of_other_modules_survives_their_names():
     assert run("""
-import gc, orvane, ovexceptions, orvanemultidimarrayforpython as native
+import array, gc
+class Pair(list):
+    def __init__(self, code, items):
+        super().__init__([code, *items])
+array.array = Pair
+import orvane, ovexceptions, orvanemultidimarrayforpython as native
 for module in (orvane, ovexceptions, native):
     del module.ShapeError, module.SizeError
+del array.array
 gc.collect()
 for size in ((3,), (2, 1)):
     try:
         orvane.double([[1, 2]], size=size)
     except Exception as error:
         print(type(error).__name__)
-""") == ["ShapeError", "SizeError"]
-
-
-def test_a_class_in_the_place_of_array_array_gets_code_and_items():
-    assert run("""
-import array
-class Pair(list):
-    def __init__(self, code, items):
-        super().__init__([code, *items])
-array.array = Pair
-import orvane
 made = orvane.int16([1, 2])[0].toarray()
 print(type(made).__name__, *made)
-""") == ["Pair", "h", "1", "2"]
+""") == ["ShapeError", "SizeError", "Pair", "h", "1", "2"]
 
 
 @pytest.mark.skipif(

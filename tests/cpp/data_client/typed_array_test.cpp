@@ -1,5 +1,6 @@
 // Typed handles, their iterators and visitors, over all element kinds.
 #include "data_client/array_factory.hpp"
+#include "data_client/column_major_span.hpp"
 #include "data_client/numeric_visitor.hpp"
 #include "data_client/set_element.hpp"
 
@@ -8,8 +9,6 @@
 #include <algorithm>
 #include <concepts>
 #include <cstdint>
-#include <iterator>
-#include <span>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -23,154 +22,154 @@ static_assert(std::contiguous_iterator<TypedIterator<double>>);
 static_assert(std::contiguous_iterator<TypedIterator<const std::complex<float>>>);
 static_assert(std::is_nothrow_default_constructible_v<Array> && std::is_nothrow_move_constructible_v<Array>);
 
+using Extents = std::vector<unsigned long>;
+
+template <class Check>
+void forEachKind(Check check) {
+    [&]<class... T>(std::type_identity<std::tuple<T...>>) {
+        const auto checkKind = [&]<class Kind>(std::type_identity<Kind>) {
+            SCOPED_TRACE(static_cast<int>(arrayTypeOf<Kind>));
+            check.template operator()<Kind>();
+        };
+        (checkKind(std::type_identity<T>()), ...);
+    }(std::type_identity<orvane::ElementKinds>());
+}
+
+/// The value at a position; neighbours differ also in `bool`.
+template <class T>
+T value(int position) {
+    if constexpr (ComplexArrayElement<T>) {
+        using Part = typename T::value_type;
+        return T(static_cast<Part>(position), static_cast<Part>(position + 50));
+    } else {
+        return static_cast<T>(std::is_same_v<T, bool> ? position % 2 : position);
+    }
+}
+
+template <class T>
+std::vector<T> values() {
+    return {value<T>(0), value<T>(1), value<T>(2), value<T>(3), value<T>(4), value<T>(5)};
+}
+
+template <class T>
+std::vector<T> elements(const TypedArray<T>& array) {
+    return {array.cbegin(), array.cend()};
+}
+
+template <class T>
+TypedArray<T> twoByThree() {
+    auto buffer = ArrayFactory().createBuffer<T>(6);
+    std::ranges::copy(values<T>(), buffer.get());
+    return ArrayFactory().createArrayFromBuffer<T>({2, 3}, std::move(buffer));
+}
+
 /// Tells the element kind that it was called for, how many handles hold the array meanwhile, and whether it
 /// got the handle for characters.
 struct KindVisitor {
     long handles = 0;
     bool gotCharArray = false;
 
-    template <class T>
-    ArrayType operator()(TypedArray<T> array) {
+    template <class Handle>
+    ArrayType operator()(Handle array) {
         handles = array.useCount();
-        return arrayTypeOf<T>;
-    }
-    ArrayType operator()(CharArray array) {
-        handles = array.useCount();
-        gotCharArray = true;
-        return ArrayType::Character;
+        gotCharArray = std::is_same_v<Handle, CharArray>;
+        return array.getType();
     }
 };
 
-template <class T>
-class TypedArrays : public testing::Test {
-protected:
-    /// The value at a position; neighbours differ also in `bool`.
-    static T value(unsigned long position) {
-        if constexpr (ComplexArrayElement<T>) {
-            using Part = typename T::value_type;
-            return T(static_cast<Part>(position), static_cast<Part>(position + 50));
-        } else if constexpr (std::is_same_v<T, bool>) {
-            return position % 2 == 1;
-        } else {
-            return static_cast<T>(position);
+TEST(TypedArrays, areMadeOfZerosInAnyShape) {
+    forEachKind([]<class T>() {
+        const std::pair<Extents, unsigned long> shapes[] = {
+            {{3, 1, 2, 1, 4, 1}, 24}, {{5}, 5}, {{}, 1}, {{~0UL, ~0UL, 0}, 0}};
+        for (const auto& [extents, count] : shapes) {
+            const TypedArray<T> array = ArrayFactory().createArray<T>(extents);
+            EXPECT_EQ(array.getType(), arrayTypeOf<T>);
+            EXPECT_EQ(array.getDimensions(), extents);
+            EXPECT_EQ(array.getNumberOfElements(), count);
+            EXPECT_EQ(elements(array), std::vector<T>(count));
         }
-    }
-
-    /// 2-by-3, the values of the positions in order.
-    static TypedArray<T> twoByThree() {
-        ArrayFactory factory;
-        auto buffer = factory.createBuffer<T>(6);
-        for (unsigned long i = 0; i < 6; ++i) {
-            buffer[i] = value(i);
-        }
-        return factory.createArrayFromBuffer<T>({2, 3}, std::move(buffer));
-    }
-
-    static std::vector<T> elementsOf(const TypedArray<T>& array) { return {array.begin(), array.end()}; }
-};
-
-template <class List>
-struct AsTestTypes;
-template <class... T>
-struct AsTestTypes<std::tuple<T...>> {
-    using Type = testing::Types<T...>;
-};
-TYPED_TEST_SUITE(TypedArrays, AsTestTypes<orvane::ElementKinds>::Type);
-
-TYPED_TEST(TypedArrays, areMadeOfZerosInAnyShape) {
-    for (const std::vector<unsigned long>& extents :
-         {std::vector<unsigned long>{2, 3}, {3, 1, 2, 1, 4, 1}, {5}, {}, {~0UL, ~0UL, 0}}) {
-        const TypedArray<TypeParam> array = ArrayFactory().createArray<TypeParam>(extents);
-        EXPECT_EQ(array.getType(), arrayTypeOf<TypeParam>);
-        EXPECT_EQ(array.getDimensions(), extents);
-        EXPECT_EQ(this->elementsOf(array), std::vector<TypeParam>(array.getNumberOfElements()));
-        EXPECT_EQ(array.getNumberOfElements(), extents.empty() ? 1u : extents[0] == 5 ? 5u : extents[0] * 3 % 24);
-    }
+        EXPECT_EQ(elements(TypedArray<T>(ArrayFactory().createScalar<T>(value<T>(1)))), std::vector<T>{value<T>(1)});
+    });
+    EXPECT_EQ(Array().getType(), ArrayType::Double);
+    EXPECT_EQ(Array().getDimensions(), (Extents{0, 0}));
 }
 
-TYPED_TEST(TypedArrays, writingASharedArrayLeavesTheOtherHandleItsElements) {
-    auto array = this->twoByThree();
-    const auto other = array;
-    EXPECT_EQ(std::as_const(array).begin().get(), other.begin().get()) << "reading took a copy";
-
-    std::reverse(array.begin(), array.end());
-    const auto place = array.begin();
-    EXPECT_NE(place.get(), other.begin().get());
-    EXPECT_EQ(array.getDimensions(), other.getDimensions());
-    EXPECT_EQ(array.getType(), other.getType());
-    for (unsigned long i = 0; i < 6; ++i) {
-        EXPECT_EQ(std::span(array.cbegin(), array.cend())[i], this->value(5 - i));
-        EXPECT_EQ(other.begin()[static_cast<long>(i)], this->value(i));
-    }
-    EXPECT_EQ(array.useCount(), 1);
-    EXPECT_EQ(array.begin().get(), place.get()) << "the only owner took a copy";
-    auto iterator = place;
-    const auto second = ++iterator;
-    EXPECT_EQ(iterator++, second);
-    EXPECT_EQ(--iterator, second);
-    EXPECT_EQ(second - place, 1);
-    EXPECT_LT(place, second);
-}
-
-TYPED_TEST(TypedArrays, releaseHandsOverTheVeryBufferOrACopyOfASharedOne) {
-    auto array = this->twoByThree();
-    const auto elements = this->elementsOf(array);
-    auto shared = array;
-    const auto copy = shared.release();
-    EXPECT_NE(copy.get(), std::as_const(array).begin().get());
-    EXPECT_EQ(std::vector<TypeParam>(copy.get(), copy.get() + 6), elements);
-
-    shared = TypedArray<TypeParam>(ArrayFactory().createScalar<TypeParam>(this->value(1)));
-    EXPECT_EQ(this->elementsOf(shared), std::vector<TypeParam>{this->value(1)});
-    const TypeParam* const address = std::as_const(array).begin().get();
-    const auto buffer = array.release();
-    EXPECT_EQ(buffer.get(), address);
-    EXPECT_EQ(std::vector<TypeParam>(buffer.get(), buffer.get() + 6), elements);
-}
-
-TYPED_TEST(TypedArrays, aHandleOfAnotherTypeIsRefusedAndLeavesTheSource) {
-    using Other = std::conditional_t<std::is_same_v<TypeParam, double>, float, double>;
-    using Refusal = detail::ArrayException<orvane::Exception, ExceptionType::InvalidArrayType>;
-    Array array = this->twoByThree();
-    EXPECT_THROW(TypedArray<Other>{array}, Refusal);
-    EXPECT_THROW(TypedArray<Other>{std::move(array)}, Refusal);
-    EXPECT_EQ(array.useCount(), 1);
-    const TypedArray<TypeParam> typed(std::move(array));
-    EXPECT_EQ(typed.useCount(), 1);
-    EXPECT_EQ(typed.begin()[5], this->value(5));
-}
-
-TYPED_TEST(TypedArrays, anElementOfAComplexArrayIsWrittenThroughItsReference) {
-    if constexpr (ComplexArrayElement<TypeParam>) {
-        auto array = this->twoByThree();
+TEST(TypedArrays, writingASharedArrayLeavesTheOtherHandleItsElements) {
+    forEachKind([]<class T>() {
+        auto array = twoByThree<T>();
         const auto other = array;
-        const ReferenceHolder reference = array[4];
-        detail::setElement(reference.impl(), this->value(77), static_cast<int>(arrayTypeOf<TypeParam>));
-        auto expected = this->elementsOf(other);
-        EXPECT_EQ(std::exchange(expected[4], this->value(77)), this->value(4));
-        EXPECT_EQ(this->elementsOf(array), expected);
-        EXPECT_THROW(array[6], std::exception);
-    } else {
-        static_assert(!requires(TypedArray<TypeParam> array) { array[0]; });
-    }
+        EXPECT_EQ(array.cbegin().get(), other.cbegin().get()) << "reading took a copy";
+        std::ranges::reverse(writableElementsOf(array).flat());
+        auto reversed = values<T>();
+        std::reverse(reversed.begin(), reversed.end());
+        EXPECT_EQ(elements(array), reversed);
+        EXPECT_EQ(elements(other), values<T>());
+        EXPECT_EQ(array.getDimensions(), other.getDimensions());
+        EXPECT_EQ(array.getType(), other.getType());
+        EXPECT_EQ(array.useCount(), 1);
+        const T* const place = array.cbegin().get();
+        EXPECT_EQ(writableElementsOf(array).flat().data(), place) << "the only owner took a copy";
+    });
 }
 
-TYPED_TEST(TypedArrays, aVisitorIsToldTheElementType) {
-    Array array = this->twoByThree();
-    KindVisitor visitor;
-    EXPECT_EQ(apply_numeric_visitor(std::as_const(array), visitor), arrayTypeOf<TypeParam>);
-    EXPECT_EQ(visitor.gotCharArray, (std::is_same_v<TypeParam, char16_t>));
-    EXPECT_EQ(visitor.handles, 2) << "shares the array with the caller";
-    EXPECT_EQ(apply_numeric_visitor(std::move(array), visitor), arrayTypeOf<TypeParam>);
-    EXPECT_EQ(visitor.handles, 1) << "handed over";
+TEST(TypedArrays, releaseHandsOverTheVeryBufferOrACopyOfASharedOne) {
+    forEachKind([]<class T>() {
+        auto array = twoByThree<T>();
+        const T* const address = array.cbegin().get();
+        {
+            auto shared = array;
+            const auto copy = shared.release();
+            EXPECT_NE(copy.get(), address);
+            EXPECT_EQ(std::vector<T>(copy.get(), copy.get() + 6), values<T>());
+        }
+        const auto buffer = array.release();
+        EXPECT_EQ(buffer.get(), address);
+        EXPECT_EQ(std::vector<T>(buffer.get(), buffer.get() + 6), values<T>());
+    });
 }
 
-TEST(Arrays, theDefaultArrayIsEmpty) {
-    const Array array;
-    EXPECT_EQ(array.getType(), ArrayType::Double);
-    EXPECT_EQ(array.getDimensions(), (std::vector<unsigned long>{0, 0}));
-    const TypedArray<double> typed(array);
-    EXPECT_EQ(typed.begin(), typed.end());
+TEST(TypedArrays, aHandleOfAnotherTypeIsRefusedAndLeavesTheSource) {
+    using Refusal = detail::ArrayException<orvane::Exception, ExceptionType::InvalidArrayType>;
+    forEachKind([]<class T>() {
+        using Other = std::conditional_t<std::is_same_v<T, double>, float, double>;
+        Array array = twoByThree<T>();
+        EXPECT_THROW(TypedArray<Other>{array}, Refusal);
+        EXPECT_THROW(TypedArray<Other>{std::move(array)}, Refusal);
+        EXPECT_EQ(array.useCount(), 1);
+        const TypedArray<T> typed(std::move(array));
+        EXPECT_EQ(typed.useCount(), 1);
+        EXPECT_EQ(elements(typed), values<T>());
+    });
+}
+
+TEST(TypedArrays, anElementOfAComplexArrayIsWrittenThroughItsReference) {
+    forEachKind([]<class T>() {
+        if constexpr (ComplexArrayElement<T>) {
+            auto array = twoByThree<T>();
+            const auto other = array;
+            const ReferenceHolder reference = array[4];
+            detail::setElement(reference.impl(), value<T>(77), static_cast<int>(arrayTypeOf<T>));
+            auto expected = values<T>();
+            EXPECT_EQ(elements(other), expected);
+            expected[4] = value<T>(77);
+            EXPECT_EQ(elements(array), expected);
+            EXPECT_THROW(array[6], std::exception);
+        } else {
+            static_assert(!requires(TypedArray<T> array) { array[0]; });
+        }
+    });
+}
+
+TEST(TypedArrays, aVisitorIsToldTheElementType) {
+    forEachKind([]<class T>() {
+        Array array = twoByThree<T>();
+        KindVisitor visitor;
+        EXPECT_EQ(apply_numeric_visitor(std::as_const(array), visitor), arrayTypeOf<T>);
+        EXPECT_EQ(visitor.gotCharArray, (std::is_same_v<T, char16_t>));
+        EXPECT_EQ(visitor.handles, 2) << "shares the array with the caller";
+        EXPECT_EQ(apply_numeric_visitor(std::move(array), visitor), arrayTypeOf<T>);
+        EXPECT_EQ(visitor.handles, 1) << "handed over";
+    });
 }
 
 } // namespace
