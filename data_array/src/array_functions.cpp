@@ -80,7 +80,7 @@ int release(impl::ArrayImpl* array, bool isUnique, void** buffer, detail::Buffer
     if (!mayTake && !storage) {
         return static_cast<int>(Status::OutOfMemory);
     }
-    *deleter = storage.get_deleter();
+    *deleter = storage.get_deleter().deleter;
     *buffer = storage.release();
     return static_cast<int>(Status::Success);
 }

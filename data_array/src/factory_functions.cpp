@@ -88,7 +88,7 @@ int createBuffer(impl::ArrayFactoryImpl* factory, void** buffer, detail::BufferD
     if (!storage) {
         return number(Status::OutOfMemory);
     }
-    *deleter = storage.get_deleter();
+    *deleter = storage.get_deleter().deleter;
     *buffer = storage.release();
     return number(Status::Success);
 }

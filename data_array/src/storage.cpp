@@ -1,6 +1,8 @@
 #include "storage.hpp"
 
+#include <cxxabi.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -86,6 +88,20 @@ constexpr bool canBeAllocated(std::size_t bytes) noexcept {
 }
 
 } // namespace
+
+void FreeBlock::operator()(void* block) const noexcept {
+#ifdef __GLIBCXX__
+    try {
+        deleter(block);
+    } catch (abi::__forced_unwind&) {
+        while (true) {
+            pause();
+        }
+    }
+#else
+    deleter(block);
+#endif
+}
 
 Storage allocate(std::size_t bytes) noexcept {
     if (bytes == 0) {

@@ -78,7 +78,7 @@ public:
     }
 
     /// False when something irregular or unconvertible was met; the target is then partly filled.
-    bool read(PyObject* value) const noexcept {
+    bool read(PyObject* value) const {
         // Levels of a single list cannot be grouped; those inside can.
         std::size_t level = 0;
         auto items = exactItems(value);
@@ -104,7 +104,7 @@ private:
 
     /// Reads one list per member of a group. The members' elements are neighbours in column-major order; those of
     /// the first begin at `offset`. Recursion ends at `RegularNesting::maxRank`.
-    bool readLists(std::size_t level, PyObject* const* lists, std::size_t members, std::size_t offset) const noexcept {
+    bool readLists(std::size_t level, PyObject* const* lists, std::size_t members, std::size_t offset) const {
         GroupItems items{};
         for (std::size_t member = 0; member < members; ++member) {
             const auto found = exactItems(lists[member]);
@@ -127,7 +127,7 @@ private:
     }
 
     [[gnu::always_inline]] bool readNumbers(std::size_t level, const GroupItems& items, std::size_t members,
-                                            std::size_t offset) const noexcept {
+                                            std::size_t offset) const {
         T* target = m_target + offset;
         for (std::size_t i = 0; i < m_extents[level]; ++i, target += m_strides[level]) {
             for (std::size_t member = 0; member < members; ++member) {

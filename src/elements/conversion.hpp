@@ -46,7 +46,7 @@ bool storeInteger(long long value, Real& element) noexcept {
 
 /// Reads an `int` of any subclass into a real element, or one part of a complex one. False when it does not fit.
 template <class Real>
-bool readIntegerAs(PyObject* integer, Real& element) noexcept {
+bool readIntegerAs(PyObject* integer, Real& element) {
     long long number;
     if (readInteger(integer, number)) [[likely]]
         return storeInteger(number, element);
@@ -92,7 +92,7 @@ bool storeComplex(double real, double imaginary, T& element) noexcept {
 /// conversion, faults included; where it answers, the full conversion would answer the same. No code of the
 /// caller's runs.
 template <class T, bool isConstruction = true>
-inline bool convertExactNumber(PyObject* value, T& element) noexcept {
+inline bool convertExactNumber(PyObject* value, T& element) {
     const PyTypeObject* type = Py_TYPE(value);
     if (type == &PyFloat_Type)
         return storeFloat<T, isConstruction>(PyFloat_AS_DOUBLE(value), element);

@@ -34,7 +34,7 @@ inline bool readInteger(PyObject* integer, long long& value) noexcept {
 }
 
 /// The same for values that only an unsigned number can hold.
-inline bool readUnsignedInteger(PyObject* integer, std::uint64_t& value) noexcept {
+inline bool readUnsignedInteger(PyObject* integer, std::uint64_t& value) {
     value = PyLong_AsUnsignedLongLong(integer);
     if (value != std::numeric_limits<std::uint64_t>::max() || PyErr_Occurred() == nullptr)
         return true;

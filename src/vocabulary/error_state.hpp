@@ -3,14 +3,26 @@
 
 #include <Python.h>
 
+#include <orvane/python/ending_thread.hpp>
+
 namespace orvane::python {
 
-/// Takes the pending error (or its absence) away on construction and puts it back on destruction, over
-/// whatever was raised meanwhile. For releases of foreign objects on the way out of a failure.
+/// Takes the pending error (or its absence) away on construction and puts it back on destruction. For releases on the
+/// way out of a failure that may run code of others': an error that this leaves behind is reported as what nobody
+/// can handle.
 class PendingError {
 public:
-    PendingError() noexcept { PyErr_Fetch(&m_type, &m_value, &m_traceback); }
-    ~PendingError() { PyErr_Restore(m_type, m_value, m_traceback); }
+    PendingError() noexcept {
+        if (detail::mayTouchPython())
+            PyErr_Fetch(&m_type, &m_value, &m_traceback);
+    }
+    ~PendingError() {
+        detail::releaseAtScopeEnd([this] {
+            if (PyErr_Occurred() != nullptr)
+                PyErr_WriteUnraisable(nullptr);
+            PyErr_Restore(m_type, m_value, m_traceback);
+        });
+    }
     PendingError(const PendingError&) = delete;
     PendingError& operator=(const PendingError&) = delete;
 
@@ -26,14 +38,17 @@ public:
     BufferView() noexcept = default;
     BufferView(const BufferView&) = delete;
     BufferView& operator=(const BufferView&) = delete;
-    ~BufferView() { release(); }
+    ~BufferView() {
+        if (m_isHeld)
+            detail::releaseAtScopeEnd([this] { release(); });
+    }
 
     /// False with the exporter's error set when the request is refused.
-    bool acquire(PyObject* exporter, int flags) noexcept {
+    bool acquire(PyObject* exporter, int flags) {
         m_isHeld = PyObject_GetBuffer(exporter, &m_view, flags) == 0;
         return m_isHeld;
     }
-    void release() noexcept {
+    void release() {
         if (m_isHeld) {
             const PendingError kept;
             m_isHeld = false;

@@ -1,23 +1,30 @@
-// Owning references to Python objects and to buffers that other objects export.
+// Owning references to Python objects.
 #pragma once
 
 #include <Python.h>
+
+#include <orvane/python/ending_thread.hpp>
 
 #include <utility>
 
 namespace orvane::python {
 
-/// One owned reference, or none. The interpreter lock must be held wherever a reference is taken or dropped.
+/// One owned reference, or none. The interpreter lock must be held wherever a reference is taken or dropped; a thread
+/// that the interpreter ends keeps what it has.
 class PyRef {
 public:
     PyRef() noexcept = default;
     PyRef(PyRef&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
     PyRef(const PyRef& other) noexcept : m_object(other.m_object) { Py_XINCREF(m_object); }
-    PyRef& operator=(PyRef other) noexcept {
-        std::swap(m_object, other.m_object);
+    PyRef& operator=(PyRef other) {
+        PyObject* const former = std::exchange(m_object, other.release());
+        Py_XDECREF(former);
         return *this;
     }
-    ~PyRef() { Py_XDECREF(m_object); }
+    ~PyRef() {
+        if (m_object != nullptr)
+            detail::releaseAtScopeEnd([this] { Py_DECREF(m_object); });
+    }
 
     /// Takes over a new reference; null stays null.
     [[nodiscard]] static PyRef steal(PyObject* object) noexcept { return PyRef(object); }

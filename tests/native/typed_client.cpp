@@ -2,6 +2,7 @@
 // deleters, handles that are kept.
 #include <orvane/python.hpp>
 
+#include <chrono>
 #include <cstring>
 #include <map>
 #include <optional>
@@ -16,6 +17,7 @@ using namespace orvane;
 using python::Reference;
 
 int freedBuffers = 0;
+PyObject* whenFreed = nullptr; // called for every buffer, whatever comes of it
 
 template <class T>
 data::TypedArray<T> makeArray(const std::vector<unsigned long>& dims, const void* elements) {
@@ -26,6 +28,7 @@ data::TypedArray<T> makeArray(const std::vector<unsigned long>& dims, const void
     data::Buffer<T> buffer(new T[count], [](T* block) {
         ++freedBuffers;
         delete[] block;
+        const Reference result(whenFreed != nullptr ? PyObject_CallNoArgs(whenFreed) : nullptr);
     });
     std::memcpy(static_cast<void*>(buffer.get()), elements, count * sizeof(T));
     return data::ArrayFactory().createArrayFromBuffer<T>(dims, std::move(buffer));
@@ -144,10 +147,40 @@ PyObject* describeKept(PyObject*, PyObject*) {
     return python::guarded([&] { return describe(*kept); });
 }
 
-/// Drops the kept handle on another thread, without the lock.
-PyObject* dropKeptElsewhere(PyObject*, PyObject*) {
-    const python::WithoutInterpreterLock unlocked;
+/// Drops the kept handle on another thread, while this one holds the lock or not.
+PyObject* dropKeptElsewhere(PyObject*, PyObject* holdingLock) {
+    std::optional<python::WithoutInterpreterLock> unlocked;
+    if (holdingLock != Py_True) {
+        unlocked.emplace();
+    }
     std::thread([] { kept.reset(); }).join();
+    unlocked.reset();
+    return Py_NewRef(Py_None);
+}
+
+/// The same without waiting for it.
+PyObject* dropKeptMeanwhile(PyObject*, PyObject*) {
+    std::thread([] { kept.reset(); }).detach();
+    return Py_NewRef(Py_None);
+}
+
+/// hold(object, callable): calls, or for None waits without the lock, with a handle and a reference on the stack.
+PyObject* hold(PyObject*, PyObject* args) {
+    return python::guarded([&] {
+        const auto array = python::fromPython<double>(PyTuple_GetItem(args, 0));
+        PyObject* const callable = PyTuple_GetItem(args, 1);
+        const Reference held(Py_NewRef(callable));
+        if (callable != Py_None) {
+            return Reference(PyObject_CallNoArgs(callable));
+        }
+        const python::WithoutInterpreterLock unlocked;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        return Reference(Py_NewRef(Py_None));
+    });
+}
+
+PyObject* setWhenFreed(PyObject*, PyObject* callable) {
+    const Reference former(std::exchange(whenFreed, callable != Py_None ? Py_NewRef(callable) : nullptr));
     return Py_NewRef(Py_None);
 }
 
@@ -162,6 +195,9 @@ PyObject* foreignImpl(PyObject*, PyObject* kind) {
             array = makeArray<std::int16_t>({6}, zeros.data());
         } else if (PyUnicode_CompareWithASCIIString(kind, "matrix") == 0) {
             array = makeArray<std::int16_t>({2, 3}, zeros.data());
+        } else if (PyUnicode_CompareWithASCIIString(kind, "null block") == 0) {
+            data::Buffer<double> none(nullptr, [](double*) {});
+            array = data::ArrayFactory().createArrayFromBuffer<double>({0, 3}, std::move(none));
         }
         return addressObject(array.detach());
     });
@@ -191,7 +227,10 @@ PyMethodDef methods[] = {
     {"from_buffer", fromBuffer, METH_O, nullptr},
     {"keep", keep, METH_VARARGS, nullptr},
     {"describe_kept", describeKept, METH_NOARGS, nullptr},
-    {"drop_kept_elsewhere", dropKeptElsewhere, METH_NOARGS, nullptr},
+    {"drop_kept_elsewhere", dropKeptElsewhere, METH_O, nullptr},
+    {"drop_kept_meanwhile", dropKeptMeanwhile, METH_NOARGS, nullptr},
+    {"hold", hold, METH_VARARGS, nullptr},
+    {"set_when_freed", setWhenFreed, METH_O, nullptr},
     {"foreign_impl", foreignImpl, METH_O, nullptr},
     {"throw_fault", throwFault, METH_O, nullptr},
     {"count_freed_buffers", countFreedBuffers, METH_NOARGS, nullptr},

@@ -27,7 +27,12 @@ typedef struct OrvaneCapsule {
      *
      * Takes `impl` over in every case: on failure it has been destroyed. RuntimeError "null data pointer." for null,
      * "invalid type." for characters, unknown element kinds and fewer than two dimensions. Copies the elements once,
-     * for Python's side to read. The elements count as column-major, whatever order `impl` was made with. */
+     * for Python's side to read. The elements count as column-major, whatever order `impl` was made with.
+     *
+     * A block of yours that `impl` has adopted has to stay writable: assignments from Python write to it, and one to a
+     * read-only mapping ends the process. `arrayFromBuffer` copies what may only be read. The block's deleter runs
+     * when the last hold on the array goes. An error that is pending then is put aside, and one that the deleter
+     * leaves behind is reported to `sys.unraisablehook`. */
     PyObject* (*arrayFromImpl)(void* impl);
 
     /** Position 1. The data array behind a Python array: borrowed, or null with an error set.

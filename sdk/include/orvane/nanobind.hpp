@@ -28,12 +28,17 @@ struct type_caster<orvane::data::TypedArray<T>> {
     }
 
     bool from_python(handle source, uint32_t, cleanup_list*) noexcept {
-        try {
-            m_array = orvane::python::tryFromPython<T>(source.ptr());
-        } catch (...) {
-            // Nothing but "no" can be said from here: a view that cannot be gathered, or want of memory.
-            PyErr_Clear();
-        }
+        namespace python = orvane::python;
+        python::detail::sleepIfEnded([&] {
+            try {
+                m_array = python::tryFromPython<T>(source.ptr());
+            } catch (python::detail::ThreadEnd&) {
+                throw;
+            } catch (...) {
+                // Nothing but "no" can be said from here: a view that cannot be gathered, or want of memory.
+                PyErr_Clear();
+            }
+        });
         return m_array.has_value();
     }
 

@@ -40,7 +40,7 @@ namespace detail {
 /// becomes a Python error and null: `PythonError` the error that is set, want of memory `MemoryError`, everything else
 /// that derives from `std::exception`, the data-array library's refusals among them, `RuntimeError` with its words.
 template <class Body>
-PyObject* guarded(Body&& body) noexcept {
+PyObject* guarded(Body&& body) {
     using OutOfMemory = data::detail::ArrayException<Exception, data::ExceptionType::OutOfMemory>;
     try {
         return Reference(std::forward<Body>(body)()).release();
@@ -51,6 +51,8 @@ PyObject* guarded(Body&& body) noexcept {
         PyErr_NoMemory();
     } catch (const std::exception& fault) {
         PyErr_SetString(PyExc_RuntimeError, fault.what());
+    } catch (detail::ThreadEnd&) {
+        throw;
     } catch (...) {
         PyErr_SetString(PyExc_RuntimeError, "unknown C++ exception");
     }

@@ -1,7 +1,7 @@
 // Owned references to Python objects.
 #pragma once
 
-#include <Python.h>
+#include <orvane/python/ending_thread.hpp>
 
 #include <memory>
 
@@ -11,12 +11,15 @@ namespace [[gnu::visibility("hidden")]] python {
 namespace detail {
 
 struct DropReference {
-    void operator()(PyObject* object) const noexcept { Py_DECREF(object); }
+    void operator()(PyObject* object) const noexcept {
+        releaseAtScopeEnd([object] { Py_DECREF(object); });
+    }
 };
 
 } // namespace detail
 
-/// An owned reference to a Python object, or none. `release()` gives it away.
+/// An owned reference to a Python object, or none. `release()` gives it away. It needs the interpreter lock where it
+/// goes; on a thread that the interpreter ends it leaves the object alone.
 using Reference = std::unique_ptr<PyObject, detail::DropReference>;
 
 } // namespace python
