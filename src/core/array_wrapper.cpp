@@ -4,6 +4,7 @@
 
 #include "data_client/array_factory.hpp"
 #include "data_client/numeric_visitor.hpp"
+#include "vocabulary/error_state.hpp"
 
 namespace orvane::python {
 
@@ -47,6 +48,7 @@ std::shared_ptr<ODArrayWrapper> ODArrayWrapper::adopt(data::Array&& array, Reach
     auto wrapper = std::make_shared<ODArrayWrapper>(std::move(array), const_cast<std::byte*>(elements), elementSize);
     if (reach == Reach::Native) {
         // Native code goes on using the very array it gave us, so here the mirror is the copy.
+        wrapper->m_mayBeForeign = true;
         wrapper->m_mirrorOwner = copyElements(wrapper->m_array, *wrapper->m_layout);
         wrapper->m_mirrorElements = const_cast<std::byte*>(elementsOf(*wrapper->m_mirrorOwner));
     }
@@ -57,6 +59,18 @@ ODArrayWrapper::ODArrayWrapper(data::Array&& array, void* elements, std::size_t 
     : m_array(std::move(array)), m_dataElements(static_cast<std::byte*>(elements)), m_mirrorElements(m_dataElements),
       m_layout(std::make_shared<const Layout>(m_array.extents(), static_cast<long>(m_array.getNumberOfElements()),
                                               static_cast<long>(elementSize))) {}
+
+ODArrayWrapper::~ODArrayWrapper() {
+    if (m_mayBeForeign)
+        letGo(std::move(m_array));
+}
+
+/// Gives up a data array that came from native code. That may run code of others, with whatever error is pending and
+/// any change to this very wrapper: all that it could come upon has to be in order before.
+void ODArrayWrapper::letGo(data::Array former) const {
+    const PendingError kept;
+    const data::Array gone(std::move(former));
+}
 
 ODArrayWrapper::Exported ODArrayWrapper::exportElements(bool isSnapshot) {
     if (!isSplit() && !isSnapshot && m_array.useCount() > 1)
@@ -75,7 +89,7 @@ void ODArrayWrapper::reshape(std::shared_ptr<const Layout> layout) {
     m_layout = std::move(layout);
     m_hasOutdatedExtents = true;
     // What native code wrote into its side becomes visible here, as the mirror is made anew from the data array.
-    if (isSplit())
+    if (isSplit() && m_layout->elementCount() > 0) // an empty block may be null
         std::memcpy(m_mirrorElements, m_dataElements, static_cast<std::size_t>(m_layout->sizeInBytes()));
 }
 
@@ -86,11 +100,13 @@ void ODArrayWrapper::prepareForWriting() {
 
 void ODArrayWrapper::replaceDataArrayByCopy() {
     const bool wasSplit = isSplit();
-    m_array = copyElements(m_array, *m_layout);
+    data::Array former = std::exchange(m_array, copyElements(m_array, *m_layout));
     m_dataElements = const_cast<std::byte*>(elementsOf(m_array));
     m_hasOutdatedExtents = false;
     if (!wasSplit)
         m_mirrorElements = m_dataElements;
+    if (std::exchange(m_mayBeForeign, false))
+        letGo(std::move(former));
 }
 
 void ODArrayWrapper::split() {
@@ -105,7 +121,7 @@ void ODArrayWrapper::split() {
 data::impl::ArrayImpl* ODArrayWrapper::handOut() {
     if (!isSplit())
         split();
-    else if (m_hasOutdatedExtents)
+    while (m_hasOutdatedExtents) // again when code that ran on the way has reshaped the array
         replaceDataArrayByCopy();
     return m_array.impl();
 }

@@ -40,6 +40,7 @@ public:
     ODArrayWrapper(data::Array&& array, void* elements, std::size_t elementSize);
     ODArrayWrapper(const ODArrayWrapper&) = delete;
     ODArrayWrapper& operator=(const ODArrayWrapper&) = delete;
+    ~ODArrayWrapper();
 
     data::ArrayType type() const { return m_array.getType(); }
     /// The present extents. Hold on to them through any code that might reshape the array.
@@ -80,10 +81,12 @@ private:
     bool isSplit() const noexcept { return m_mirrorOwner.has_value(); }
     void replaceDataArrayByCopy();
     void split();
+    void letGo(data::Array former) const;
 
     data::Array m_array;
     std::optional<data::Array> m_mirrorOwner; ///< holds the mirror's block once split from the data array's
     bool m_hasOutdatedExtents = false;        ///< the data array still bears the extents from before a reshape
+    bool m_mayBeForeign = false;              ///< native code gave the data array, and says how its block is freed
     std::byte* m_dataElements;
     std::byte* m_mirrorElements;
     std::shared_ptr<const Layout> m_layout;

@@ -3,11 +3,13 @@
 #include <orvane/capsule.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "core/array_object.hpp"
 #include "native_api/foreign_buffer.hpp"
 #include "vocabulary/boundary.hpp"
 #include "vocabulary/element_vocabulary.hpp"
+#include "vocabulary/error_state.hpp"
 #include "vocabulary/py_ref.hpp"
 #include "vocabulary/python_values.hpp"
 
@@ -19,7 +21,8 @@ namespace {
 constexpr int noTypeFound = 32;
 constexpr int complexOffset = 10;
 
-PyObject* wrapArray(data::Array array) {
+/// Moves `array` into a new Python object; null with an error set, and perhaps with `array` still holding.
+PyObject* wrapArray(data::Array& array) {
     const TypeAndComplexity type = getTypeAndComplexityFromArrayType(array.getType());
     const auto extents = array.extents();
     const bool fitsPython =
@@ -45,8 +48,13 @@ PyObject* OCPyArray_ODAImplToOCPyArray(void* impl) {
         setError(PyExc_RuntimeError, "null data pointer.");
         return nullptr;
     }
-    return withMemoryErrors(static_cast<PyObject*>(nullptr),
-                            [&] { return wrapArray(data::Array(static_cast<data::impl::ArrayImpl*>(impl))); });
+    return withMemoryErrors(static_cast<PyObject*>(nullptr), [&] {
+        std::optional<data::Array> array(std::in_place, static_cast<data::impl::ArrayImpl*>(impl));
+        PyObject* const object = wrapArray(*array);
+        const PendingError kept; // what is refused is destroyed, and that may run code of others
+        array.reset();
+        return object;
+    });
 }
 
 void* OCPyArray_OCPyArrayToODAImpl(PyObject* object) {
