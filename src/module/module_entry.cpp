@@ -1,8 +1,12 @@
 // What runs when Python imports the module.
 #include <Python.h>
 
+#include <cstdint>
+#include <optional>
+
 #include "module/array_types.hpp"
 #include "native_api/capsule.hpp"
+#include "vocabulary/error_state.hpp"
 #include "vocabulary/export.hpp"
 #include "vocabulary/py_ref.hpp"
 #include "vocabulary/python_values.hpp"
@@ -20,10 +24,23 @@ bool ArrayArray::s_isInterpretersOwn = false;
 
 namespace {
 
-/// Whether a class itself, not one that it derives from, has a method that is written in C.
+bool isMemoryErrorPending() {
+    return PyErr_Occurred() != nullptr && PyErr_ExceptionMatches(PyExc_MemoryError) != 0;
+}
+
+/// Raises RuntimeError in place of whatever went wrong, want of memory excepted.
+bool refuseStart(const char* message) {
+    if (!isMemoryErrorPending())
+        setError(PyExc_RuntimeError, message);
+    return false;
+}
+
+/// Whether a class itself, not one that it derives from, has a method that is written in C. An error that stays
+/// pending is want of memory.
 bool definesInC(PyObject* type, const char* method) {
     const PyRef descriptor = PyRef::steal(PyObject_GetAttrString(type, method));
-    PyErr_Clear();
+    if (!isMemoryErrorPending())
+        PyErr_Clear();
     return descriptor && Py_IS_TYPE(descriptor.get(), &PyMethodDescr_Type) &&
            reinterpret_cast<PyObject*>(PyDescr_TYPE(descriptor.get())) == type;
 }
@@ -34,33 +51,32 @@ bool ArrayArray::loadArrayClass() {
     if (s_arrayClass != nullptr)
         return true;
     const PyRef module = PyRef::steal(PyImport_ImportModule("array"));
-    if (!module) {
-        setError(PyExc_RuntimeError, "unable to import array module.");
-        return false;
-    }
+    if (!module)
+        return refuseStart("unable to import array module.");
     PyRef arrayClass = PyRef::steal(PyObject_GetAttrString(module.get(), "array"));
-    if (!arrayClass) {
-        setError(PyExc_RuntimeError, "unable to retrieve array.array class.");
-        return false;
-    }
-    if (!PyCallable_Check(arrayClass.get())) {
-        setError(PyExc_RuntimeError, "array.array class is not callable.");
-        return false;
-    }
+    if (!arrayClass)
+        return refuseStart("unable to retrieve array.array class.");
+    if (!PyCallable_Check(arrayClass.get()))
+        return refuseStart("array.array class is not callable.");
     s_isInterpretersOwn = definesInC(arrayClass.get(), "frombytes");
+    if (isMemoryErrorPending())
+        return false;
     s_arrayClass = arrayClass.release();
     return true;
 }
 
 namespace {
 
-/// The types are static, and they and what is kept beside them belong to the interpreter that readied them first: not
-/// to another one, and not to one that is started after that has ended.
+/// The types are static, and they and what is kept beside them belong to the interpreter in which the module was
+/// started first: not to another one, and not to one that is started after that has ended.
+struct Owner {
+    std::int64_t interpreter;
+    bool hasEnded;
+};
+std::optional<Owner> owner;
+
 bool belongsToThisInterpreter() {
-    static const std::int64_t owner = PyInterpreterState_GetID(PyInterpreterState_Get());
-    static bool hasEnded = false;
-    [[maybe_unused]] static const int isWatched = Py_AtExit([] { hasEnded = true; });
-    if (!hasEnded && PyInterpreterState_GetID(PyInterpreterState_Get()) == owner)
+    if (!owner || (!owner->hasEnded && PyInterpreterState_GetID(PyInterpreterState_Get()) == owner->interpreter))
         return true;
     setError(PyExc_ImportError,
              "orvanemultidimarrayforpython belongs to the interpreter of this process that imported it "
@@ -68,21 +84,45 @@ bool belongsToThisInterpreter() {
     return false;
 }
 
-/// Exceptions are made once in a process: a module that is imported anew offers the same ones.
-bool addException(PyObject* module, const char* name, const char* dottedName, PyObject*& exception) {
-    if (exception == nullptr)
-        exception = PyErr_NewException(dottedName, nullptr, nullptr);
-    return exception != nullptr && PyModule_AddObjectRef(module, name, exception) == 0;
+/// What is made once in a process, so that a module that is imported anew offers the same. Owned.
+PyObject* capsule = nullptr;
+
+bool makeLastingObjects() {
+    using namespace OCPyError;
+    if (!ArrayArray::loadArrayClass())
+        return false;
+    if (shapeErr == nullptr)
+        shapeErr = PyErr_NewException("ovexceptions.ShapeError", nullptr, nullptr);
+    if (sizeErr == nullptr && shapeErr != nullptr)
+        sizeErr = PyErr_NewException("ovexceptions.SizeError", nullptr, nullptr);
+    if (capsule == nullptr && sizeErr != nullptr)
+        capsule = OCPyArrayAPI::newCapsule();
+    return capsule != nullptr;
+}
+
+/// A start that failed keeps nothing: the process is free for another interpreter.
+void dropLastingObjects() {
+    const PendingError kept;
+    for (PyObject** object : {&ArrayArray::s_arrayClass, &OCPyError::shapeErr, &OCPyError::sizeErr, &capsule})
+        Py_CLEAR(*object);
 }
 
 int fillModule(PyObject* module) {
-    if (!belongsToThisInterpreter() || !ArrayArray::loadArrayClass() || init_types(module) == nullptr)
+    if (!belongsToThisInterpreter())
         return -1;
-    if (!addException(module, "ShapeError", "ovexceptions.ShapeError", OCPyError::shapeErr) ||
-        !addException(module, "SizeError", "ovexceptions.SizeError", OCPyError::sizeErr))
+    if (!makeLastingObjects() || init_types(module) == nullptr ||
+        PyModule_AddObjectRef(module, "ShapeError", OCPyError::shapeErr) < 0 ||
+        PyModule_AddObjectRef(module, "SizeError", OCPyError::sizeErr) < 0 ||
+        PyModule_AddObjectRef(module, "_capi", capsule) < 0) {
+        if (!owner)
+            dropLastingObjects();
         return -1;
-    const PyRef capsule = PyRef::steal(OCPyArrayAPI::newCapsule());
-    return capsule ? PyModule_AddObjectRef(module, "_capi", capsule.get()) : -1;
+    }
+    if (!owner) {
+        owner = {PyInterpreterState_GetID(PyInterpreterState_Get()), false};
+        Py_AtExit([] { owner->hasEnded = true; });
+    }
+    return 0;
 }
 
 PyModuleDef_Slot moduleSlots[] = {
