@@ -76,7 +76,7 @@ def test_blocks_live_as_long_as_anybody_who_holds_them(typed: Any) -> None:
     gc.collect()
     assert typed.count_freed_buffers() == 0
     assert doubles(typed.describe_kept()) == [10, 2, 3, 4]
-    typed.drop_kept_elsewhere()
+    typed.drop_kept_elsewhere(False)
     assert typed.count_freed_buffers() == 1
 
 
@@ -88,7 +88,7 @@ def test_a_kept_copy_is_independent(typed: Any) -> None:
     a[0][0] = 9
     a.reshape(2, 1)
     assert (copy, copy[0], doubles(copy)) == (typed.describe_kept(), (1, 2), [1, 2])
-    typed.drop_kept_elsewhere()
+    typed.drop_kept_elsewhere(False)
 
 
 @table("""

@@ -1,0 +1,207 @@
+"""Ends and beginnings: threads that the interpreter ends, last holds under an error, starts."""
+
+from __future__ import annotations
+
+import sys
+from array import array
+from typing import Any
+
+import pytest
+
+import orvane
+import orvanemultidimarrayforpython as native
+from native_clients import build_directory, client, run
+from support import nested, refused
+from test_native_capsule import capsule, object_at
+
+
+@pytest.fixture(scope="module")
+def typed() -> Any:
+    return client("typed_client")
+
+
+def python(program: str, *arguments: object) -> str:
+    return run(sys.executable, "-c", program, *map(str, arguments), timeout=100)
+
+
+# --- the interpreter's end ------------------------------------------------------------------------
+
+CALLERS_CODE = """
+import sys, threading, time
+sys.path.insert(0, sys.argv[1])
+import orvane
+def later(answer): time.sleep(0.02); return answer
+class S:
+    __len__ = lambda self: 5
+    __getitem__ = lambda self, i: later(1)
+class Items:
+    __len__ = lambda self: 2
+    __getitem__ = lambda self, i: Late()
+class Late:
+    __del__ = __index__ = lambda self: later(1)
+class Exporter:
+    __buffer__ = lambda self, flags: later(memoryview(bytes(8)).cast("d"))
+    __release_buffer__ = lambda self, view: later(None)
+a = orvane.double(size=(5, 5))
+def work():
+    while True:
+        try: exec(sys.argv[2])
+        except Exception: pass
+"""
+
+
+@pytest.mark.parametrize(
+    "statement",
+    [
+        *("orvane.double(S())", "orvane.single(vector=S())", "orvane.int8(size=S())"),
+        *("orvane.int16([S(), S()], is_complex=True)", "orvane.double(Items())"),
+        *("orvane.double(size=Items())", "orvane.double(Exporter())", "a.reshape(S())"),
+        *("a[0] = S()", "a[:] = S()", "a[0][:] = S()", "a[0] = Items()", "a[Late():]"),
+        "c.hold(a, None)",
+        "c.hold(a, lambda: later(None))",
+        "c.set_when_freed(lambda: later(None)); c.make('d', (1, 1), bytes(8))",
+    ],
+)
+def test_threads_that_wait_in_callers_code_when_the_interpreter_ends(statement: str) -> None:
+    directory = build_directory() if "c." in statement else ""
+    program = "import typed_client as c\n" if directory else ""
+    program += "for _ in '123': threading.Thread(target=work, daemon=True).start()\n"
+    python(CALLERS_CODE + program + "time.sleep(0.1)", directory, statement)
+
+
+def test_a_lent_handle_is_dropped_anywhere(typed: Any) -> None:
+    for holding_lock in (True, False):
+        a = orvane.double([[1, 2]])
+        references = sys.getrefcount(a)
+        typed.keep(a, False)
+        typed.drop_kept_elsewhere(holding_lock)
+        typed.take("d", orvane.double(1))
+        now = sys.getrefcount(a)
+        assert now == references
+    program = "import atexit, typed_client as c; c.keep(a, False)\n"
+    program += "atexit.register(c.drop_kept_meanwhile)"
+    python(CALLERS_CODE + program, build_directory())
+
+
+# --- last holds -----------------------------------------------------------------------------------
+
+
+@pytest.fixture
+def freeing(typed: Any) -> Any:
+    """Has code run whenever a client's block is given back; tells what it has left behind."""
+    errors: list[Any] = []
+
+    def run_code() -> None:
+        try:
+            raise KeyError("cleared")
+        except KeyError:
+            errors.append(OSError("left behind"))
+        raise errors[-1]
+
+    typed.set_when_freed(run_code)
+    yield errors
+    typed.set_when_freed(None)
+
+
+def test_a_deleter_may_run_code_while_an_error_is_pending(
+    typed: Any, freeing: Any, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    reported: list[Any] = []
+    monkeypatch.setattr(sys, "unraisablehook", lambda told: reported.append(told.exc_value))
+    for kind in ("character", "one dimension"):
+        with refused(RuntimeError, "invalid type."):
+            capsule.array_from_impl(typed.foreign_impl(kind))
+    for use in (list, iter, memoryview, lambda made: made[0]):
+        with refused(ZeroDivisionError, "division by zero"):
+            [use(typed.make("d", (2, 1), bytes(16))[0]), 1 / 0]
+    assert reported == freeing
+    assert len(freeing) == 6
+
+
+def test_a_deleter_may_use_the_array_whose_block_it_gives_back(typed: Any) -> None:
+    made, _ = typed.make("d", (2, 3), array("d", range(6)))
+
+    def use() -> None:
+        made.reshape(6, 1)
+        made[5] = [9]
+
+    typed.set_when_freed(use)
+    made.reshape(3, 2)
+    taken = typed.take("d", made)
+    typed.set_when_freed(None)
+    assert (made.size, taken[0]) == ((6, 1), (6, 1))
+    assert array("d", taken[2]).tolist() == [item[0] for item in made] == [0, 1, 2, 3, 4, 9]
+
+
+def test_an_empty_block_may_be_null(typed: Any) -> None:
+    empty = object_at(capsule.array_from_impl(typed.foreign_impl("null block")))
+    assert empty.reshape(3, 0).size == (3, 0)
+    assert (nested(empty), memoryview(empty).nbytes) == ([[], [], []], 0)
+    assert typed.take("d", empty)[:3] == ((3, 0), (1, 3), b"")
+
+
+# --- starts ---------------------------------------------------------------------------------------
+
+
+def test_a_failed_start_in_another_interpreter_leaves_the_process_free() -> None:
+    program = """
+try: import _interpreters as interpreters; run = interpreters.exec
+except ImportError: import _xxsubinterpreters as interpreters; run = interpreters.run_string
+other = interpreters.create()
+failed = run(other, '''
+import sys
+sys.modules["array"] = None
+try: import orvanemultidimarrayforpython
+except RuntimeError as error: assert str(error) == "unable to import array module.", error
+else: raise AssertionError
+''')
+interpreters.destroy(other)
+import orvane
+print(failed, orvane.double([1.5])[0].toarray().typecode)
+"""
+    assert python(program) == "None d\n"
+
+
+def test_a_start_that_runs_short_of_memory_can_be_tried_again() -> None:
+    pytest.importorskip("_testcapi")
+    program = """
+import array, importlib.util, sys
+from _testcapi import set_nomemory, remove_mem_hooks
+name = "orvanemultidimarrayforpython"
+spec = importlib.util.find_spec(name)
+for n in range(2000):
+    module, error = importlib.util.module_from_spec(spec), None
+    set_nomemory(n, n + 1)
+    try: spec.loader.exec_module(module)
+    except BaseException as e: error = e
+    finally: remove_mem_hooks()
+    if error is None: break
+    assert type(error) is MemoryError, (n, error)
+print(n > 20, len([key for key in vars(module) if not key.startswith("__")]))
+import orvane
+try: orvane.double([1, 2], size=(3,))
+except module.ShapeError: print(module._capi is sys.modules[name]._capi)
+"""
+    assert python(program) == "True 15\nTrue\n"
+
+
+def test_an_import_anew_offers_the_same_objects() -> None:
+    program = """
+import sys, orvanemultidimarrayforpython as first
+del sys.modules["orvanemultidimarrayforpython"]
+import orvanemultidimarrayforpython as second
+names = [name for name in vars(first) if not name.startswith("__")]
+print(first is second, len(names), all(getattr(first, n) is getattr(second, n) for n in names))
+"""
+    assert python(program) == "False 15 True\n"
+
+
+def test_the_exported_symbols_are_these() -> None:
+    elements = "double float int8_t uint8_t int16_t uint16_t int32_t uint32_t int64_t uint64_t bool"
+    tables = ("Type", "SequenceMethods", "MappingMethods")
+    expected = {f"OCPyArray_{table}_{element}" for table in tables for element in elements.split()}
+    expected |= {"OCPyArray_BufferProcs", "OCPyArray_GetSetMethods", "OCPyIter_Type", "init_types"}
+    expected |= {"TypeAsChar", "TypeObjectPointers", f"PyInit_{native.__name__}"}
+    expected |= {"OCPyError::shapeErr", "OCPyError::sizeErr"}
+    listed = run("nm", "-D", "-C", "--defined-only", native.__file__).splitlines()
+    assert {line.split(maxsplit=2)[2] for line in listed} == expected
