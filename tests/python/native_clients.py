@@ -60,19 +60,18 @@ def cmake_build(source: Path, build: Path, *definitions: str) -> Path:
 @functools.cache
 def outcome_of_building() -> Path | AssertionError:
     """Where the clients of tests/native lie, or what went wrong: it is not tried twice in a run."""
-    lasting = os.environ.get("ORVANE_NATIVE_BUILD")
-    build = Path(lasting or tempfile.mkdtemp(prefix="orvane-native-"))
+    for module in ("pybind11", "nanobind"):
+        pytest.importorskip(module)
+    build = os.environ.get("ORVANE_NATIVE_BUILD") or tempfile.mkdtemp(prefix="orvane-native-")
+    definition = f"-DOrvane_DIR={ask_package('--cmake-dir')}"
     try:
-        definition = f"-DOrvane_DIR={ask_package('--cmake-dir')}"
-        return cmake_build(ROOT / "tests" / "native", build, definition)
+        return cmake_build(ROOT / "tests" / "native", Path(build), definition)
     except AssertionError as error:
         return error
 
 
 def build_directory() -> Path:
     """The built clients; builds them at the first call."""
-    for module in ("pybind11", "nanobind"):
-        pytest.importorskip(module)
     outcome = outcome_of_building()
     if isinstance(outcome, AssertionError):
         raise outcome
@@ -88,8 +87,7 @@ def client(name: str) -> ModuleType:
 def load(name: str, directory: Path) -> ModuleType:
     (file,) = directory.glob(f"{name}.*so")
     spec = importlib.util.spec_from_file_location(name, file)
-    assert spec
-    assert spec.loader
+    assert spec and spec.loader  # noqa: PT018
     module = importlib.util.module_from_spec(spec)
     spec.loader.exec_module(module)
     return module

@@ -109,13 +109,13 @@ def make(kind: Kind, *values: Any, **keywords: Any) -> Any:
     return getattr(orvane, kind.name)(*values, **keywords)
 
 
+def counted(kind: Kind, count: int, first: int = 0) -> list[Any]:
+    return [i % 2 == 0 if kind.name == "logical" else i % 120 for i in range(first, first + count)]
+
+
 def grid(*shape: int, kind: Kind = DOUBLE, first: int = 0) -> Any:
     """An array counting up in storage order."""
-    count = math.prod(shape)
-    values = [
-        i % 2 == 0 if kind.name == "logical" else i % 120 for i in range(first, first + count)
-    ]
-    return make(kind, vector=values, size=shape)
+    return make(kind, vector=counted(kind, math.prod(shape), first), size=shape)
 
 
 def nested(array: Any) -> Any:

@@ -5,10 +5,8 @@ from __future__ import annotations
 import ctypes
 import math
 
-import numpy
 import pytest
 
-import orvane
 from support import (
     WORDS,
     PyBuffer,
@@ -61,18 +59,6 @@ def test_every_kind_exports_its_format_and_strides(kind):
         empty = memoryview(grid(*shape, kind=kind))
         strides = tuple(kind.size * math.prod(shape[:d]) for d in range(len(shape)))
         assert (empty.shape, empty.strides, empty.nbytes) == (shape, strides, 0)
-
-
-def test_numpy_reads_the_elements_where_they_are():
-    exporter = grid(3, 4, 2)
-    seen = numpy.asarray(memoryview(exporter))
-    assert seen.__array_interface__["data"] == (exporter.buffer_info()[0], True)
-    assert seen.tolist() == nested(exporter)
-    exporter[1][2][0] = -5
-    del exporter  # the export keeps the array
-    assert (seen[1, 2, 0], seen[2, 3, 1]) == (-5.0, 23.0)
-    pairs = orvane.single([[1 + 2j, 3j], [0.5, -1j]], is_complex=True)
-    assert numpy.asarray(pairs).tolist() == nested(pairs)
 
 
 def test_an_open_export_shows_writes_and_outlives_a_reshape():

@@ -70,18 +70,13 @@ def test_constructors(name, positional, keyword):
         assert str(made) == str(nested(made)).replace(" ", "")
 
 
-@settings(max_examples=3 * settings().max_examples)
+@settings(max_examples=2 * settings().max_examples)
 @given(st.sampled_from(KINDS), things | st.integers(-3, 3) | st.slices(3), things, things)
 def test_subscripts_and_methods(kind, subscript, value, other):
     a = make(kind, size=(3, 2, 2))
-    targets = [a, a[1], a[1][0], a[::-1], a[0:0], a[2][1][::-1]]
-    for view in targets:
+    for view in (a, a[1], a[1][0], a[::-1], a[0:0], a[2][1][::-1]):
         survives(lambda v=view: v[subscript])
         survives(lambda v=view: v.__setitem__(subscript, value))
-        survives(lambda v=view: v.__delitem__(subscript))
         assert (view == other) in (True, False)
     survives(lambda: a.reshape(value, other))
-    survives(lambda: a.reshape(value))
     assert a.size == (3, 2, 2) or a.buffer_info()[1] == 12
-    for view in targets:
-        survives(lambda v=view: (str(v), v.clone(), memoryview(v), v.__reduce__(), len(v)))

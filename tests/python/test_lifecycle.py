@@ -4,12 +4,11 @@ from __future__ import annotations
 
 import gc
 import sys
-import weakref
 
 import pytest
 
 import orvane
-from support import Sequence, check, each_type, grid, nested, table
+from support import Sequence, check, grid, nested, table
 
 
 class Mapping(dict):
@@ -72,19 +71,6 @@ def test_the_dictionary_is_left_as_it_was_and_may_change_under_way():
     keywords = {"size": shape, "vector": [3.0, 4.0]}
     assert nested(orvane.double(keywords)) == [[3.0, 4.0]]
     assert keywords == {}
-
-
-@each_type
-def test_an_initialiser_is_not_kept(name):
-    class Values(list):
-        pass
-
-    values = Values([1, 0])
-    gone = weakref.ref(values)
-    array = getattr(orvane, name)(values)
-    del values
-    assert gone() is None
-    assert nested(array) == [[1, 0]]
 
 
 def test_views_and_iterators_outlive_their_source():

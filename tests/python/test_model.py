@@ -20,7 +20,7 @@ from hypothesis import strategies as st
 from reference.array import View
 from reference.elements import KINDS
 from reference.nested import without_trailing_ones
-from support import BIG, make, outcome
+from support import BIG, counted, make, outcome
 
 SCALED = os.environ.get("ORVANE_MODEL_EXAMPLES")
 
@@ -30,17 +30,11 @@ shapes = st.one_of(
     st.lists(st.integers(1, 3), min_size=4, max_size=4),
     st.lists(st.sampled_from([0, 1, 2, 3]), min_size=2, max_size=4),
 ).map(without_trailing_ones)
+# fmt: off
 ends = [
-    (None,),
-    (1, None),
-    (-1,),
-    (2,),
-    (1, 3),
-    (2, 4),
-    (3, None, -2),
-    (None, None, -1),
-    (-1, 0, -1),
+    (None,), (1, None), (-1,), (2,), (1, 3), (2, 4), (3, None, -2), (None, None, -1), (-1, 0, -1),
 ]
+# fmt: on
 wide = st.sampled_from([slice(*end) for end in ends])
 small = st.none() | st.integers(-3, 6)
 gentle = st.builds(slice, small, small, st.sampled_from([None, None, 1, -1, 2, -2]))
@@ -105,13 +99,15 @@ def right_side(view, subscript, recipe, number, scalar):
     return nest(shape) if recipe == "fit" else scalar
 
 
+def exported(view):
+    return view.shape, view.tobytes(order="A")
+
+
 class Program:
     """One array in the reference and in the extension, with what was derived from it."""
 
     def __init__(self, kind, shape):
-        vector = [
-            i % 2 == 0 if kind.name == "logical" else i % 120 for i in range(math.prod(shape))
-        ]
+        vector = counted(kind, math.prod(shape))
         if kind.is_complex:
             vector = [complex(x, (x * 7) % 100) for x in vector]
         self.reference = View.make(kind, vector=vector, size=shape)
@@ -131,23 +127,24 @@ class Program:
             )
         chain = (self.reference.shape, pair[0].fixed, pair[0].narrowed)
         assert repr(got) == repr(expected), (name, chain, *details)
-        content = memoryview(self.extension)
-        assert (content.shape, content.tobytes(order="A")) == self.reference.export()
+        assert exported(memoryview(self.extension)) == self.reference.export()
         return expected[0] != "raised"
 
     def get(self, ours, theirs, subscript, *_):
         return [lambda a=a: a[subscript] for a in (ours, theirs)]
 
-    def set(self, ours, theirs, subscript, recipe, number, scalar):
-        value = right_side(ours, subscript, recipe, number, scalar)
-        pair = (value, value)
-        if recipe == "other":
-            pair = self.handles[number % len(self.handles)]
-        sides = zip((ours, theirs), pair, strict=True)
-        return [lambda a=a, v=v: a.__setitem__(subscript, v) for a, v in sides]
-
     def delete(self, ours, theirs, subscript, *_):
         return [lambda a=a: a.__delitem__(subscript) for a in (ours, theirs)]
+
+    def set(self, ours, theirs, subscript, recipe, number, scalar):
+        value = right_side(ours, subscript, recipe, number, scalar)
+        ones, others = (value, value)
+        if recipe == "other":
+            ones, others = self.handles[number % len(self.handles)]
+        return [
+            lambda: ours.__setitem__(subscript, ones),
+            lambda: theirs.__setitem__(subscript, others),
+        ]
 
     def show(self, ours, theirs, *_):
         asked = (repr, len, lambda a: a.size, lambda a: -1 in a, lambda a: [str(x) for x in a])
@@ -180,11 +177,7 @@ class Program:
         return ours.clone, theirs.clone
 
     def export(self, ours, theirs, *_):
-        def exported():
-            view = memoryview(theirs)
-            return view.shape, view.tobytes(order="A")
-
-        return ours.export, exported
+        return ours.export, lambda: exported(memoryview(theirs))
 
     def pickle(self, ours, theirs, *_):
         return ours.reduce, lambda: theirs.__reduce__()[1]

@@ -11,7 +11,7 @@ import pytest
 
 import orvane
 from native_clients import ROOT, ask_package, cmake_build, load, run, tool
-from support import refused, stored_bytes
+from support import check, stored_bytes, table
 
 np = pytest.importorskip("numpy")
 
@@ -21,12 +21,11 @@ def spectral(tmp_path_factory: pytest.TempPathFactory) -> Any:
     source, build = ROOT / "examples" / "native_client", tmp_path_factory.mktemp("spectral")
     settings = ["-DCMAKE_BUILD_TYPE=None", f"-DOrvane_DIR={ask_package('--cmake-dir')}"]
     try:
-        cmake_build(source, build, *settings)
+        return load("spectral", cmake_build(source, build, *settings))
     except AssertionError as error:
         if "LAPACK was not found" in str(error):
             pytest.skip("LAPACK is not installed")
         raise
-    return load("spectral", build)
 
 
 def from_numpy(matrix: Any) -> Any:
@@ -58,13 +57,13 @@ def test_decompositions(spectral: Any, shape: tuple[int, int], is_complex: bool)
     assert stored_bytes(a) == matrix.tobytes(order="F")
 
 
-def test_refusals(spectral: Any) -> None:
-    with refused(TypeError, "expected a real orvane.double array, got orvane.single"):
-        spectral.svd(orvane.single([[1, 2]]))
-    with refused(ValueError, "a matrix has two dimensions"):
-        spectral.singular_values(orvane.double(size=(2, 2, 2)))
-    with refused(ValueError, "there are not that many components"):
-        spectral.principal_components(orvane.double([[1, 2]]), 2)
+@table("""
+svd(single([[1, 2]])) -> TypeError: expected a real orvane.double array, got orvane.single
+singular_values(double(size=(2, 2, 2))) -> ValueError: a matrix has two dimensions
+principal_components(double([[1, 2]]), 2) -> ValueError: there are not that many components
+""")
+def test_refusals(spectral: Any, expression: str, answer: str) -> None:
+    check(f"spectral.{expression}", answer, spectral=spectral)
     with pytest.raises(RuntimeError):
         spectral.svd(orvane.double([[float("nan"), 1], [2, 3]]))
 

@@ -58,35 +58,18 @@ def test_materialising_is_the_long_road(kind, chain):
         ours = eval(chain, {"a": from_stored(kind, stored, 2, 3, 2)})
         theirs = eval(chain, {"a": View(Storage(kind, [2, 3, 2], list(stored)))})
 
-        def cloned(ours=ours):
-            clone = ours.clone()
-            return clone.size, stored_bytes(clone)
-
-        def expected(theirs=theirs):
-            clone = theirs.materialise()
-            return tuple(clone.shape), clone.pack()
-
-        assert outcome(cloned) == outcome(expected)
+        clone, expected = outcome(ours.clone), outcome(theirs.materialise)
+        if expected[0] == "gave":
+            assert clone[2].size == tuple(expected[2].shape)
+            assert stored_bytes(clone[2]) == expected[2].pack()
+        else:
+            assert clone == expected
         assert outcome(lambda: stored_bytes(ours)) == outcome(lambda: theirs.export()[1])  # noqa: B023
         assert repr(ours.__reduce__()[1]) == repr(theirs.reduce())
         assert str(ours) == str(theirs)
         if not kind.is_complex and chain.count("[") - chain.count(":") == 2:
             code = "B" if kind.name == "logical" else kind.format
             assert repr(ours.toarray()) == repr(array.array(code, nested(ours)))
-
-
-@each_kind
-def test_comparison_is_that_of_the_elements_as_python_objects(kind):
-    runs = awkward(kind)
-    for one in runs:
-        for other in (one, one[::-1], runs[0], runs[-1]):
-            a, b = (from_stored(kind, stored, 3, 4) for stored in (one, other))
-            assert (a == b) is (nested(a) == nested(b) and not _holds_nan(a))
-            assert (a[1] != b[1]) is (nested(a[1]) != nested(b[1]) or _holds_nan(a[1]))
-
-
-def _holds_nan(a):
-    return "nan" in str(a)
 
 
 PLACES = 702  # thirteen by nine by six: whole blocks of the fast paths, and a rest, for every size

@@ -108,16 +108,11 @@ def test_endless_and_very_deep_nesting():
         deep = [deep]
     forever = Sequence(lambda i: forever, 1)
     a = grid(2, 2)
-    for value in (endless, deep, (deep,), forever):
-        for use in (
-            lambda v=value: orvane.double(v),
-            lambda v=value: orvane.double(v, is_complex=True),
-            lambda v=value: a.__setitem__(0, v),
-            lambda v=value: a.__setitem__(slice(1), v),
-            lambda v=value: a[0].__setitem__(slice(1), v),
-        ):
+    uses = "double(v)", "double(v, is_complex=True)", "a.__setitem__(0, v)"
+    for use in (*uses, "a.__setitem__(slice(1), v)", "a[0].__setitem__(slice(1), v)"):
+        for value in (endless, deep, (deep,), forever):
             with pytest.raises(RecursionError):
-                use()
+                evaluate(use, a=a, v=value)
     assert stored_bytes(a) == stored_bytes(grid(2, 2))
 
 
@@ -181,31 +176,26 @@ def test_bounds_that_reshape_the_array():
             evaluate(use, v=cube[1][1], b=bound)
 
 
-@pytest.mark.parametrize("shape", [(1, 6), (6, 1), (1, 2, 3), (3, 1, 2)])
-@pytest.mark.parametrize("subscript", [0, slice(0, 1), slice(None, None, -1)])
-def test_right_sides_that_reshape_or_write(shape, subscript):
+def test_values_that_reshape_or_write_the_array_under_way():
     a = grid(2, 3)
+    shapes = itertools.cycle([(1, 6), (6, 1), (1, 2, 3), (3, 1, 2)])
 
     def item(i):
-        a.reshape(*shape)
+        a.reshape(*next(shapes))
         a.noncomplex()[0:1] = [5]
         return 9.0
 
-    for target in (a, a[0], a[::-1]):
-        for value in (Sequence(item, 3), [Sequence(item, 3)], Sequence(item, 6)):
-            a.reshape(2, 3)
-            result = outcome(lambda t=target, v=value: t.__setitem__(subscript, v))
-            assert result[0] == "gave" or result[1] in (RuntimeError, ValueError, TypeError)
+    subscripts = 0, slice(0, 1), slice(None, None, -1)
+    values = Sequence(item, 3), [Sequence(item, 3)], Sequence(item, 6)
+    for target, subscript, value in itertools.product((a, a[0], a[::-1]), subscripts, values * 4):
+        a.reshape(2, 3)
+        result = outcome(lambda t=target, s=subscript, v=value: t.__setitem__(s, v))
+        assert result[0] == "gave" or result[1] in (RuntimeError, ValueError, TypeError)
     assert set(a._data) <= {*map(float, range(6)), 9.0}
     assert stored_bytes(a) == b"".join(stored_bytes(orvane.double(x)) for x in a._data)
-
-
-def test_values_that_reshape_the_array_they_are_read_beside():
-    a = grid(2, 3)
-    outcome(lambda: orvane.double([a, Sequence(lambda i: a.reshape(3, 2) and [1.0, 2.0], 3)]))
-    outcome(lambda: orvane.double([a[0], Sequence(lambda i: a.reshape(1, 6) and 1.0, 3), a[0]]))
-    assert a.reshape(Sequence(lambda i: a.reshape(1, 6) and (3, 2)[i], 2)) is a
-    assert (a.size, list(a._data)) == ((3, 2), [*map(float, range(6))])
+    for value in ([a, Sequence(item, 3)], [a[0], Sequence(item, 3), a[0]]):
+        outcome(lambda v=value: orvane.double(v))
+    assert a.reshape(Sequence(lambda i: a.reshape(1, 6) and (3, 2)[i], 2)).size == (3, 2)
     meddling = Exporter(bytes(16), "d", 8, before_fill=lambda: a.reshape(2, 3) and orvane.double(a))
     assert nested(orvane.double(meddling)) == [[0.0, 0.0]]
     assert (a.size, meddling.open_views) == ((2, 3), 0)
@@ -297,7 +287,7 @@ print(type(made).__name__, *made)
     reason="limits the address space",
 )
 def test_want_of_memory_is_an_error_everywhere():
-    told = run("""
+    told = run(r"""
 import copy, pickle, resource
 import numpy, orvane
 a, big = orvane.double(size=(1000, 1000)), orvane.double(size=(4000, 1000))
@@ -306,18 +296,13 @@ source, column = numpy.zeros((2000, 2000)), big[0:3999]
 big[0][0] = 1
 used = int(open("/proc/self/statm").read().split()[0]) * resource.getpagesize()
 resource.setrlimit(resource.RLIMIT_AS, (used + (12 << 20),) * 2)
-refused = 0
-for use in (
-    lambda: orvane.double(size=(4000, 4000)), lambda: orvane.double(vector=flat),
-    lambda: orvane.double(flat), lambda: orvane.double(rows), lambda: orvane.double(source),
-    lambda: orvane.double(rows, is_complex=True), lambda: orvane.double(tuple(flat), (2000, 2000)),
-    lambda: big.clone(), lambda: str(big), lambda: repr(column), lambda: big.__reduce__(),
-    lambda: big._data, lambda: memoryview(column), lambda: column.clone(), lambda: copy.copy(big),
-    lambda: big == column, lambda: a.__setitem__(slice(None), rows), lambda: pickle.dumps(big),
-    lambda: a.__setitem__(slice(None), flat), lambda: big.reshape(1000, 4000),
-):
+refused, uses = 0, '''double(size=(4000, 4000)); double(vector=flat); double(flat); double(rows)
+double(source); double(rows, is_complex=True); big.clone(); str(big); repr(column); big._data
+big.__reduce__(); memoryview(column); column.clone(); copy.copy(big); big == column
+a.__setitem__(slice(None), rows); pickle.dumps(big); a.__setitem__(slice(None), flat)'''
+for use in uses.replace("\n", ";").split(";"):
     try:
-        use()
+        eval(use.strip(), {**vars(orvane), **globals()})
     except (MemoryError, RuntimeError) as error:
         refused += 1
     except ValueError:

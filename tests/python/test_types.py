@@ -75,25 +75,22 @@ def test_the_exceptions_are_one_wherever_they_are_named(name):
     assert (exception.__module__, exception.__qualname__) == ("ovexceptions", name)
 
 
-@pytest.mark.parametrize(
-    ("replacement", "message"),
-    [
-        ("None", "unable to import array module."),
-        ("types.ModuleType('array')", "unable to retrieve array.array class."),
-        ("types.SimpleNamespace(array=5)", "array.array class is not callable."),
-    ],
-)
-def test_an_import_that_fails_can_be_tried_again(replacement, message):
-    program = f"""
+def test_an_import_that_fails_can_be_tried_again():
+    program = """
 import array, sys, types
-sys.modules["array"], whole = {replacement}, array
-try:
-    import orvanemultidimarrayforpython
-except RuntimeError as error:
-    assert str(error) == {message!r}, error
-else:
-    raise SystemExit("the import went through")
-sys.modules["array"] = whole
+for replacement, message in (
+    (None, "unable to import array module."),
+    (types.ModuleType("array"), "unable to retrieve array.array class."),
+    (types.SimpleNamespace(array=5), "array.array class is not callable."),
+):
+    sys.modules["array"] = replacement
+    try:
+        import orvanemultidimarrayforpython
+    except RuntimeError as error:
+        assert str(error) == message, error
+    else:
+        raise SystemExit("the import went through")
+sys.modules["array"] = array
 import orvane
 assert orvane.double([1.5])[0].toarray() == array.array("d", [1.5])
 try:

@@ -90,8 +90,12 @@ TEST(TypedArrays, areMadeOfZerosInAnyShape) {
         }
         EXPECT_EQ(elements(TypedArray<T>(ArrayFactory().createScalar<T>(value<T>(1)))), std::vector<T>{value<T>(1)});
     });
-    EXPECT_EQ(Array().getType(), ArrayType::Double);
-    EXPECT_EQ(Array().getDimensions(), (Extents{0, 0}));
+    for (int repeat = 0; repeat < 3; ++repeat) { // the empty one can be released and destroyed any number of times
+        TypedArray<double> empty{Array()};
+        EXPECT_EQ(empty.getDimensions(), (Extents{0, 0}));
+        EXPECT_EQ(elements(empty), std::vector<double>());
+        EXPECT_NE(empty.release(), nullptr);
+    }
 }
 
 TEST(TypedArrays, writingASharedArrayLeavesTheOtherHandleItsElements) {

@@ -16,39 +16,30 @@ TOO_LARGE = "Python int too large to convert to C long long"
 
 @dataclass(frozen=True)
 class ElementType:
-    """One of the eleven types. `low` and `high` bound the integers; other types have none."""
+    """One of the eleven types. `low` and `high` bound the integers."""
 
     name: str
     format: str
-    size: int
-    low: int | None = None
-    high: int | None = None
+
+    @property
+    def size(self) -> int:
+        return struct.calcsize("=" + self.format)
 
     @property
     def is_integer(self) -> bool:
-        return self.low is not None
+        return self.format not in "df?"
+
+    @property
+    def low(self) -> int:
+        return 0 if self.name.startswith("u") else -(2 ** (8 * self.size - 1))
+
+    @property
+    def high(self) -> int:
+        return self.low + 2 ** (8 * self.size) - 1
 
 
-def _integer(name: str, format_: str, size: int) -> ElementType:
-    bits = 8 * size
-    if name.startswith("u"):
-        return ElementType(name, format_, size, 0, 2**bits - 1)
-    return ElementType(name, format_, size, -(2 ** (bits - 1)), 2 ** (bits - 1) - 1)
-
-
-TYPES = (
-    ElementType("double", "d", 8),
-    ElementType("single", "f", 4),
-    _integer("int8", "b", 1),
-    _integer("uint8", "B", 1),
-    _integer("int16", "h", 2),
-    _integer("uint16", "H", 2),
-    _integer("int32", "i", 4),
-    _integer("uint32", "I", 4),
-    _integer("int64", "q", 8),
-    _integer("uint64", "Q", 8),
-    ElementType("logical", "?", 1),
-)
+_NAMES = "double single int8 uint8 int16 uint16 int32 uint32 int64 uint64 logical"
+TYPES = tuple(map(ElementType, _NAMES.split(), "dfbBhHiIqQ?"))
 
 
 def is_sequence(value: object) -> bool:

@@ -65,42 +65,34 @@ class Walk:
         self.constructing = constructing
         self.elements: list[Stored] = []
         self.dims: list[int] = []
-        self._lengths: list[int] = []
-        self._depth = 0
         self._leaf_depth = 0
-        self._visit(value)
+        self._visit(value, 0)
         if len(self.elements) != math.prod(self.dims):
             raise ValueError(NOT_RECTANGULAR)
 
-    def _visit(self, value: Any) -> None:
+    def _visit(self, value: Any, depth: int) -> None:
         if value is ABSENT:
             raise RuntimeError("null data pointer.")
         if not is_sequence(value):
-            self._leaf(value)
+            self._leaf(value, depth)
             return
         if isinstance(value, str):
             raise ValueError(NOT_NUMERIC)
         length = agreed_length(value)
-        depth = self._depth
-        self._depth += 1
         if depth == len(self.dims):
             self.dims.append(0)
-            self._lengths.append(0)
-        self._lengths[depth] = length
         for i in range(length):
-            self._visit(item_of(value, i))
+            self._visit(item_of(value, i), depth + 1)
         if self.dims[depth] == 0:
             self.dims[depth] = length
         elif length != self.dims[depth]:
             raise ValueError(NOT_RECTANGULAR)
-        self._depth -= 1
 
-    def _leaf(self, value: Any) -> None:
+    def _leaf(self, value: Any, depth: int) -> None:
         stored = self.kind.convert(value, self.constructing)
-        if self._leaf_depth == 0:
-            self._leaf_depth = self._depth
-        elif self._depth != self._leaf_depth:
+        if self._leaf_depth not in (0, depth):
             raise ValueError(NOT_RECTANGULAR)
+        self._leaf_depth = depth
         self.elements.append(stored)
         if not self.dims:
             self.dims = [1, 1]
