@@ -28,7 +28,7 @@ def tool(name: str) -> str:
     return found
 
 
-def run(*command: str | Path, timeout: float = 250, **environment: str) -> str:
+def run(*command: str | Path, timeout: float = 1000, **environment: str) -> str:
     """What a program prints that must succeed."""
     inherited = dict(os.environ)
     if Path(command[0]).name in ("cmake", "c++"):
@@ -53,7 +53,7 @@ def cmake_build(source: Path, build: Path, *definitions: str) -> Path:
         f"-DPython_EXECUTABLE={sys.executable}",
         *definitions,
     )
-    run(tool("cmake"), "--build", build, timeout=1000)
+    run(tool("cmake"), "--build", build)
     return build
 
 

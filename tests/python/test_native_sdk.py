@@ -190,7 +190,6 @@ def test_built_clients_work_with_a_package_elsewhere_and_another_library(tmp_pat
 
 
 @pytest.mark.skipif("ORVANE_TEST_REBUILD" not in os.environ, reason="takes a minute")
-@pytest.mark.timeout(1200)
 def test_built_clients_work_with_an_extension_that_is_built_anew(tmp_path: Path) -> None:
     """Without optimisation, so that it is another binary through and through."""
     build = cmake_build(ROOT, tmp_path, "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O0")

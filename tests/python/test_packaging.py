@@ -33,7 +33,7 @@ def run_python(source: str, *options: str, **environment: str) -> str:
         env=os.environ | environment,
         capture_output=True,
         text=True,
-        timeout=120,
+        timeout=1000,
     )
     assert done.returncode == 0, done.stderr
     return done.stdout
