@@ -110,7 +110,11 @@ def make(kind: Kind, *values: Any, **keywords: Any) -> Any:
 
 
 def counted(kind: Kind, count: int, first: int = 0) -> list[Any]:
-    return [i % 2 == 0 if kind.name == "logical" else i % 120 for i in range(first, first + count)]
+    """Numbers that every kind can hold; of a complex one, both parts tell the place."""
+    numbers = range(first, first + count)
+    if kind.is_complex:
+        return [complex(i % 120, i * 7 % 100) for i in numbers]
+    return [i % 2 == 0 if kind.name == "logical" else i % 120 for i in numbers]
 
 
 def grid(*shape: int, kind: Kind = DOUBLE, first: int = 0) -> Any:

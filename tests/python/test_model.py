@@ -108,8 +108,6 @@ class Program:
 
     def __init__(self, kind, shape):
         vector = counted(kind, math.prod(shape))
-        if kind.is_complex:
-            vector = [complex(x, (x * 7) % 100) for x in vector]
         self.reference = View.make(kind, vector=vector, size=shape)
         self.extension = make(kind, vector=vector, size=shape)
         self.handles = [(self.reference, self.extension)]

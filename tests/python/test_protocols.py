@@ -20,6 +20,7 @@ from reference.elements import KINDS
 from support import (
     COMPLEX,
     DOUBLE,
+    WORDS,
     Index,
     check,
     each_kind,
@@ -79,11 +80,14 @@ def test_numbers_that_a_loop_keeps_stay_as_they_are(kind, every):
     assert [*iterator, *iterator, *iterator] == list(row)
 
 
-def test_a_new_iteration_of_an_outdated_chain_says_so_and_gives_nothing(capfd):
+def test_a_chain_that_has_no_dimension_left_is_iterated_as_empty_and_else_refused(capfd):
     array = grid(2, 2, 2)
     view = array[1][1]
     array.reshape(4, 2)
     assert list(iter(view)) == []
+    for use in ("v[0]", "v[::0]", "v['x':]", "len(v)", "v.__setitem__(0, 'x')", "v[:].size"):
+        with refused(RuntimeError, WORDS["TOO_MANY"]):
+            evaluate(use, v=view)
     assert capfd.readouterr().out == "numDims (3) >= numShapeDims (2)\n"
 
 

@@ -121,6 +121,7 @@ def test_one_element_among_many_decides(kind):
                 assert (x == y, y != x, x[:] == y[:]) == (equal, not equal, equal)
                 i, j = place % 13, place // 13 % 9
                 assert (x[i] == y[i], x[i][j][::-1] == y[i][j][::-1]) == (equal, equal)
+                assert (x[i::2] == y[i::2], x[i + 1 :] == y[i + 1 :]) == (equal, True)
 
 
 @each_kind
