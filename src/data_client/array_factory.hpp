@@ -98,4 +98,8 @@ private:
     std::shared_ptr<impl::ArrayFactoryImpl> m_impl;
 };
 
+template <ArrayElement T>
+TypedArray<T>::TypedArray()
+    : TypedArray(ArrayFactory().createArrayFromBuffer<T>({0, 0}, ArrayFactory().createBuffer<T>(0))) {}
+
 } // namespace orvane::data

@@ -17,6 +17,13 @@
 #include <mdspan>
 #endif
 
+// Says that what a function returns does not point into the object that it was called on.
+#if defined(__has_cpp_attribute) && __has_cpp_attribute(gnu::no_dangling)
+#define ORVANE_POINTS_ELSEWHERE [[gnu::no_dangling]]
+#else
+#define ORVANE_POINTS_ELSEWHERE
+#endif
+
 namespace orvane::data {
 
 /// Elements in column-major order: the first subscript runs fastest, and one step in dimension `d` is
@@ -52,7 +59,7 @@ public:
 
     /// The element at the subscripts, one a dimension; dimensions that are left out count as 0. Not checked.
     template <std::integral... Subscript>
-    T& operator()(Subscript... subscript) const noexcept {
+    ORVANE_POINTS_ELSEWHERE T& operator()(Subscript... subscript) const noexcept {
         std::size_t dimension = 0;
         std::size_t offset = 0;
         ((offset += static_cast<std::size_t>(subscript) * stride(dimension++)), ...);
@@ -60,10 +67,12 @@ public:
     }
 
     /// All elements in the order of storage.
-    std::span<T> flat() const noexcept { return {m_elements, m_size}; }
+    ORVANE_POINTS_ELSEWHERE std::span<T> flat() const noexcept { return {m_elements, m_size}; }
 
     /// The elements behind the first subscript at one position of all others: of a matrix, a column.
-    std::span<T> column(std::size_t position) const noexcept { return {m_elements + position * extent(0), extent(0)}; }
+    ORVANE_POINTS_ELSEWHERE std::span<T> column(std::size_t position) const noexcept {
+        return {m_elements + position * extent(0), extent(0)};
+    }
 
 #ifdef __cpp_lib_mdspan
     /// The same as the standard's view. Throws `std::invalid_argument` when the array has more dimensions.

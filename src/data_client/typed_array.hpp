@@ -36,6 +36,9 @@ public:
     using const_iterator = TypedIterator<const T>;
     using value_type = T;
 
+    /// An empty array: 0-by-0. Defined with `ArrayFactory`, in array_factory.hpp.
+    TypedArray();
+
     /// Throws when the elements are not of type `T`, and then leaves the source as it was.
     TypedArray(Array&& array) : Array(std::move(requireConvertible(array))) {}
 
@@ -53,17 +56,16 @@ public:
         return ReferenceHolder(reference);
     }
 
-    /// The elements for writing, which takes a copy first when others share the array. Want of memory for
-    /// that copy ends the process here; call `unshare()` first where it must not.
+    /// The first element for writing, which takes a copy first when others share the array. Want of memory for
+    /// that copy ends the process here: `writableElementsOf` throws instead.
     iterator begin() noexcept {
         unshare();
         return iterator(beginOf(true));
     }
 
-    iterator end() noexcept {
-        const auto numElements = getNumberOfElements();
-        return begin() + static_cast<std::ptrdiff_t>(numElements);
-    }
+    // A loop over a handle that is not constant would copy by accident where it only reads, and end the process for
+    // want of memory where it writes. So there is none, and ranges are constant handles alone.
+    iterator end() = delete; // write to writableElementsOf(array).flat(); read elementsOf(array).flat() or as_const
 
     /// The elements for reading; what is shared stays shared.
     const_iterator begin() const noexcept { return const_iterator(beginOf(false)); }

@@ -2,6 +2,9 @@
 
 #include "bound_functions.hpp"
 
+#include <nanobind/stl/variant.h>
+
 NB_MODULE(nanobind_client, module) {
-    defineFunctions(module);
+    orvane::python::importOrvane();
+    defineFunctions<nanobind::object>(module, [](PyObject* o) { return nanobind::steal(o); });
 }

@@ -2,6 +2,10 @@
 
 #include "bound_functions.hpp"
 
+#include <pybind11/stl.h>
+
 PYBIND11_MODULE(pybind11_client, module) {
-    defineFunctions(module);
+    orvane::python::importOrvane();
+    defineFunctions<pybind11::object>(module,
+                                      [](PyObject* o) { return pybind11::reinterpret_steal<pybind11::object>(o); });
 }

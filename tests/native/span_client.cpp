@@ -4,10 +4,16 @@
 #include <cstdlib>
 #include <iostream>
 #include <numeric>
+#include <ranges>
+#include <type_traits>
 
 namespace {
 
 using namespace orvane::data;
+
+// Loops over handles only read.
+static_assert(std::ranges::contiguous_range<const TypedArray<double>>);
+static_assert(!std::ranges::range<TypedArray<double>&> && std::is_default_constructible_v<CharArray>);
 
 void require(bool holds, const char* claim) {
     if (!holds) {

@@ -20,6 +20,7 @@ from reference.elements import Kind
 from support import (
     KINDS,
     Exporter,
+    answered_by,
     check,
     each_kind,
     evaluate,
@@ -137,8 +138,56 @@ def test_bound_functions_take_and_return_arrays(bound: Any) -> None:
             bound.sum(wrong)
     with pytest.raises(TypeError):
         bound.negated(a)
-    assert "orvane.single" in bound.doubled.__doc__
+    assert "orvane.single[complex]" in bound.doubled.__doc__
     assert sys.getrefcount(a) == references
+
+
+@table("""
+'typed', [1.0] -> TypeError: expected a real orvane.double array, got list
+'any', {} -> TypeError: expected an orvane array, got dict
+'own', [] -> BufferError: of the client's own
+'memory', [] -> MemoryError
+""")
+def test_errors_inside_bound_functions_arrive_as_they_are(
+    bound: Any, expression: str, answer: str
+) -> None:
+    with answered_by(answer):
+        bound.fails(*evaluate(expression))
+
+
+def test_any_array_and_either_kind(bound: Any) -> None:
+    for kind in KINDS:
+        a = from_stored(kind, samples(kind), 3, 2)
+        assert str(bound.copy_of_any(a)) == str(a)
+        if kind.format == "Zq":
+            assert bound.length(a) == 6
+            with pytest.raises(OverflowError):  # the row of the extremes cannot be gathered
+                [bound.length(row) for row in a]
+    assert bound.elements_of_either(orvane.double(size=(2, 3))) == 6
+    assert bound.elements_of_either(orvane.double([1j], is_complex=True)) == 1
+
+
+USE_OF_STUBS = """
+import orvane
+from nanobind_client import doubled, sum
+from typing_extensions import assert_type
+z = orvane.single([1j], is_complex=True)
+assert_type(doubled(z), "orvane.single[complex]")
+assert_type(doubled(orvane.double()), orvane.double)
+sum(z)  # type: ignore[arg-type]
+"""
+
+
+def test_stubs_tell_real_from_complex(tmp_path: Path) -> None:
+    pytest.importorskip("mypy")
+    path = os.pathsep.join([str(build_directory()), str(Path(orvane.__file__).parents[1])])
+    stub, use = tmp_path / "nanobind_client.pyi", tmp_path / "use.py"
+    use.write_text(USE_OF_STUBS)
+    for call in (
+        ("nanobind.stubgen", "-m", stub.stem, "-o", stub),
+        ("mypy", "--strict", stub, use),
+    ):
+        run(sys.executable, "-m", *call, PYTHONPATH=path, MYPYPATH=str(tmp_path))
 
 
 # --- what is installed ---------------------------------------------------------------------------
@@ -153,6 +202,15 @@ def test_flags_for_other_build_systems(tmp_path: Path) -> None:
     flags = [*shlex.split(ask_package("--includes")), *shlex.split(ask_package("--libs"))]
     source, module = ROOT / "tests" / "native" / "typed_client.cpp", tmp_path / "typed_client.so"
     run("c++", "-std=c++20", "-shared", "-fPIC", source, *flags, "-o", module)
+    stable = (
+        "-DPy_LIMITED_API=0x030A0000",
+        "-include",
+        "orvane/python.hpp",
+        "-x",
+        "c++",
+        os.devnull,
+    )
+    run("c++", "-std=c++20", "-fsyntax-only", *flags, *stable)
     use = "import typed_client; print(typed_client.make('d', (1, 2), bytes(16))[0])"
     path = f"import sys; sys.path.append({str(tmp_path)!r}); "
     assert run(sys.executable, "-c", path + use) == "[[0.0,0.0]]\n"

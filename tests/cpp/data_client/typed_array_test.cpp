@@ -96,6 +96,7 @@ TEST(TypedArrays, areMadeOfZerosInAnyShape) {
         EXPECT_EQ(elements(empty), std::vector<double>());
         EXPECT_NE(empty.release(), nullptr);
     }
+    EXPECT_EQ(TypedArray<std::int8_t>().getDimensions(), (Extents{0, 0}));
 }
 
 TEST(TypedArrays, writingASharedArrayLeavesTheOtherHandleItsElements) {

@@ -17,20 +17,34 @@ concept PythonElement = data::ArrayElement<T> && !std::is_same_v<T, char16_t>;
 
 namespace detail {
 
-/// "orvane.double" and its like, as a character array of exactly that length.
-template <PythonElement T>
-struct PythonTypeName {
+inline constexpr std::string_view noEnding = "";
+inline constexpr std::string_view complexEnding = "[complex]";
+
+/// "orvane.", the name of the type and an ending, as a character array of exactly that length.
+template <PythonElement T, const std::string_view& Ending>
+struct TypeText {
     static constexpr std::string_view prefix = "orvane.";
-    static constexpr std::string_view ending = elementRow<T>.name;
+    static constexpr std::string_view name = elementRow<T>.name;
     static constexpr auto joined = [] {
         struct {
-            char text[prefix.size() + ending.size() + 1]{};
-        } name;
-        std::copy(ending.begin(), ending.end(), std::copy(prefix.begin(), prefix.end(), name.text));
-        return name;
+            char text[prefix.size() + name.size() + Ending.size() + 1]{};
+        } all;
+        char* end = all.text;
+        for (const std::string_view part : {prefix, name, Ending}) {
+            end = std::copy(part.begin(), part.end(), end);
+        }
+        return all;
     }();
     static constexpr const auto& text = joined.text;
 };
+
+/// "orvane.double" and its like.
+template <PythonElement T>
+using PythonTypeName = TypeText<T, noEnding>;
+
+/// Arrays of `T` as type checkers know them: "orvane.double", "orvane.double[complex]".
+template <PythonElement T>
+using PythonAnnotation = TypeText<T, (isComplexElement<T> ? complexEnding : noEnding)>;
 
 /// "a complex orvane.double array"; logical arrays are never complex, and their kind is not told.
 template <PythonElement T>

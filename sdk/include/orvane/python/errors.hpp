@@ -12,13 +12,57 @@
 namespace orvane {
 namespace [[gnu::visibility("hidden")]] python {
 
-/// Says that a Python error is set: catch it where null goes back to the interpreter. `guarded` does.
+namespace detail {
+
+/// How the header of a binding library has that library translate the exceptions of this layer.
+using RegisterTranslator = void (*)();
+
+/// What is still to be registered. Set while the module is loaded, when the binding library is not ready for it.
+inline constinit RegisterTranslator pendingTranslator = nullptr;
+
+inline void registerPendingTranslator() {
+    if (pendingTranslator != nullptr) [[unlikely]] {
+        std::exchange(pendingTranslator, nullptr)();
+    }
+}
+
+} // namespace detail
+
+/// Says that a Python error is set: catch it where null goes back to the interpreter. `guarded` does, and so do
+/// pybind11 and nanobind when their header of this folder is included.
 class PythonError : public std::exception {
 public:
+    PythonError() { detail::registerPendingTranslator(); }
+
     const char* what() const noexcept override { return "a Python error is set"; }
 };
 
 namespace detail {
+
+using OutOfMemory = data::detail::ArrayException<Exception, data::ExceptionType::OutOfMemory>;
+
+/// Sets the Python errors of the exceptions that a binding library does not know, and lets all others go on.
+inline void translate(const std::exception_ptr& exception) {
+    try {
+        std::rethrow_exception(exception);
+    } catch (const PythonError&) { // is set already
+    } catch (const OutOfMemory&) {
+        PyErr_NoMemory();
+    }
+}
+
+/// The name that refusals call an object's type by.
+inline std::string typeNameOf(PyObject* object) {
+#ifdef Py_LIMITED_API
+    const Reference name(PyObject_GetAttrString(reinterpret_cast<PyObject*>(Py_TYPE(object)), "__name__"));
+    const Reference bytes(name ? PyUnicode_AsUTF8String(name.get()) : nullptr);
+    const char* const text = bytes ? PyBytes_AsString(bytes.get()) : nullptr;
+    PyErr_Clear();
+    return text != nullptr ? text : "an object";
+#else
+    return Py_TYPE(object)->tp_name;
+#endif
+}
 
 /// Sets the TypeError that names what was expected and what came, and throws. A null that comes with an error set
 /// keeps that error, which tells more.
@@ -31,7 +75,7 @@ namespace detail {
     if (object == nullptr && PyErr_Occurred() != nullptr) {
         throw PythonError();
     }
-    refuse(expected, object == nullptr ? "null" : Py_TYPE(object)->tp_name);
+    refuse(expected, object == nullptr ? "null" : typeNameOf(object));
 }
 
 } // namespace detail
@@ -41,13 +85,12 @@ namespace detail {
 /// that derives from `std::exception`, the data-array library's refusals among them, `RuntimeError` with its words.
 template <class Body>
 PyObject* guarded(Body&& body) {
-    using OutOfMemory = data::detail::ArrayException<Exception, data::ExceptionType::OutOfMemory>;
     try {
         return Reference(std::forward<Body>(body)()).release();
     } catch (const PythonError&) {
     } catch (const std::bad_alloc&) {
         PyErr_NoMemory();
-    } catch (const OutOfMemory&) {
+    } catch (const detail::OutOfMemory&) {
         PyErr_NoMemory();
     } catch (const std::exception& fault) {
         PyErr_SetString(PyExc_RuntimeError, fault.what());

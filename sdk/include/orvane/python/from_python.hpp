@@ -17,7 +17,7 @@ namespace [[gnu::visibility("hidden")]] python {
 /// As `fromPython`, but nothing, without an error set, when the object is not an array of that type and kind.
 template <PythonElement T>
 std::optional<data::TypedArray<T>> tryFromPython(PyObject* object) {
-    if (!detail::isOfTypeOf<T>(object) || detail::isComplexArray(object) != isComplexElement<T>) {
+    if (!isArray<T>(object)) {
         return std::nullopt;
     }
     return data::TypedArray<T>(detail::lend(object));

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace orvane {
 namespace [[gnu::visibility("hidden")]] python {
@@ -20,6 +21,8 @@ namespace detail {
 struct Module {
     const OrvaneCapsule* capsule = nullptr;
     std::array<PyTypeObject*, elementTypeCount> types{}; ///< in the order of the element table; owned
+    std::array<PyObject*, elementTypeCount> kinds{};     ///< their descriptors of `_is_complex`; owned
+    descrgetfunc readKind = nullptr;                     ///< how these are asked
 };
 
 inline Module& moduleSlot() noexcept {
@@ -29,6 +32,7 @@ inline Module& moduleSlot() noexcept {
 }
 
 inline Module importModule() {
+    registerPendingTranslator();
     Module module;
     module.capsule = Orvane_ImportCapsule();
     if (module.capsule == nullptr) {
@@ -40,15 +44,23 @@ inline Module importModule() {
     if (!pythonModule) {
         throw PythonError();
     }
-    std::array<Reference, elementTypeCount> types;
-    for (std::size_t i = 0; i < elementTypeCount; ++i) {
-        types[i] = Reference(PyObject_GetAttrString(pythonModule.get(), std::string(elementTable[i].name).c_str()));
-        if (!types[i]) {
+    const auto attribute = [](const Reference& object, const char* name) {
+        Reference value(PyObject_GetAttrString(object.get(), name));
+        if (!value) {
             throw PythonError();
         }
+        return value;
+    };
+    std::array<Reference, elementTypeCount> types;
+    std::array<Reference, elementTypeCount> kinds;
+    for (std::size_t i = 0; i < elementTypeCount; ++i) {
+        types[i] = attribute(pythonModule, std::string(elementTable[i].name).c_str());
+        kinds[i] = attribute(types[i], "_is_complex");
     }
+    module.readKind = reinterpret_cast<descrgetfunc>(PyType_GetSlot(Py_TYPE(kinds[0].get()), Py_tp_descr_get));
     for (std::size_t i = 0; i < elementTypeCount; ++i) {
         module.types[i] = reinterpret_cast<PyTypeObject*>(types[i].release());
+        module.kinds[i] = kinds[i].release();
     }
     return module;
 }
@@ -66,16 +78,32 @@ bool isOfTypeOf(PyObject* object) {
     return object != nullptr && Py_TYPE(object) == module().types[elementIndex<T>];
 }
 
-/// Whether the elements of an array are complex. Asked before the array is handed out, which costs a copy once.
-inline bool isComplexArray(PyObject* array) {
-    const Reference answer(PyObject_GetAttrString(array, "_is_complex"));
-    if (!answer) {
-        throw PythonError();
-    }
-    return answer.get() == Py_True;
+} // namespace detail
+
+/// Fetches Orvane's module now, where otherwise the first use does it. Best done in the initialisation of the client's
+/// module: a package that is missing is told there, and a binding library knows this layer's errors from then on.
+inline void importOrvane() {
+    detail::module();
 }
 
-} // namespace detail
+/// Whether an object is an array of that element type, real or complex as `T` is; false for null.
+template <PythonElement T>
+bool isArray(PyObject* object) {
+    if (!detail::isOfTypeOf<T>(object)) {
+        return false;
+    }
+    if constexpr (std::is_same_v<T, bool>) {
+        return true;
+    } else {
+        // The attribute's own function is asked, not the library: an array that is handed out is copied once.
+        const detail::Module& module = detail::module();
+        const Reference isComplex(module.readKind(module.kinds[elementIndex<T>], object, nullptr));
+        if (!isComplex) {
+            throw PythonError();
+        }
+        return (isComplex.get() == Py_True) == isComplexElement<T>;
+    }
+}
 
 /// Whether an object is an array of any of the eleven types; false for null.
 inline bool isArray(PyObject* object) {

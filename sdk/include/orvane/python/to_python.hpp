@@ -3,7 +3,6 @@
 
 #include <orvane/capsule.h>
 #include <orvane/data.hpp>
-#include <orvane/python/element.hpp>
 #include <orvane/python/errors.hpp>
 #include <orvane/python/module.hpp>
 #include <orvane/python/reference.hpp>
@@ -13,8 +12,8 @@ namespace [[gnu::visibility("hidden")]] python {
 
 /// A new Python array. It takes the library's array over when `array` is the only handle to it: move it in, and no
 /// element is copied but for what Python's side reads. A handle that shares its array, or was lent, gives a copy.
-template <PythonElement T>
-Reference toPython(data::TypedArray<T> array) {
+/// RuntimeError "invalid type." for characters and for fewer than two dimensions.
+inline Reference toPython(data::Array array) {
     const OrvaneCapsule& capsule = *detail::module().capsule;
     Reference object(capsule.arrayFromImpl(array.detach()));
     if (!object) {
