@@ -20,15 +20,27 @@ namespace detail {
 /// What this layer needs of Orvane's module, fetched once per client module and kept to the end of the process.
 struct Module {
     const OrvaneCapsule* capsule = nullptr;
-    std::array<PyTypeObject*, elementTypeCount> types{}; ///< in the order of the element table; owned
-    std::array<PyObject*, elementTypeCount> kinds{};     ///< their descriptors of `_is_complex`; owned
-    descrgetfunc readKind = nullptr;                     ///< how these are asked
+    std::array<PyTypeObject*, elementTypeCount> types{};      ///< in the order of the element table; owned
+    std::array<const PyGetSetDef*, elementTypeCount> kinds{}; ///< their attributes `_is_complex`
 };
 
 inline Module& moduleSlot() noexcept {
     // No guarded initialisation: the import may let another thread run, which would then wait here for ever.
     static constinit Module module;
     return module;
+}
+
+/// The type's own attribute of that name, whose function is called without looking the name up.
+inline const PyGetSetDef* attributeOf(PyTypeObject* type, std::string_view name) {
+    auto* attribute = static_cast<const PyGetSetDef*>(PyType_GetSlot(type, Py_tp_getset));
+    while (attribute != nullptr && attribute->name != nullptr && attribute->name != name) {
+        ++attribute;
+    }
+    if (attribute == nullptr || attribute->name == nullptr) {
+        PyErr_SetString(PyExc_ImportError, "these are not the types that the module was built for");
+        throw PythonError();
+    }
+    return attribute;
 }
 
 inline Module importModule() {
@@ -44,23 +56,16 @@ inline Module importModule() {
     if (!pythonModule) {
         throw PythonError();
     }
-    const auto attribute = [](const Reference& object, const char* name) {
-        Reference value(PyObject_GetAttrString(object.get(), name));
-        if (!value) {
+    std::array<Reference, elementTypeCount> types;
+    for (std::size_t i = 0; i < elementTypeCount; ++i) {
+        types[i] = Reference(PyObject_GetAttrString(pythonModule.get(), std::string(elementTable[i].name).c_str()));
+        if (!types[i]) {
             throw PythonError();
         }
-        return value;
-    };
-    std::array<Reference, elementTypeCount> types;
-    std::array<Reference, elementTypeCount> kinds;
-    for (std::size_t i = 0; i < elementTypeCount; ++i) {
-        types[i] = attribute(pythonModule, std::string(elementTable[i].name).c_str());
-        kinds[i] = attribute(types[i], "_is_complex");
+        module.kinds[i] = attributeOf(reinterpret_cast<PyTypeObject*>(types[i].get()), "_is_complex");
     }
-    module.readKind = reinterpret_cast<descrgetfunc>(PyType_GetSlot(Py_TYPE(kinds[0].get()), Py_tp_descr_get));
     for (std::size_t i = 0; i < elementTypeCount; ++i) {
         module.types[i] = reinterpret_cast<PyTypeObject*>(types[i].release());
-        module.kinds[i] = kinds[i].release();
     }
     return module;
 }
@@ -95,9 +100,9 @@ bool isArray(PyObject* object) {
     if constexpr (std::is_same_v<T, bool>) {
         return true;
     } else {
-        // The attribute's own function is asked, not the library: an array that is handed out is copied once.
-        const detail::Module& module = detail::module();
-        const Reference isComplex(module.readKind(module.kinds[elementIndex<T>], object, nullptr));
+        // Python is asked, not the library: an array that is handed out is copied once.
+        const PyGetSetDef& kind = *detail::module().kinds[elementIndex<T>];
+        const Reference isComplex(kind.get(object, kind.closure));
         if (!isComplex) {
             throw PythonError();
         }
