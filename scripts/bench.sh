@@ -40,8 +40,7 @@ bench_on() { # PYTHON
     fi
 }
 
-ensure_compiler
-ensure_google_benchmark
+ensure python compiler google_benchmark
 preferred=$(chosen_or_preferred_python)
 bench_on "$preferred"
 newest=$(newest_python)

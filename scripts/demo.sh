@@ -3,16 +3,22 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
-if [[ ${1:-} == --help ]]; then
-    echo "usage: scripts/demo.sh"
-    echo "Builds the package into .venv/, and the native example against it; runs examples/digits/demo.py, whose"
-    echo "pictures go to output/."
-    exit 0
-fi
+usage() {
+    cat <<'TEXT'
+usage: scripts/demo.sh [--python EXECUTABLE]
 
-ensure_compiler
-ensure_lapack
-python=$(preferred_python)
+Builds the package into an environment under .venv/, and the native example against it; runs examples/digits/demo.py,
+whose pictures go to output/.
+
+  --python   the interpreter to use in place of the preferred one
+TEXT
+}
+
+read_options "" "$@"
+[[ ${#rest[@]} -eq 0 ]] || die "demo.sh takes nothing behind --"
+
+ensure python compiler lapack
+python=$(chosen_or_preferred_python)
 version=$(version_of "$python")
 environment=$root/.venv/$version
 

@@ -20,6 +20,7 @@ die() {
 # read_options "FLAG..." ARGUMENT...: ${option[FLAG]} becomes yes where --FLAG is given and no otherwise; `chosen` what
 # follows --python, and `rest` what follows --. The script's function `usage` tells of them all.
 declare -A option
+chosen=''
 read_options() {
     local flags flag
     read -ra flags <<<"$1"
@@ -59,76 +60,197 @@ read_options() {
 
 # --- system packages -------------------------------------------------------------------------------------------
 
-# install_system_packages REASON PACKAGE...: by apt-get, as root or through sudo.
-install_system_packages() {
-    local reason=$1
-    shift
-    local as_root=()
+# What a script may need of the machine: whether it is there is told by the function has_NEED.
+declare -rA need_title=(
+    [python]="CPython 3.10 or later with its headers"
+    [compiler]="a C++20 compiler"
+    [googletest]="GoogleTest"
+    [google_benchmark]="Google Benchmark"
+    [lapack]="LAPACK, which the native example computes with"
+)
+declare -rA need_packages=(
+    [python]="python3 python3-dev python3-venv"
+    [compiler]="g++ libc6-dev"
+    [googletest]="libgtest-dev"
+    [google_benchmark]="libbenchmark-dev"
+    [lapack]="libopenblas-dev"
+)
+# A package that is too old on the machine's release is not worth the minutes that installing takes.
+declare -rA need_release=([python]="python3 3.10" [compiler]="g++ 11")
+
+# ensure NEED...: installs all that is missing at once, by apt-get, as root or through sudo; tells what to do where that
+# cannot be.
+ensure() {
+    local need missing=() titles='' packages='' as_root=() lacking advice
+    for need in "$@"; do
+        "has_$need" && continue
+        missing+=("$need")
+        titles+=${titles:+, }${need_title[$need]}
+        packages+=${packages:+ }${need_packages[$need]}
+    done
+    [[ ${#missing[@]} -gt 0 ]] || return 0
+    lacking="Missing on this machine: $titles.$(unfit_tools "${missing[@]}")"
+    advice="Please install the equivalent of these Debian packages and start again: $packages"
+    command -v apt-get >/dev/null || die "$lacking"$'\n'"There is no apt-get here to install it. $advice"
     if [[ $(id -u) -ne 0 ]]; then
-        command -v sudo >/dev/null || die "$reason, and there is neither root nor sudo here to install it." \
-            "Please install the equivalent of these Debian packages and start again: $*"
+        command -v sudo >/dev/null ||
+            die "$lacking"$'\n'"There is neither root nor sudo here to install it. $advice"
         as_root=(sudo)
     fi
-    command -v apt-get >/dev/null || die "$reason, and this machine has no apt-get to install it." \
-        "Please install the equivalent of these Debian packages and start again: $*"
-    say "$reason: installing $*"
-    if ! { "${as_root[@]}" apt-get update -qq &&
-        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@"; }; then
-        die "$reason, and apt-get could not install it. Please install these packages and start again: $*"
+    say "$lacking"
+    printf 'Installing %s\n' "$packages"
+    "${as_root[@]}" apt-get update -qq || echo "apt-get could not read all that there is to install; going on without."
+    refuse_old_releases "${missing[@]}"
+    # shellcheck disable=SC2086 # the names of packages are words
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $packages ||
+        die "apt-get could not install what is missing. $advice"
+    for need in "${missing[@]}"; do
+        "has_$need" || die "After installing ${need_packages[$need]}, this is still missing:" \
+            "${need_title[$need]}.$(unfit_tools "$need")"
+    done
+}
+
+# refuse_old_releases NEED...: ends the script where the machine's packages are older than what is needed.
+refuse_old_releases() {
+    local need package wanted offered old=''
+    for need in "$@"; do
+        read -r package wanted <<<"${need_release[$need]:-}"
+        [[ -n $package ]] || continue
+        offered=$(LC_ALL=C apt-cache policy "$package" | sed -n 's/^ *Candidate: \([0-9]*:\)\?\([0-9.]*\).*/\2/p')
+        if [[ -n $offered ]] && ! printf '%s\n' "$wanted" "$offered" | sort --check=quiet --version-sort; then
+            old+=$'\n'"  ${need_title[$need]} is needed, and $package of this system is $offered."
+        fi
+    done
+    [[ -z $old ]] || die "The packages of this system are too old; nothing was installed.$old"$'\n'"Please install" \
+        "later ones yourself: a CPython on the PATH, among the versions of pyenv or named by --python; a compiler on" \
+        "the PATH or named by the variable CXX."
+}
+
+# unfit_tools NEED...: of interpreters and compilers, those that were found and why they do not do.
+unfit_tools() {
+    local need candidate fault
+    for need in "$@"; do
+        case $need in
+        python)
+            for candidate in $(compgen -c python3 | grep -E '^python3(\.[0-9]+)?$' | sort -uV); do
+                fault=$(python_fault "$(command -v "$candidate")")
+                [[ -z $fault || $fault == "does not run" ]] ||
+                    printf '\n  Found %s, which %s.' "$(command -v "$candidate")" "$fault"
+            done
+            ;;
+        compiler)
+            for candidate in $(compiler_names); do
+                ! command -v "$candidate" >/dev/null ||
+                    printf '\n  Found %s, which does not compile what GCC 11 and Clang 14 do.' "$(command -v "$candidate")"
+            done
+            ;;
+        esac
+    done
+}
+
+# --- the compiler ----------------------------------------------------------------------------------------------
+
+# compiles SOURCE [ARGUMENT...]: whether the C++ compiler accepts the text as C++20.
+compiles() {
+    local source=$1 command
+    shift
+    read -ra command <<<"${CXX:-c++}"
+    [[ $# -gt 0 ]] || set -- -fsyntax-only
+    printf '%s\n' "$source" | "${command[@]}" -std=c++20 -x c++ - "$@" >/dev/null 2>&1
+}
+
+# What the sources use and earlier compilers do not have.
+readonly compiler_probe='
+#include <algorithm>
+#include <bit>
+#include <compare>
+#include <concepts>
+#include <span>
+enum class Answer { Yes };
+consteval bool yes(Answer answer) {
+    using enum Answer;
+    return answer == Yes;
+}
+constinit bool answer = yes(Answer::Yes);
+struct Pair {
+    int first, second;
+    auto operator<=>(const Pair&) const = default;
+};
+template <class T> requires std::integral<T>
+bool all(std::span<const T> values) {
+    return std::ranges::all_of(values, []<class U>(U value) { return std::bit_cast<U>(value) != 0; });
+}
+bool some(std::span<const int> values) { return all<int>(values) && Pair{1, 2} < Pair{2, 1}; }'
+
+# compiler_names: the usual name first, then those with a version, the latest first.
+compiler_names() {
+    printf '%s\n' c++ g++ clang++
+    { compgen -c g++- && compgen -c clang++-; } | grep -E '^[a-z]+\+\+-[0-9]+$' | sort -uVr
+}
+
+# has_compiler: chooses the first that compiles the probe, unless CXX names one. All that is built afterwards is built
+# with it, whatever the interpreter was built with; so the choice is exported, and the C compiler beside it.
+has_compiler() {
+    local candidate
+    if [[ -n ${CXX:-} ]]; then
+        compiles "$compiler_probe" ||
+            die "'$CXX', which the variable CXX names, does not compile C++20 as GCC 11, Clang 14 and later do."
+    else
+        for candidate in $(compiler_names); do
+            if CXX=$candidate compiles "$compiler_probe"; then
+                CXX=$candidate
+                break
+            fi
+        done
+        [[ -n ${CXX:-} ]] || return
+    fi
+    export CXX
+    case $CXX in
+    *clang++*) candidate=${CXX/clang++/clang} ;;
+    *g++*) candidate=${CXX/g++/gcc} ;;
+    *) candidate=${CXX/c++/cc} ;;
+    esac
+    if [[ -z ${CC:-} ]] && command -v "${candidate##* }" >/dev/null; then
+        export CC=$candidate
     fi
 }
 
-# compiles SOURCE: whether the C++ compiler accepts the text as C++20.
-compiles() {
-    printf '%s\n' "$1" | "${CXX:-c++}" -std=c++20 -fsyntax-only -x c++ - >/dev/null 2>&1
-}
+has_googletest() { compiles '#include <gtest/gtest.h>'; }
 
-ensure_compiler() {
-    local probe='#include <bit>
-#include <concepts>
-#include <span>
-static_assert(std::integral<int> && std::has_single_bit(4u));'
-    compiles "$probe" && return
-    install_system_packages "A C++20 compiler is missing" g++ libc6-dev
-    compiles "$probe" || die "The C++ compiler '${CXX:-c++}' does not know C++20." \
-        "Please install GCC 11 or Clang 14 or later, or name one in the variable CXX."
-}
+has_google_benchmark() { compiles '#include <benchmark/benchmark.h>'; }
 
-ensure_googletest() {
-    compiles '#include <gtest/gtest.h>' && return
-    install_system_packages "GoogleTest is missing" libgtest-dev
-}
-
-ensure_google_benchmark() {
-    compiles '#include <benchmark/benchmark.h>' && return
-    install_system_packages "Google Benchmark is missing" libbenchmark-dev
-}
-
-# links_lapack: whether a program that calls LAPACK can be linked, by either of the usual names.
-links_lapack() {
+# Whether a program that calls LAPACK can be linked, by either of the usual names.
+has_lapack() {
     local library
     for library in lapack openblas; do
-        printf '%s\n' 'extern "C" void dgesdd_(); int main() { dgesdd_(); }' |
-            "${CXX:-c++}" -x c++ - -o /dev/null "-l$library" >/dev/null 2>&1 && return
+        compiles 'extern "C" void dgesdd_(); int main() { dgesdd_(); }' -o /dev/null "-l$library" && return
     done
     return 1
 }
 
-ensure_lapack() {
-    links_lapack && return
-    install_system_packages "LAPACK, which the native example computes with, is missing" libopenblas-dev
-    links_lapack || die "LAPACK cannot be linked. Please install it with its development files."
-}
-
 # --- interpreters ----------------------------------------------------------------------------------------------
 
-# python_is_usable EXECUTABLE: a CPython of a known version with its headers and the means to make an environment.
-python_is_usable() {
-    "$1" - "${maintained_minors[@]}" >/dev/null 2>&1 <<'PY'
-import ensurepip, os, platform, sys, sysconfig, venv
-assert platform.python_implementation() == "CPython"
-assert sys.version_info[0] == 3 and str(sys.version_info[1]) in sys.argv[1:]
-assert os.path.exists(os.path.join(sysconfig.get_paths()["include"], "Python.h"))
+# python_fault EXECUTABLE: what keeps it from being used, in words; nothing if it is a CPython of a known version with
+# its headers and the means to make an environment.
+python_fault() {
+    "$1" - "${maintained_minors[@]}" 2>/dev/null <<'PY' || echo "does not run"
+import os, platform, sys, sysconfig
+
+def fault():
+    if platform.python_implementation() != "CPython":
+        return "is no CPython"
+    if sys.version_info[0] != 3 or str(sys.version_info[1]) not in sys.argv[1:]:
+        return "is CPython %d.%d, not one of 3.%s to 3.%s" % (sys.version_info[:2] + (sys.argv[1], sys.argv[-1]))
+    if not os.path.exists(os.path.join(sysconfig.get_paths()["include"], "Python.h")):
+        return "has no headers (Python.h)"
+    try:
+        import ensurepip, venv
+    except ImportError:
+        return "lacks the module venv or ensurepip"
+
+answer = fault()
+if answer:
+    print(answer)
 PY
 }
 
@@ -138,7 +260,7 @@ find_python() {
     for minor in "$@"; do
         for candidate in "$(command -v "python3.$minor" || true)" \
             "${PYENV_ROOT:-$HOME/.pyenv}"/versions/3."$minor".*/bin/python /usr/bin/python3."$minor"; do
-            if [[ -x $candidate ]] && python_is_usable "$candidate"; then
+            if [[ -x $candidate && -z $(python_fault "$candidate") ]]; then
                 "$candidate" -c 'import sys; print(sys.executable)'
                 return
             fi
@@ -146,18 +268,25 @@ find_python() {
     done
 }
 
-# preferred_python: the first that is found; installs the system's where there is none at all.
-preferred_python() {
-    local found
-    found=$(find_python "${maintained_minors[@]}")
-    if [[ -z $found ]]; then
-        install_system_packages "No CPython 3.10 or later with its headers was found" \
-            python3 python3-dev python3-venv >&2
-        found=$(find_python "${maintained_minors[@]}")
+# has_python: whether there is one to take; one that --python names has to be usable.
+has_python() {
+    local fault
+    if [[ -n $chosen ]]; then
+        command -v "$chosen" >/dev/null || die "There is no interpreter $chosen."
+        fault=$(python_fault "$chosen")
+        [[ -z $fault ]] || die "The interpreter $chosen $fault."
+    else
+        [[ -n $(find_python "${maintained_minors[@]}") ]]
     fi
-    [[ -n $found ]] || die "No CPython 3.10 or later with its headers and the module venv was found." \
-        "Please install one (on Debian: python3 python3-dev python3-venv)."
-    printf '%s\n' "$found"
+}
+
+# chosen_or_preferred_python: the one of the option --python, else the first that is found.
+chosen_or_preferred_python() {
+    if [[ -n $chosen ]]; then
+        "$chosen" -c 'import sys; print(sys.executable)'
+    else
+        find_python "${maintained_minors[@]}"
+    fi
 }
 
 newest_python() {
@@ -168,45 +297,85 @@ newest_python() {
     find_python "${descending[@]}"
 }
 
-# chosen_or_preferred_python: the one of the option --python, else the preferred one.
-chosen_or_preferred_python() {
-    local python=${chosen:-$(preferred_python)}
-    python_is_usable "$python" ||
-        die "$python is not a CPython 3.10 or later with its headers and the module venv"
-    printf '%s\n' "$python"
-}
-
 version_of() { "$1" -c 'import sys; print("%d.%d" % sys.version_info[:2])'; }
 
 # --- virtual environments and the build ------------------------------------------------------------------------
 
 # make_environment PYTHON DIRECTORY GROUP...: an environment with the dependency groups of pyproject.toml. It is made
-# anew when the interpreter has changed; packages are asked for only when pyproject.toml has.
+# anew when the interpreter or the place of the checkout has changed; packages are asked for only when pyproject.toml has.
+# What is done is written down when it is done, so that a run that broke off is made up for by the next.
 make_environment() {
     local python=$1 directory=$2
     shift 2
-    local wanted present
-    wanted=$("$python" -c 'import sys; print(sys.version)')
-    present=$("$directory/bin/python" -c 'import sys; print(sys.version)' 2>/dev/null || true)
-    if [[ $present != "$wanted" ]]; then
+    local identity group stamp
+    identity=$("$python" -c 'import sys; print(sys.version, sys.executable, sys.argv[1])' "$directory")
+    if [[ $(cat "$directory/made-for" 2>/dev/null) != "$identity" || ! -x $directory/bin/python ]]; then
         rm -rf "$directory"
         "$python" -m venv "$directory"
-        "$directory/bin/python" -m pip install -qq --upgrade 'pip>=25.1'
+        pip_install "$directory" --upgrade 'pip>=25.1'
+        printf '%s\n' "$identity" >"$directory/made-for"
     fi
-    local group stamp
     for group in "$@"; do
         stamp=$directory/installed-$group
         if ! cmp -s "$root/pyproject.toml" "$stamp"; then
-            "$directory/bin/python" -m pip install -qq --group "$root/pyproject.toml:$group"
+            pip_install "$directory" --group "$root/pyproject.toml:$group"
             cp "$root/pyproject.toml" "$stamp"
         fi
     done
+}
+
+pip_install() { # ENVIRONMENT ARGUMENT...
+    local environment=$1
+    shift
+    "$environment/bin/python" -m pip install -qq "$@" ||
+        die "pip could not install $*; is the network there? Starting again takes up the work where it stopped."
 }
 
 # build_groups: the dependency groups that a build needs on this machine.
 build_groups() {
     echo build
     compiles '#include <boost/numeric/conversion/cast.hpp>' || echo boost-headers
+}
+
+# clear_foreign_build BUILD_DIRECTORY SOURCE: removes a build directory that another compiler has filled, or that lay
+# elsewhere, as CMake will not work with either.
+clear_foreign_build() {
+    local cache=$1/CMakeCache.txt home compiler
+    [[ -f $cache ]] || return 0
+    home=$(sed -n 's/^CMAKE_HOME_DIRECTORY:[A-Z]*=//p' "$cache")
+    compiler=$(sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "$cache")
+    [[ $home == "$2" && $compiler -ef $(command -v "${CXX%% *}") ]] || rm -rf "$1"
+}
+
+# with_progress LOG COMMAND...: runs a build. Its words go to the file; the terminal sees how far it is, and what went
+# wrong.
+with_progress() {
+    local log=$1
+    shift
+    mkdir -p "$(dirname "$log")"
+    if ! "$@" 2>&1 | tee "$log" | show_steps; then
+        if grep -q 'FAILED:' "$log"; then
+            sed -n '/FAILED:/,$p' "$log" >&2
+        else
+            tail -n 40 "$log" >&2
+        fi
+        die "The build failed; all that it said stands in $log"
+    fi
+}
+
+# show_steps: of ninja's words how many steps are done, on a terminal in one line, else now and then.
+show_steps() {
+    local line told=$SECONDS
+    while IFS= read -r line; do
+        [[ $line =~ \[([0-9]+)/([0-9]+)\]\  ]] || continue
+        if [[ -t 1 ]]; then
+            printf '\r%s of %s steps' "${BASH_REMATCH[1]}" "${BASH_REMATCH[2]}"
+            [[ ${BASH_REMATCH[1]} != "${BASH_REMATCH[2]}" ]] || echo
+        elif [[ $((SECONDS - told)) -ge 15 || ${BASH_REMATCH[1]} == "${BASH_REMATCH[2]}" ]]; then
+            told=$SECONDS
+            printf '%s of %s steps\n' "${BASH_REMATCH[1]}" "${BASH_REMATCH[2]}"
+        fi
+    done
 }
 
 # install_package ENVIRONMENT BUILD_DIRECTORY [CMAKE_DEFINITION...]: builds the wheel in a lasting build directory,
@@ -218,16 +387,18 @@ install_package() {
     for definition in "$@"; do
         settings+=("--config-settings=cmake.define.$definition")
     done
-    PATH=$environment/bin:$PATH "$environment/bin/python" -m pip install -qq --no-build-isolation --no-deps \
-        --force-reinstall "--config-settings=build-dir=$build" "${settings[@]}" "$root"
+    clear_foreign_build "$build" "$root"
+    PATH=$environment/bin:$PATH with_progress "$build.log" "$environment/bin/python" -m pip install --verbose \
+        --no-build-isolation --no-deps --force-reinstall "--config-settings=build-dir=$build" "${settings[@]}" "$root"
 }
 
 # build_native_example ENVIRONMENT BUILD_DIRECTORY: builds the module `spectral` against the installed package, as
 # someone would who has nothing but that.
 build_native_example() {
-    local environment=$1 build=$2
-    PATH=$environment/bin:$PATH cmake -S "$root/examples/native_client" -B "$build" -G Ninja \
+    local environment=$1 build=$2 source=$root/examples/native_client
+    clear_foreign_build "$build" "$source"
+    PATH=$environment/bin:$PATH cmake -S "$source" -B "$build" -G Ninja \
         "-DPython_EXECUTABLE=$environment/bin/python" \
         "-DOrvane_DIR=$("$environment/bin/python" -m orvane --cmake-dir)" >/dev/null
-    PATH=$environment/bin:$PATH cmake --build "$build"
+    PATH=$environment/bin:$PATH with_progress "$build.log" cmake --build "$build"
 }

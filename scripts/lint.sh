@@ -11,7 +11,8 @@ case ${1:-} in
     ;;
 esac
 
-python=$(preferred_python)
+ensure python
+python=$(chosen_or_preferred_python)
 environment=$root/.venv/lint
 make_environment "$python" "$environment" lint
 PATH=$environment/bin:$PATH

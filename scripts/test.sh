@@ -58,9 +58,10 @@ sanitize_on() { # PYTHON
     say "CPython $version: environment"
     prepare_environment "$1" "$environment"
     say "CPython $version: build under the sanitizers"
+    clear_foreign_build "$build" "$root"
     PATH=$environment/bin:$PATH cmake -S "$root" -B "$build" -G Ninja "-DPython_EXECUTABLE=$environment/bin/python" \
         -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O1 -DORVANE_SANITIZE=ON -DORVANE_BUILD_TESTS=ON >/dev/null
-    PATH=$environment/bin:$PATH cmake --build "$build"
+    PATH=$environment/bin:$PATH with_progress "$build.log" cmake --build "$build"
     export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
     say "CPython $version: C++ tests under the sanitizers"
     ASAN_OPTIONS=allocator_may_return_null=1 run_cpp_tests "$environment" "$build"
@@ -70,9 +71,7 @@ sanitize_on() { # PYTHON
     run_python_tests "$environment" "$build"
 }
 
-ensure_compiler
-ensure_googletest
-ensure_lapack
+ensure python compiler googletest lapack
 preferred=$(chosen_or_preferred_python)
 
 if [[ ${option[sanitize]} == yes ]]; then

@@ -72,7 +72,12 @@ void store(void* target, const Line& line) noexcept {
 
 template <class Vector, std::size_t start, std::size_t... I>
 Vector interleave(Vector a, Vector b, std::index_sequence<I...>) noexcept {
+#if __has_builtin(__builtin_shufflevector)
     return __builtin_shufflevector(a, b, static_cast<int>(start + I / 2 + I % 2 * sizeof...(I))...);
+#else // GCC 11, whose own form takes the places as a vector
+    using Lane = std::remove_cvref_t<decltype(a[0])>;
+    return __builtin_shuffle(a, b, Vector{static_cast<Lane>(start + I / 2 + I % 2 * sizeof...(I))...});
+#endif
 }
 
 /// Row i of the square is read at `source + rows[i]`, column j written at `target + columns[j]`.

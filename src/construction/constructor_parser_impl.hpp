@@ -46,13 +46,15 @@ inline constexpr Transfer foreignTransfer = std::is_same_v<T, bool> ? Transfer::
 template <class T>
 auto FinalConstructorParser<T>::processConstructorArgsAndKwargs(const ConstructorArguments& arguments)
     -> std::optional<Array> {
-    const auto& [initializer, size, vector, isComplex, vectorByKeyword] = arguments;
+    PyObject* const initializer = arguments.initializer;
+    PyObject* const size = arguments.size;
+    PyObject* const vector = arguments.vector;
     const bool hasInitializer = !pyObjectIsEmpty(initializer);
     const bool hasVector = !pyObjectIsEmpty(vector);
     const bool hasSize = !pyObjectIsEmpty(size);
     if (hasInitializer && hasVector) {
         setError(PyExc_TypeError,
-                 vectorByKeyword
+                 arguments.vectorByKeyword
                      ? "initializer and 'vector' must not both be specified."
                      : "more than two positional arguments must not be specified. A third will be treated as "
                        "'vector', which must not be specified when an initializer is specified.");
