@@ -57,6 +57,7 @@ base=$bases/$suite.tar
 output=$root/output/bare_machines/$suite${compiler:+-$compiler}
 mkdir -p "$bases" "$output"
 machine=$(mktemp -d "$bases/$suite.XXXXXX")
+chmod 755 "$machine"
 trap 'rm -rf --one-file-system "$machine"' EXIT
 
 if [[ ! -f $base ]]; then

@@ -63,7 +63,7 @@ read_options() {
 # What a script may need of the machine: whether it is there is told by the function has_NEED.
 declare -rA need_title=(
     [python]="CPython 3.10 or later with its headers"
-    [compiler]="a C++20 compiler"
+    [compiler]="a C++20 compiler (GCC 11, Clang 14 or later)"
     [googletest]="GoogleTest"
     [google_benchmark]="Google Benchmark"
     [lapack]="LAPACK, which the native example computes with"
@@ -92,15 +92,16 @@ ensure() {
     lacking="Missing on this machine: $titles.$(unfit_tools "${missing[@]}")"
     advice="Please install the equivalent of these Debian packages and start again: $packages"
     command -v apt-get >/dev/null || die "$lacking"$'\n'"There is no apt-get here to install it. $advice"
+    refuse_old_releases "${missing[@]}" # as far as is known without asking
     if [[ $(id -u) -ne 0 ]]; then
         command -v sudo >/dev/null ||
             die "$lacking"$'\n'"There is neither root nor sudo here to install it. $advice"
         as_root=(sudo)
     fi
     say "$lacking"
-    printf 'Installing %s\n' "$packages"
     "${as_root[@]}" apt-get update -qq || echo "apt-get could not read all that there is to install; going on without."
     refuse_old_releases "${missing[@]}"
+    printf 'Installing %s\n' "$packages"
     # shellcheck disable=SC2086 # the names of packages are words
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $packages ||
         die "apt-get could not install what is missing. $advice"

@@ -41,7 +41,7 @@ test_on() { # PYTHON
     say "CPython $version: environment"
     prepare_environment "$1" "$environment"
     say "CPython $version: build (the first time this takes some minutes)"
-    install_package "$environment" "$build" ORVANE_BUILD_TESTS=ON
+    install_package "$environment" "$build" ORVANE_BUILD_TESTS=ON "${strictness[@]}"
     say "CPython $version: C++ tests"
     run_cpp_tests "$environment" "$build"
     say "CPython $version: Python tests"
@@ -70,6 +70,10 @@ sanitize_on() { # PYTHON
     export PYTHONPATH=$build/package "${settings[@]}"
     run_python_tests "$environment" "$build"
 }
+
+# Compilers to come warn of more than those of today: where that is found out, in continuous integration, it is an error.
+strictness=()
+[[ ${CI:-false} == false ]] || strictness=(CMAKE_COMPILE_WARNING_AS_ERROR=ON)
 
 ensure python compiler googletest lapack
 preferred=$(chosen_or_preferred_python)

@@ -5,6 +5,7 @@ from __future__ import annotations
 import functools
 import importlib.util
 import os
+import shlex
 import shutil
 import subprocess
 import sys
@@ -18,6 +19,7 @@ import pytest
 from reference.elements import Kind, Stored
 
 ROOT = Path(__file__).parents[2]
+COMPILER = shlex.split(os.environ.get("CXX", "c++"))
 
 
 def tool(name: str) -> str:
@@ -31,7 +33,7 @@ def tool(name: str) -> str:
 def run(*command: str | Path, timeout: float = 1000, **environment: str) -> str:
     """What a program prints that must succeed."""
     inherited = dict(os.environ)
-    if Path(command[0]).name in ("cmake", "c++"):
+    if Path(command[0]).name in ("cmake", Path(COMPILER[0]).name):
         # The sanitizers' runtimes are for what loads sanitized libraries, not for compilers.
         inherited.pop("LD_PRELOAD", None)
     done = subprocess.run(

@@ -15,7 +15,16 @@ import pytest
 
 import orvane
 import orvanemultidimarrayforpython
-from native_clients import ROOT, ask_package, build_directory, client, cmake_build, run, samples
+from native_clients import (
+    COMPILER,
+    ROOT,
+    ask_package,
+    build_directory,
+    client,
+    cmake_build,
+    run,
+    samples,
+)
 from reference.elements import Kind
 from support import (
     KINDS,
@@ -201,7 +210,7 @@ def test_flags_for_other_build_systems(tmp_path: Path) -> None:
     """They suffice for the smallest of the clients, without CMake."""
     flags = [*shlex.split(ask_package("--includes")), *shlex.split(ask_package("--libs"))]
     source, module = ROOT / "tests" / "native" / "typed_client.cpp", tmp_path / "typed_client.so"
-    run("c++", "-std=c++20", "-shared", "-fPIC", source, *flags, "-o", module)
+    run(*COMPILER, "-std=c++20", "-shared", "-fPIC", source, *flags, "-o", module)
     stable = (
         "-DPy_LIMITED_API=0x030A0000",
         "-include",
@@ -210,7 +219,7 @@ def test_flags_for_other_build_systems(tmp_path: Path) -> None:
         "c++",
         os.devnull,
     )
-    run("c++", "-std=c++20", "-fsyntax-only", *flags, *stable)
+    run(*COMPILER, "-std=c++20", "-fsyntax-only", *flags, *stable)
     use = "import typed_client; print(typed_client.make('d', (1, 2), bytes(16))[0])"
     path = f"import sys; sys.path.append({str(tmp_path)!r}); "
     assert run(sys.executable, "-c", path + use) == "[[0.0,0.0]]\n"
