@@ -4,7 +4,10 @@
 # os.path is loaded at every start; importing arrays shall load nothing more.
 from os.path import dirname, join
 
-_PACKAGE = dirname(__file__)
+import orvanemultidimarrayforpython as _extension
+
+# They lie beside the extension. In an editable install this file stays in the checkout instead.
+_PACKAGE = join(dirname(_extension.__file__), "orvane")
 
 
 def get_include() -> str:

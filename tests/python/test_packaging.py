@@ -94,6 +94,24 @@ def test_exported_data_symbols() -> None:
     assert getters.value == b"size"
 
 
+def test_the_sdk_is_found_where_the_python_files_lie_elsewhere(tmp_path: Path) -> None:
+    """As in an editable install, here in a checkout whose path needs quoting."""
+    checkout = tmp_path / "my (own) checkout"
+    (checkout / "orvane").mkdir(parents=True)
+    for file in Path(orvane.__file__).parent.glob("*.py"):
+        shutil.copy(file, checkout / "orvane")
+    source = (
+        f"sys.path.insert(0, {str(checkout)!r})\n"
+        "import orvane, orvane._sdk as sdk\n"
+        "print(orvane.__file__)\n"
+        "print(sdk.get_include(), sdk.get_cmake_dir(), sdk.get_library_dir(), sep='\\n')"
+    )
+    package, *folders = map(Path, run_python(source).splitlines())
+    assert package.parent == checkout / "orvane"
+    assert [folder.parent for folder in folders] == [EXTENSION.parent / "orvane"] * 3
+    assert all(any(folder.iterdir()) for folder in folders)
+
+
 @needs_readelf
 def test_the_library_is_found_by_a_relative_run_path() -> None:
     section = dynamic_section(EXTENSION)
