@@ -83,11 +83,12 @@ while IFS= read -r variable; do
     environment+=("$variable=${!variable}")
     inherit_file "${!variable}"
 done < <(compgen -e | grep -iE '^((https?|ftp|no|all)_proxy|PIP_.*|SSL_CERT_FILE|(REQUESTS|CURL)_CA_BUNDLE)$')
-inherit_file /etc/resolv.conf
-inherit_file /etc/hosts
-inherit_file /etc/ssl/certs/ca-certificates.crt
-for file in /etc/pip.conf "${XDG_CONFIG_HOME:-$HOME/.config}/pip/pip.conf" "$HOME/.pip/pip.conf"; do
-    [[ ! -f $file ]] || cat "$file" >>"$machine/etc/pip.conf"
+for file in /etc/resolv.conf /etc/hosts /etc/ssl/certs/ca-certificates.crt /usr/local/share/ca-certificates/*.crt \
+    /etc/pip.conf; do
+    inherit_file "$file"
+done
+for file in "${XDG_CONFIG_HOME:-$HOME/.config}/pip/pip.conf" "$HOME/.pip/pip.conf"; do
+    [[ ! -f $file ]] || install -D -m 644 "$file" "$machine/root/.config/pip/pip.conf"
 done
 apt-config dump | grep -E '^Acquire::(https?|ftp|Retries|Check)' >"$machine/etc/apt/apt.conf.d/90inherited" || true
 

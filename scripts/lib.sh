@@ -101,10 +101,10 @@ ensure() {
     say "$lacking"
     "${as_root[@]}" apt-get update -qq || echo "apt-get could not read all that there is to install; going on without."
     refuse_old_releases "${missing[@]}"
-    printf 'Installing %s\n' "$packages"
+    printf 'Installing %s (this takes a minute or two)\n' "$packages"
     # shellcheck disable=SC2086 # the names of packages are words
-    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $packages ||
-        die "apt-get could not install what is missing. $advice"
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $packages \
+        >/dev/null || die "apt-get could not install what is missing. $advice"
     for need in "${missing[@]}"; do
         "has_$need" || die "After installing ${need_packages[$need]}, this is still missing:" \
             "${need_title[$need]}.$(unfit_tools "$need")"
