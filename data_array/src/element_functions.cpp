@@ -23,6 +23,10 @@ detail::IteratorImpl* end(impl::ArrayImpl* array, bool) noexcept {
     return array != nullptr ? array->end() : nullptr;
 }
 
+void* getFixedElements(impl::ArrayImpl* array) noexcept {
+    return array != nullptr ? array->data() : nullptr;
+}
+
 detail::IteratorImpl* cloneIterator(detail::IteratorImpl* iterator) noexcept {
     return iterator;
 }

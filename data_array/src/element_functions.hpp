@@ -9,6 +9,7 @@ namespace orvane::data::element_functions {
 detail::IteratorImpl* begin(impl::ArrayImpl* array, bool forWriting) noexcept;
 detail::IteratorImpl* end(impl::ArrayImpl* array, bool forWriting) noexcept;
 
+void* getFixedElements(impl::ArrayImpl* array) noexcept;
 detail::IteratorImpl* cloneIterator(detail::IteratorImpl* iterator) noexcept;
 void destroyIterator(detail::IteratorImpl* iterator) noexcept;
 /// Serves every element kind; the address of a complex element is that of its pair.

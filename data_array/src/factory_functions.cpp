@@ -59,6 +59,28 @@ Status makeArray(int type, Plan plan, MemoryLayout layout, Storage storage, impl
     return Status::Success;
 }
 
+int makeBuffer(impl::ArrayFactoryImpl* factory, void** buffer, detail::BufferDeleter* deleter, int type,
+               unsigned long numElements, Storage (*allocate)(std::size_t)) noexcept {
+    if (factory == nullptr || buffer == nullptr || deleter == nullptr) {
+        return number(Status::SystemError);
+    }
+    if (!isElementKind(type)) {
+        return number(Status::ArrayTypeMismatch);
+    }
+    std::size_t count = 0;
+    const Status status = countElements(std::span(&numElements, 1), elementSize(type), count);
+    if (status != Status::Success) {
+        return number(status);
+    }
+    Storage storage = allocate(count * elementSize(type));
+    if (!storage) {
+        return number(Status::OutOfMemory);
+    }
+    *deleter = storage.get_deleter().deleter;
+    *buffer = storage.release();
+    return number(Status::Success);
+}
+
 } // namespace
 
 int create(impl::ArrayFactoryImpl** out) noexcept {
@@ -73,24 +95,12 @@ void destroy(impl::ArrayFactoryImpl*) noexcept {}
 
 int createBuffer(impl::ArrayFactoryImpl* factory, void** buffer, detail::BufferDeleter* deleter, int type,
                  unsigned long numElements) noexcept {
-    if (factory == nullptr || buffer == nullptr || deleter == nullptr) {
-        return number(Status::SystemError);
-    }
-    if (!isElementKind(type)) {
-        return number(Status::ArrayTypeMismatch);
-    }
-    std::size_t count = 0;
-    const Status status = countElements(std::span(&numElements, 1), elementSize(type), count);
-    if (status != Status::Success) {
-        return number(status);
-    }
-    Storage storage = storage::allocate(count * elementSize(type));
-    if (!storage) {
-        return number(Status::OutOfMemory);
-    }
-    *deleter = storage.get_deleter().deleter;
-    *buffer = storage.release();
-    return number(Status::Success);
+    return makeBuffer(factory, buffer, deleter, type, numElements, storage::allocate);
+}
+
+int createZeroedBuffer(impl::ArrayFactoryImpl* factory, void** buffer, detail::BufferDeleter* deleter, int type,
+                       unsigned long numElements) noexcept {
+    return makeBuffer(factory, buffer, deleter, type, numElements, storage::allocateZeroed);
 }
 
 int createArray(impl::ArrayFactoryImpl* factory, int type, unsigned long* dims, unsigned long numDims,

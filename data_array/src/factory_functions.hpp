@@ -10,6 +10,8 @@ int create(impl::ArrayFactoryImpl** out) noexcept;
 void destroy(impl::ArrayFactoryImpl* factory) noexcept;
 int createBuffer(impl::ArrayFactoryImpl* factory, void** buffer, detail::BufferDeleter* deleter, int type,
                  unsigned long numElements) noexcept;
+int createZeroedBuffer(impl::ArrayFactoryImpl* factory, void** buffer, detail::BufferDeleter* deleter, int type,
+                       unsigned long numElements) noexcept;
 int createArray(impl::ArrayFactoryImpl* factory, int type, unsigned long* dims, unsigned long numDims,
                 impl::ArrayImpl** out) noexcept;
 int createScalar(impl::ArrayFactoryImpl* factory, int type, void const* value, impl::ArrayImpl** out) noexcept;

@@ -51,6 +51,8 @@ constexpr std::tuple functionTable{
     Entry<FunctionType::IteratorGetComplexElement>{element_functions::getElement},
     Entry<FunctionType::ArrayBegin>{element_functions::begin},
     Entry<FunctionType::ArrayEnd>{element_functions::end},
+    Entry<FunctionType::FactoryCreateZeroedBuffer>{factory_functions::createZeroedBuffer},
+    Entry<FunctionType::ArrayGetFixedElements>{element_functions::getFixedElements},
 };
 
 /// Whether the table offers the functions of the boundary, all of them and in their order.

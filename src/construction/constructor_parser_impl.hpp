@@ -71,7 +71,7 @@ auto FinalConstructorParser<T>::processConstructorArgsAndKwargs(const Constructo
             return std::nullopt;
         std::vector<unsigned long> extents(governingDims().begin(), governingDims().end());
         if (!m_buffer)
-            return factory().template createArray<T>(std::move(extents));
+            m_buffer = factory().template createZeroedBuffer<T>(m_shape.getNumberOfElements().value_or(0));
         return factory().template createArrayFromBuffer<T>(std::move(extents), *std::move(m_buffer));
     });
 }

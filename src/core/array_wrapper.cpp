@@ -10,13 +10,6 @@ namespace orvane::python {
 
 namespace {
 
-struct ElementsVisitor {
-    template <class T>
-    const std::byte* operator()(const data::TypedArray<T>& array) const {
-        return reinterpret_cast<const std::byte*>(array.data());
-    }
-};
-
 struct ElementSizeVisitor {
     template <class T>
     std::size_t operator()(const data::TypedArray<T>&) const {
@@ -24,11 +17,12 @@ struct ElementSizeVisitor {
     }
 };
 
-} // namespace
-
-const std::byte* elementsOf(const data::Array& array) {
-    return data::apply_numeric_visitor(array, ElementsVisitor{});
+/// Where the elements of an array lie that nobody else shares.
+std::byte* elementsOf(data::Array& array) {
+    return static_cast<std::byte*>(array.writableElements());
 }
+
+} // namespace
 
 data::Array copyElements(const data::Array& source, const Layout& layout) {
     return data::apply_numeric_visitor(source, [&]<class T>(const data::TypedArray<T>& elements) -> data::Array {
@@ -43,20 +37,20 @@ data::Array copyElements(const data::Array& source, const Layout& layout) {
 }
 
 std::shared_ptr<ODArrayWrapper> ODArrayWrapper::adopt(data::Array&& array, Reach reach) {
-    const std::byte* elements = elementsOf(array);
+    const void* elements = array.elements();
     const std::size_t elementSize = data::apply_numeric_visitor(std::as_const(array), ElementSizeVisitor{});
-    auto wrapper = std::make_shared<ODArrayWrapper>(std::move(array), const_cast<std::byte*>(elements), elementSize);
+    auto wrapper = std::make_shared<ODArrayWrapper>(std::move(array), elements, elementSize);
     if (reach == Reach::Native) {
         // Native code goes on using the very array it gave us, so here the mirror is the copy.
         wrapper->m_mayBeForeign = true;
-        wrapper->m_mirrorOwner = copyElements(wrapper->m_array, *wrapper->m_layout);
-        wrapper->m_mirrorElements = const_cast<std::byte*>(elementsOf(*wrapper->m_mirrorOwner));
+        wrapper->copyMirror();
     }
     return wrapper;
 }
 
-ODArrayWrapper::ODArrayWrapper(data::Array&& array, void* elements, std::size_t elementSize)
-    : m_array(std::move(array)), m_dataElements(static_cast<std::byte*>(elements)), m_mirrorElements(m_dataElements),
+ODArrayWrapper::ODArrayWrapper(data::Array&& array, const void* elements, std::size_t elementSize)
+    : m_array(std::move(array)), m_dataElements(static_cast<std::byte*>(const_cast<void*>(elements))),
+      m_mirrorElements(m_dataElements),
       m_layout(std::make_shared<const Layout>(m_array.extents(), static_cast<long>(m_array.getNumberOfElements()),
                                               static_cast<long>(elementSize))) {}
 
@@ -72,9 +66,17 @@ void ODArrayWrapper::letGo(data::Array former) const {
     const data::Array gone(std::move(former));
 }
 
+const std::byte* ODArrayWrapper::dataElements() const {
+    return static_cast<const std::byte*>(m_array.elements());
+}
+
 ODArrayWrapper::Exported ODArrayWrapper::exportElements(bool isSnapshot) {
-    if (!isSplit() && !isSnapshot && m_array.useCount() > 1)
-        replaceDataArrayByCopy();
+    if (!isSplit() && !isSnapshot) {
+        if (!data::elementsNeverMove())
+            copyMirror();
+        else if (m_array.useCount() > 1)
+            replaceDataArrayByCopy();
+    }
     if (std::find(m_exportedLayouts.begin(), m_exportedLayouts.end(), m_layout) == m_exportedLayouts.end())
         m_exportedLayouts.push_back(m_layout);
     return {m_mirrorElements, m_layout.get()};
@@ -90,30 +92,47 @@ void ODArrayWrapper::reshape(std::shared_ptr<const Layout> layout) {
     m_hasOutdatedExtents = true;
     // What native code wrote into its side becomes visible here, as the mirror is made anew from the data array.
     if (isSplit() && m_layout->elementCount() > 0) // an empty block may be null
-        std::memcpy(m_mirrorElements, m_dataElements, static_cast<std::size_t>(m_layout->sizeInBytes()));
+        std::memcpy(m_mirrorElements, dataElements(), static_cast<std::size_t>(m_layout->sizeInBytes()));
 }
 
 void ODArrayWrapper::prepareForWriting() {
-    if (m_array.useCount() > 1)
+    const bool mayMove = !data::elementsNeverMove();
+    // Elements that move leave their former block, whose deleter may be native code's: a copy does that in good order.
+    if (m_array.useCount() > 1 || (mayMove && m_mayBeForeign))
         replaceDataArrayByCopy();
+    if (mayMove) {
+        m_dataElements = elementsOf(m_array);
+        if (!isSplit())
+            m_mirrorElements = m_dataElements;
+    }
 }
 
 void ODArrayWrapper::replaceDataArrayByCopy() {
-    const bool wasSplit = isSplit();
-    data::Array former = std::exchange(m_array, copyElements(m_array, *m_layout));
-    m_dataElements = const_cast<std::byte*>(elementsOf(m_array));
+    data::Array copy = copyElements(m_array, *m_layout);
+    m_dataElements = elementsOf(copy);
+    data::Array former = std::exchange(m_array, std::move(copy));
     m_hasOutdatedExtents = false;
-    if (!wasSplit)
+    if (!isSplit())
         m_mirrorElements = m_dataElements;
     if (std::exchange(m_mayBeForeign, false))
         letGo(std::move(former));
 }
 
+/// Parts the two with a block of its own for the mirror.
+void ODArrayWrapper::copyMirror() {
+    data::Array mirror = copyElements(m_array, *m_layout);
+    m_mirrorElements = elementsOf(mirror);
+    m_mirrorOwner.emplace(std::move(mirror));
+}
+
+/// Parts the two with the mirror where it is if it may have been exported.
 void ODArrayWrapper::split() {
+    if (!data::elementsNeverMove())
+        return copyMirror();
     // The block becomes the mirror, which assignments write to; whoever shares it so far must not see that.
     prepareForWriting();
     data::Array copy = copyElements(m_array, *m_layout);
-    m_dataElements = const_cast<std::byte*>(elementsOf(copy));
+    m_dataElements = elementsOf(copy);
     m_mirrorOwner.emplace(std::exchange(m_array, std::move(copy)));
     m_hasOutdatedExtents = false;
 }
@@ -121,7 +140,8 @@ void ODArrayWrapper::split() {
 data::impl::ArrayImpl* ODArrayWrapper::handOut() {
     if (!isSplit())
         split();
-    while (m_hasOutdatedExtents) // again when code that ran on the way has reshaped the array
+    // Again when code that ran on the way has reshaped the array.
+    while (m_hasOutdatedExtents || m_array.useCount() > 1)
         replaceDataArrayByCopy();
     return m_array.impl();
 }

@@ -21,6 +21,10 @@ namespace orvane::python {
 /// native caller gets hold of the data array: the mirror keeps its block, and so its address, and the data array
 /// gets another. Elements lie in storage order, complex ones as (real, imaginary) pairs.
 ///
+/// The data-array library may move the elements of an array whenever it hands out an iterator for writing, unless it
+/// promises otherwise (`data::elementsNeverMove`). Without the promise the address is asked for anew for every
+/// assignment, and the two part before the mirror is exported.
+///
 /// Operations that allocate throw what the data-array client throws, and change nothing when they do.
 class ODArrayWrapper {
 public:
@@ -31,13 +35,13 @@ public:
     template <class T>
     static std::shared_ptr<ODArrayWrapper> adopt(data::TypedArray<T>&& array) {
         const T* elements = array.data();
-        return std::make_shared<ODArrayWrapper>(std::move(array), const_cast<T*>(elements), sizeof(T));
+        return std::make_shared<ODArrayWrapper>(std::move(array), elements, sizeof(T));
     }
     /// Takes over an array of any type.
     static std::shared_ptr<ODArrayWrapper> adopt(data::Array&& array, Reach reach);
 
     /// For `adopt` alone: `elements` is the data array's block.
-    ODArrayWrapper(data::Array&& array, void* elements, std::size_t elementSize);
+    ODArrayWrapper(data::Array&& array, const void* elements, std::size_t elementSize);
     ODArrayWrapper(const ODArrayWrapper&) = delete;
     ODArrayWrapper& operator=(const ODArrayWrapper&) = delete;
     ~ODArrayWrapper();
@@ -49,7 +53,7 @@ public:
     const std::byte* elements() const noexcept { return m_mirrorElements; }
 
     /// The elements as native code sees them.
-    const std::byte* dataElements() const noexcept { return m_dataElements; }
+    const std::byte* dataElements() const;
 
     /// What an export shares with its consumer.
     struct Exported {
@@ -63,7 +67,8 @@ public:
     /// Gives the elements new extents of the same product. No element moves.
     void reshape(std::shared_ptr<const Layout> layout);
 
-    /// Gets ready for `store`: a data array that others share is replaced by a copy first.
+    /// Gets ready for the `store`s of one assignment, between which no code of the caller's may run: a data array that
+    /// others share is replaced by a copy first.
     void prepareForWriting();
     /// Writes one element at a byte offset inside the elements, to the data array and the mirror.
     template <class T>
@@ -80,6 +85,7 @@ public:
 private:
     bool isSplit() const noexcept { return m_mirrorOwner.has_value(); }
     void replaceDataArrayByCopy();
+    void copyMirror();
     void split();
     void letGo(data::Array former) const;
 
@@ -87,7 +93,7 @@ private:
     std::optional<data::Array> m_mirrorOwner; ///< holds the mirror's block once split from the data array's
     bool m_hasOutdatedExtents = false;        ///< the data array still bears the extents from before a reshape
     bool m_mayBeForeign = false;              ///< native code gave the data array, and says how its block is freed
-    std::byte* m_dataElements;
+    std::byte* m_dataElements;                ///< good for writing after `prepareForWriting`
     std::byte* m_mirrorElements;
     std::shared_ptr<const Layout> m_layout;
     std::vector<std::shared_ptr<const Layout>> m_exportedLayouts; ///< consumers may still read them
@@ -95,8 +101,5 @@ private:
 
 /// A new data array with a copy of the elements of `source`, in storage order, and the extents of `layout`.
 data::Array copyElements(const data::Array& source, const Layout& layout);
-
-/// Where the elements of `array` lie, for reading.
-const std::byte* elementsOf(const data::Array& array);
 
 } // namespace orvane::python

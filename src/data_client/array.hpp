@@ -1,25 +1,37 @@
 // A handle to an array of the data-array library, of whatever element kind.
 #pragma once
 
+#include "element_address.hpp"
 #include "element_types.hpp"
 #include "function_resolver.hpp"
 #include "throw_if_error.hpp"
 
 #include <orvane_data_array/status.hpp>
 
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <utility>
 #include <vector>
 
+#if !defined(__cpp_rtti) || !defined(__cpp_exceptions)
+#error "orvane/data.hpp needs run-time type information, which tells own arrays from lent ones, and exceptions"
+#endif
+
 namespace orvane::data {
+
+/// Whether the library promises that the elements of an array stay where they are as long as it lives. Then addresses
+/// may be kept, and the only owner may write to them; otherwise they are asked for anew for every round of writing.
+inline bool elementsNeverMove() noexcept {
+    return detail::fixedElementsFunction() != nullptr;
+}
 
 /// Copying a handle shares the array. Operations that write go through `TypedArray` and give the writing
 /// handle a copy of its own first when others share the array (copy-on-write). A handle that was moved
 /// from may only be assigned or destroyed.
 class Array {
 public:
-    /// An empty array: 0-by-0, of `double`.
+    /// What the library regards as an empty array: 0-by-0, of `double`, in Orvane's own.
     Array() noexcept : Array(makeEmpty()) {}
 
     /// Takes ownership of the library's array, also when it throws for want of memory.
@@ -63,6 +75,19 @@ public:
     unsigned long getNumberOfElements() const noexcept {
         static const auto fcn = detail::resolve<detail::FunctionType::ArrayGetNumberOfElements>();
         return fcn(m_impl.get());
+    }
+
+    /// The address of the first element, for reading; what is shared stays shared. Unlike an iterator it takes no
+    /// memory of this layer's, and want of the library's is an exception.
+    const void* elements() const {
+        return addressOfElements(isComplexKind(static_cast<std::int32_t>(getType())), false);
+    }
+
+    /// The same for writing, after the unshare step: what was asked for before may point elsewhere now. Valid until
+    /// the array is unshared, released or destroyed.
+    void* writableElements() {
+        unshare();
+        return addressOfElements(isComplexKind(static_cast<std::int32_t>(getType())), true);
     }
 
     /// The library's array, borrowed: valid as long as a handle holds it.
@@ -110,6 +135,21 @@ protected:
             fcn2(array);
         }
     };
+
+    void* addressOfElements(bool areComplex, bool forWriting) const {
+        if (const auto fixed = detail::fixedElementsFunction()) [[likely]] {
+            return fixed(m_impl.get());
+        }
+        const std::unique_ptr<detail::IteratorImpl, detail::DestroyIterator> first(
+            detail::beginOf(m_impl.get(), forWriting));
+        if (first) [[likely]] {
+            return detail::elementAddress(first.get(), areComplex);
+        }
+        if (getNumberOfElements() != 0) {
+            detail::throwStatus(static_cast<int>(Status::OutOfMemory), {});
+        }
+        return nullptr;
+    }
 
     /// Whether no other handle shares the array and nobody lent it. Only arrays that this layer owns have `Destroy`.
     bool isUnique() const noexcept { return m_impl.use_count() == 1 && std::get_deleter<Destroy>(m_impl) != nullptr; }

@@ -6,6 +6,7 @@
 #include "throw_if_error.hpp"
 #include "typed_array.hpp"
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -21,19 +22,27 @@ public:
     template <ArrayElement T>
     Buffer<T> createBuffer(unsigned long numElements) {
         static const auto fcn = detail::resolve<detail::FunctionType::FactoryCreateBuffer>();
-        void* block = nullptr;
-        detail::BufferDeleter deleter = nullptr;
-        detail::throwIfError(fcn(m_impl.get(), &block, &deleter, arrayTypeNumber<T>, numElements));
-        return detail::makeBuffer<T>(block, deleter);
+        return bufferFrom<T>(fcn, numElements);
     }
 
-    /// A zero-filled array. Large ones come from the system already zeroed, without a pass over the elements.
+    /// The same, all zero. Where the library offers it, a large one comes from the system already zeroed, without a
+    /// pass over the elements.
+    template <ArrayElement T>
+    Buffer<T> createZeroedBuffer(unsigned long numElements) {
+        static const auto fcn = detail::find<detail::FunctionType::FactoryCreateZeroedBuffer>();
+        if (fcn != nullptr) [[likely]] {
+            return bufferFrom<T>(fcn, numElements);
+        }
+        Buffer<T> buffer = createBuffer<T>(numElements);
+        std::fill_n(buffer.get(), numElements, T{});
+        return buffer;
+    }
+
+    /// An array of zeros, made from a zeroed buffer: the library's own way need not fill the elements.
     template <ArrayElement T>
     TypedArray<T> createArray(std::vector<unsigned long> dims) {
-        static const auto fcn = detail::resolve<detail::FunctionType::FactoryCreateArray>();
-        impl::ArrayImpl* array = nullptr;
-        detail::throwIfError(fcn(m_impl.get(), arrayTypeNumber<T>, dims.data(), dims.size(), &array));
-        return TypedArray<T>(array);
+        auto buffer = createZeroedBuffer<T>(countElements(dims));
+        return createArrayFromBuffer<T>(std::move(dims), std::move(buffer));
     }
 
     /// A 1-by-1 array.
@@ -45,8 +54,12 @@ public:
         return TypedArray<T>(array);
     }
 
-    /// An array around the buffer, which stands in the layout told and has to hold as many elements as the
-    /// dimensions say. The buffer is freed by its own deleter: with the array, or here if this throws.
+    /// An array around the buffer, which has to hold as many elements as the dimensions say. The buffer is freed by its
+    /// own deleter: with the array, or here if this throws.
+    ///
+    /// The layout is told to the library and to nobody else: iterators, spans and Python take the elements in the order
+    /// of storage, as column-major. Give a row-major block its extents in reverse instead, and it is read as what it
+    /// is, with the subscripts in reverse; or reorder it.
     template <ArrayElement T>
     TypedArray<T> createArrayFromBuffer(std::vector<unsigned long> dims, Buffer<T> buffer,
                                         MemoryLayout layout = MemoryLayout::ColumnMajor) {
@@ -82,6 +95,33 @@ private:
         impl::ArrayFactoryImpl* factory = nullptr;
         detail::throwIfError(fcn(&factory));
         return factory;
+    }
+
+    template <class T, class Create>
+    Buffer<T> bufferFrom(Create create, unsigned long numElements) {
+        void* block = nullptr;
+        detail::BufferDeleter deleter = nullptr;
+        detail::throwIfError(create(m_impl.get(), &block, &deleter, arrayTypeNumber<T>, numElements));
+        if (block == nullptr && numElements != 0) [[unlikely]] {
+            detail::throwStatus(static_cast<int>(Status::OutOfMemory), {});
+        }
+        return detail::makeBuffer<T>(block, deleter);
+    }
+
+    /// The product of the extents, 0 as soon as one of them is 0.
+    static unsigned long countElements(const std::vector<unsigned long>& dims) {
+        unsigned long count = 1;
+        bool overflows = false;
+        for (const unsigned long extent : dims) {
+            if (extent == 0) {
+                return 0;
+            }
+            overflows = __builtin_mul_overflow(count, extent, &count) || overflows;
+        }
+        if (overflows) {
+            detail::throwStatus(static_cast<int>(Status::TooManyElements), {});
+        }
+        return count;
     }
 
     /// For libraries that know no layouts.

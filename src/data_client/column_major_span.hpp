@@ -41,7 +41,8 @@ public:
             m_strides[d] = stride;
             stride *= m_extents[d];
         }
-        m_size = stride;
+        // Without extents there are no elements: some libraries have an empty array of no dimensions.
+        m_size = m_extents.empty() ? 0 : stride;
     }
 
     T* data() const noexcept { return m_elements; }
@@ -109,9 +110,7 @@ ColumnMajorSpan<const T> elementsOf(const TypedArray<T>&&) = delete;
 /// The elements for writing. Others who share the array keep the old ones: the handle takes a copy first.
 template <ArrayElement T>
 ColumnMajorSpan<T> writableElementsOf(TypedArray<T>& array) {
-    array.unshare();
-    // The block is the handle's own now.
-    return {const_cast<T*>(array.data()), array.getDimensions()};
+    return {array.writableData(), array.getDimensions()};
 }
 
 } // namespace orvane::data

@@ -21,10 +21,12 @@ using Buffer = std::unique_ptr<T[], void (*)(T*)>;
 namespace detail {
 
 /// The owner of a block that the library hands over. Blocks are freed through `void*`; the deleter keeps
-/// its address under the type that `Buffer` asks for, and pointers of either type are passed alike.
+/// its address under the type that `Buffer` asks for, and pointers of either type are passed alike. A null deleter
+/// frees nothing.
 template <class T>
 Buffer<T> makeBuffer(void* block, BufferDeleter deleter) noexcept {
-    return Buffer<T>(static_cast<T*>(block), reinterpret_cast<void (*)(T*)>(deleter));
+    const BufferDeleter keep = [](void*) {};
+    return Buffer<T>(static_cast<T*>(block), reinterpret_cast<void (*)(T*)>(deleter != nullptr ? deleter : keep));
 }
 
 } // namespace detail
@@ -60,7 +62,7 @@ public:
     /// that copy ends the process here: `writableElementsOf` throws instead.
     iterator begin() noexcept {
         unshare();
-        return iterator(beginOf(true));
+        return iterator(detail::beginOf(m_impl.get(), true));
     }
 
     // A loop over a handle that is not constant would copy by accident where it only reads, and end the process for
@@ -68,7 +70,7 @@ public:
     iterator end() = delete; // write to writableElementsOf(array).flat(); read elementsOf(array).flat() or as_const
 
     /// The elements for reading; what is shared stays shared.
-    const_iterator begin() const noexcept { return const_iterator(beginOf(false)); }
+    const_iterator begin() const noexcept { return const_iterator(detail::beginOf(m_impl.get(), false)); }
 
     const_iterator end() const noexcept {
         static const auto fcn = detail::find<detail::FunctionType::ArrayEnd>();
@@ -79,13 +81,14 @@ public:
         return const_iterator(fcn2(m_impl.get(), false));
     }
 
-    /// The address of the first element, for reading. Unlike an iterator it takes no memory, and its want of the
-    /// library's is an exception.
-    const T* data() const {
-        const std::unique_ptr<detail::IteratorImpl, detail::DestroyIterator> first(beginOf(false));
-        if (!first)
-            detail::throwIfError(static_cast<int>(ExceptionType::OutOfMemory));
-        return detail::elementAddress<T, true>(first.get());
+    /// The address of the first element, for reading. Unlike an iterator it takes no memory of this layer's, and want
+    /// of the library's is an exception.
+    const T* data() const { return static_cast<const T*>(addressOfElements(ComplexArrayElement<T>, false)); }
+
+    /// The same for writing, which takes a copy first when others share the array. Want of memory is an exception.
+    T* writableData() {
+        unshare();
+        return static_cast<T*>(addressOfElements(ComplexArrayElement<T>, true));
     }
 
     const_iterator cbegin() const noexcept { return begin(); }
@@ -107,15 +110,6 @@ private:
 
     /// Takes ownership of an array that the library has just made with elements of type `T`.
     explicit TypedArray(impl::ArrayImpl* array) : Array(array) {}
-
-    detail::IteratorImpl* beginOf(bool forWriting) const noexcept {
-        static const auto fcn3 = detail::find<detail::FunctionType::ArrayBegin>();
-        if (fcn3 != nullptr) [[likely]] {
-            return fcn3(m_impl.get(), forWriting);
-        }
-        static const auto fcn4 = detail::resolve<detail::FunctionType::ArrayBeginFallback>();
-        return fcn4(m_impl.get(), forWriting);
-    }
 
     /// The array itself, if its elements are of type `T`.
     template <class Source>

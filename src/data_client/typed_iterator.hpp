@@ -2,10 +2,9 @@
 // goes on from there by pointer arithmetic: the elements of an array are contiguous, in storage order.
 #pragma once
 
+#include "element_address.hpp"
 #include "element_types.hpp"
 #include "function_resolver.hpp"
-#include "reference_holder.hpp"
-#include "throw_if_error.hpp"
 
 #include <compare>
 #include <cstddef>
@@ -18,48 +17,10 @@ namespace orvane::data {
 
 namespace detail {
 
-template <class T, bool IsConst>
-using ElementPointer = std::conditional_t<IsConst, const T, T>*;
-
-struct DestroyIterator {
-    void operator()(IteratorImpl* iterator) const {
-        static const auto fcn2 = resolve<FunctionType::IteratorDestroy>();
-        fcn2(iterator);
-    }
-};
-
-/// The address of the element at which the library's iterator stands. It stays valid as long as the array
-/// lives and is neither unshared nor released. Throws for want of memory, and only in libraries that know complex
-/// elements by references alone.
+/// The address of the element, for iterators, which cannot say what they lack.
 template <ArrayElement T, bool IsConst>
-ElementPointer<T, IsConst> elementAddress(IteratorImpl* iterator) {
-    void* element = nullptr;
-    if constexpr (ComplexArrayElement<T>) {
-        static const auto fcn = find<FunctionType::IteratorGetComplexElement>();
-        if (fcn != nullptr) [[likely]] {
-            fcn(iterator, &element);
-        } else {
-            static const auto fcn1 = resolve<FunctionType::IteratorGetReference>();
-            static const auto fcn2 = resolve<FunctionType::ReferenceGetParts>();
-            ReferenceImpl* reference = nullptr;
-            fcn1(iterator, &reference);
-            if (reference == nullptr)
-                throwIfError(static_cast<int>(ExceptionType::OutOfMemory));
-            const ReferenceHolder holder(reference);
-            void* imagPart = nullptr;
-            throwIfError(fcn2(holder.impl(), &element, &imagPart));
-        }
-    } else {
-        static const auto fcn = resolve<FunctionType::IteratorGetElement>();
-        fcn(iterator, &element);
-    }
-    return static_cast<ElementPointer<T, IsConst>>(element);
-}
-
-/// The same for iterators, which cannot say what they lack.
-template <ArrayElement T, bool IsConst>
-ElementPointer<T, IsConst> createTempRef(IteratorImpl* iterator) noexcept {
-    return elementAddress<T, IsConst>(iterator);
+std::conditional_t<IsConst, const T, T>* createTempRef(IteratorImpl* iterator) noexcept {
+    return static_cast<std::conditional_t<IsConst, const T, T>*>(elementAddress(iterator, ComplexArrayElement<T>));
 }
 
 } // namespace detail

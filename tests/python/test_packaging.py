@@ -35,7 +35,7 @@ def run_python(source: str, *options: str, **environment: str) -> str:
         text=True,
         timeout=1000,
     )
-    assert done.returncode == 0, done.stderr
+    assert done.returncode == 0, done.stdout + done.stderr
     return done.stdout
 
 
@@ -160,6 +160,12 @@ def test_the_library_of_the_package_is_the_one_that_is_loaded() -> None:
 
 @pytest.mark.skipif(not REPLACEMENT.exists(), reason="no other library has been built")
 def test_another_library_can_take_its_place() -> None:
-    """A library of the lower release level, without row-major arrays, carries everything."""
-    loaded = run_python(USE_OF_THE_WHOLE_ROAD, LD_LIBRARY_PATH=str(REPLACEMENT.parent))
-    assert loaded.splitlines() == [str(REPLACEMENT.resolve())]
+    """One that was written from the header for C alone, and ends the process on misuse."""
+    environment = {"LD_LIBRARY_PATH": str(REPLACEMENT.parent)}
+    loaded = run_python(USE_OF_THE_WHOLE_ROAD, **environment).split()
+    assert loaded == [str(REPLACEMENT.resolve())]
+    names = "assignment export iteration lifecycle materialising methods pickling reading roads"
+    files = [str(Path(__file__).with_name(f"test_{name}.py")) for name in names.split()]
+    options = ["-q", "-x", "-p", "no:cacheprovider"]
+    tests = f"import pytest; sys.exit(pytest.main({options + files}))"
+    run_python(tests, **environment)

@@ -38,7 +38,9 @@ class IteratorImpl;
 /// Frees the block that it is given. A null deleter frees nothing.
 using BufferDeleter = void (*)(void*);
 
-/// The numbers by which functions are asked for.
+/// The numbers by which functions are asked for. Those up to 115 are what every client may count on, 110 and above
+/// with a fallback. The last two lie in a range of Orvane's own, far from any number that another library may use:
+/// clients ask for them once and do without them where they are missing.
 enum class FunctionType : std::int32_t {
     FactoryCreateArray = 1,
     FactoryCreateScalar = 3,
@@ -68,6 +70,8 @@ enum class FunctionType : std::int32_t {
     IteratorGetComplexElement = 113,
     ArrayBegin = 114,
     ArrayEnd = 115,
+    FactoryCreateZeroedBuffer = 0x4F560001,
+    ArrayGetFixedElements = 0x4F560002,
 };
 
 /// One function of the boundary: its number and its type.
@@ -80,7 +84,8 @@ struct BoundaryFunction {
 /// All functions of the boundary, in ascending order of their numbers. `type` and `layout` are numbers of
 /// an element kind and of a `MemoryLayout`.
 using BoundaryFunctions = std::tuple<
-    /// Zero-filled, column-major.
+    /// Column-major and zero-filled in this library. No client may rely on the zeros: other libraries need not fill
+    /// the elements, nor make arrays of real ones at all.
     BoundaryFunction<FunctionType::FactoryCreateArray,
                      int(impl::ArrayFactoryImpl* factory, int type, unsigned long* dims, unsigned long numDims,
                          impl::ArrayImpl** out)>,
@@ -113,6 +118,8 @@ using BoundaryFunctions = std::tuple<
     /// The index counts elements in the order of storage.
     BoundaryFunction<FunctionType::ArrayGetReference,
                      int(impl::ArrayImpl* array, unsigned long index, ReferenceImpl** out)>,
+    /// Iterators for writing are asked for after the unshare step alone. The elements may move then, in libraries that
+    /// copy lazily, so what an iterator for reading led to is not to be written to.
     BoundaryFunction<FunctionType::ArrayBeginFallback, IteratorImpl*(impl::ArrayImpl* array, bool forWriting)>,
     BoundaryFunction<FunctionType::ArrayEndFallback, IteratorImpl*(impl::ArrayImpl* array, bool forWriting)>,
     /// A type is convertible to itself and to no other.
@@ -135,7 +142,15 @@ using BoundaryFunctions = std::tuple<
                          void* buffer, BufferDeleter deleter, impl::ArrayImpl** out, int layout)>,
     BoundaryFunction<FunctionType::IteratorGetComplexElement, void(IteratorImpl* iterator, void** element)>,
     BoundaryFunction<FunctionType::ArrayBegin, IteratorImpl*(impl::ArrayImpl* array, bool forWriting)>,
-    BoundaryFunction<FunctionType::ArrayEnd, IteratorImpl*(impl::ArrayImpl* array, bool forWriting)>>;
+    BoundaryFunction<FunctionType::ArrayEnd, IteratorImpl*(impl::ArrayImpl* array, bool forWriting)>,
+    /// A buffer as from number 13, zero-filled. Large ones come from the system already zeroed.
+    BoundaryFunction<FunctionType::FactoryCreateZeroedBuffer,
+                     int(impl::ArrayFactoryImpl* factory, void** buffer, BufferDeleter* deleter, int type,
+                         unsigned long numElements)>,
+    /// The address of the first element. A library that offers this promises that elements never move and are never
+    /// shared behind the client's back: the address stays the same until the array is destroyed or released, and its
+    /// only owner may write there without an iterator.
+    BoundaryFunction<FunctionType::ArrayGetFixedElements, void*(impl::ArrayImpl* array)>>;
 
 inline constexpr std::size_t boundaryFunctionCount = std::tuple_size_v<BoundaryFunctions>;
 

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <complex>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <utility>
@@ -91,6 +94,16 @@ TEST_F(Factory, refusalsComeAsTheirExceptionsAndFreeTheBufferOnce) {
     EXPECT_THROW(factory.createBuffer<double>(1UL << 62), TooMany);
     EXPECT_THROW(factory.createBuffer<double>(1UL << 58), Refusal<ExceptionType::OutOfMemory>);
     EXPECT_THROW(factory.createArray<double>({1UL << 58, 1}), Refusal<ExceptionType::OutOfMemory>);
+    EXPECT_THROW(factory.createArray<float>({1UL << 32, 1UL << 32, 2}), TooMany);
+    EXPECT_EQ(factory.createArray<float>({1UL << 32, 1UL << 32, 0}).getNumberOfElements(), 0u);
+}
+
+TEST_F(Factory, newArraysAreZerosWhateverTheLibraryHandsOut) {
+    const auto isZero = [](const auto& array) {
+        return std::ranges::count(array, typename std::remove_cvref_t<decltype(array)>::value_type{}) == 9;
+    };
+    EXPECT_TRUE(isZero(factory.createArray<std::int16_t>({3, 3})));
+    EXPECT_TRUE(isZero(factory.createArray<std::complex<float>>({3, 3})));
 }
 
 TEST_F(Factory, rowMajorBuffersNeedALibraryThatKnowsLayouts) {
