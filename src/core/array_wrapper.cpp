@@ -18,7 +18,7 @@ struct ElementSizeVisitor {
 };
 
 /// Where the elements of an array lie that nobody else shares.
-std::byte* elementsOf(data::Array& array) {
+std::byte* ownElementsOf(data::Array& array) {
     return static_cast<std::byte*>(array.writableElements());
 }
 
@@ -101,7 +101,7 @@ void ODArrayWrapper::prepareForWriting() {
     if (m_array.useCount() > 1 || (mayMove && m_mayBeForeign))
         replaceDataArrayByCopy();
     if (mayMove) {
-        m_dataElements = elementsOf(m_array);
+        m_dataElements = ownElementsOf(m_array);
         if (!isSplit())
             m_mirrorElements = m_dataElements;
     }
@@ -109,7 +109,7 @@ void ODArrayWrapper::prepareForWriting() {
 
 void ODArrayWrapper::replaceDataArrayByCopy() {
     data::Array copy = copyElements(m_array, *m_layout);
-    m_dataElements = elementsOf(copy);
+    m_dataElements = ownElementsOf(copy);
     data::Array former = std::exchange(m_array, std::move(copy));
     m_hasOutdatedExtents = false;
     if (!isSplit())
@@ -121,7 +121,7 @@ void ODArrayWrapper::replaceDataArrayByCopy() {
 /// Parts the two with a block of its own for the mirror.
 void ODArrayWrapper::copyMirror() {
     data::Array mirror = copyElements(m_array, *m_layout);
-    m_mirrorElements = elementsOf(mirror);
+    m_mirrorElements = ownElementsOf(mirror);
     m_mirrorOwner.emplace(std::move(mirror));
 }
 
@@ -132,7 +132,7 @@ void ODArrayWrapper::split() {
     // The block becomes the mirror, which assignments write to; whoever shares it so far must not see that.
     prepareForWriting();
     data::Array copy = copyElements(m_array, *m_layout);
-    m_dataElements = elementsOf(copy);
+    m_dataElements = ownElementsOf(copy);
     m_mirrorOwner.emplace(std::exchange(m_array, std::move(copy)));
     m_hasOutdatedExtents = false;
 }
