@@ -83,6 +83,9 @@ ODArrayWrapper::Exported ODArrayWrapper::exportElements(bool isSnapshot) {
 }
 
 void ODArrayWrapper::reshape(std::shared_ptr<const Layout> layout) {
+    // What native code wrote into its side becomes visible here, as the mirror is made anew from the data array.
+    if (isSplit() && m_layout->elementCount() > 0) // an empty block may be null
+        std::memcpy(m_mirrorElements, dataElements(), static_cast<std::size_t>(m_layout->sizeInBytes()));
     // Extents that were exported before serve again, so that reshaping back and forth does not pile them up.
     for (const auto& exported : m_exportedLayouts) {
         if (exported->shape() == layout->shape())
@@ -90,9 +93,6 @@ void ODArrayWrapper::reshape(std::shared_ptr<const Layout> layout) {
     }
     m_layout = std::move(layout);
     m_hasOutdatedExtents = true;
-    // What native code wrote into its side becomes visible here, as the mirror is made anew from the data array.
-    if (isSplit() && m_layout->elementCount() > 0) // an empty block may be null
-        std::memcpy(m_mirrorElements, dataElements(), static_cast<std::size_t>(m_layout->sizeInBytes()));
 }
 
 void ODArrayWrapper::prepareForWriting() {

@@ -41,8 +41,7 @@ public:
             m_strides[d] = stride;
             stride *= m_extents[d];
         }
-        // Without extents there are no elements: some libraries have an empty array of no dimensions.
-        m_size = m_extents.empty() ? 0 : stride;
+        m_size = stride;
     }
 
     T* data() const noexcept { return m_elements; }
@@ -97,10 +96,23 @@ private:
     std::size_t m_size = 0;
 };
 
+namespace detail {
+
+/// The extents of an array. Some libraries have an empty array of no dimensions, whose product would be 1.
+inline std::vector<unsigned long> extentsOf(const Array& array) {
+    std::vector<unsigned long> extents = array.getDimensions();
+    if (extents.empty() && array.getNumberOfElements() == 0) {
+        extents.push_back(0);
+    }
+    return extents;
+}
+
+} // namespace detail
+
 /// The elements for reading; what is shared stays shared.
 template <ArrayElement T>
 ColumnMajorSpan<const T> elementsOf(const TypedArray<T>& array) {
-    return {array.data(), array.getDimensions()};
+    return {array.data(), detail::extentsOf(array)};
 }
 
 /// A handle that is about to go cannot hold the elements.
@@ -110,7 +122,8 @@ ColumnMajorSpan<const T> elementsOf(const TypedArray<T>&&) = delete;
 /// The elements for writing. Others who share the array keep the old ones: the handle takes a copy first.
 template <ArrayElement T>
 ColumnMajorSpan<T> writableElementsOf(TypedArray<T>& array) {
-    return {array.writableData(), array.getDimensions()};
+    T* const elements = array.writableData();
+    return {elements, detail::extentsOf(array)};
 }
 
 } // namespace orvane::data

@@ -33,7 +33,7 @@ def tool(name: str) -> str:
 def run(*command: str | Path, timeout: float = 1000, **environment: str) -> str:
     """What a program prints that must succeed."""
     inherited = dict(os.environ)
-    if Path(command[0]).name in ("cmake", Path(COMPILER[0]).name):
+    if Path(command[0]).name in ("cmake", "cc", Path(COMPILER[0]).name):
         # The sanitizers' runtimes are for what loads sanitized libraries, not for compilers.
         inherited.pop("LD_PRELOAD", None)
     done = subprocess.run(

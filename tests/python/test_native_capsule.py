@@ -4,13 +4,16 @@ from __future__ import annotations
 
 import array
 import ctypes
+import re
+import shlex
 import sys
+from pathlib import Path
 from typing import Any
 
 import pytest
 
 import orvane
-from native_clients import client, samples
+from native_clients import ROOT, ask_package, client, run, samples
 from reference.elements import Kind
 from support import (
     KIND_OF,
@@ -241,3 +244,20 @@ def test_who_exports_buffers() -> None:
     assert all(capsule.exports_buffer(id(value)) for value in yes)
     for no in (None, "text", 1, [], orvane.double):
         assert not capsule.exports_buffer(address_of(no))
+
+
+# --- the library's functions by their numbers ----------------------------------------------------
+
+
+def test_the_example_in_c_of_the_guide(tmp_path: Path) -> None:
+    guide = (ROOT / "docs" / "native.md").read_text("utf-8")
+    (code,) = re.findall(r"```c\n(#include <orvane/boundary.h>.*?)```", guide, re.DOTALL)
+    source, built = tmp_path / "sum.c", tmp_path / "sum.so"
+    source.write_text(code)
+    flags = shlex.split(f"{ask_package('--includes')} -std=c99 -Wall -Wextra -Wpedantic -Werror")
+    libraries = shlex.split(ask_package("--libs"))
+    run("cc", *flags, "-shared", "-fPIC", source, *libraries, "-o", built)
+    total = ctypes.CDLL(str(built)).sum
+    total.argtypes, total.restype = (ctypes.c_void_p,), ctypes.c_double
+    matrix = orvane.double([[1, 2], [3, 4.5]])
+    assert total(capsule.impl_of_array(id(matrix))) == 10.5

@@ -1,13 +1,13 @@
 // What the other cases of this program rely on: that the stand-in is the library in use, and that it notices misuse.
-#include "data_array/boundary_calls.hpp"
 #include "data_client/array_factory.hpp"
 #include "data_client/column_major_span.hpp"
 
 #include <gtest/gtest.h>
 
-using namespace boundary;
-using orvane::data::ArrayFactory;
-using orvane::data::TypedArray;
+#include <utility>
+
+using namespace orvane::data;
+using detail::FunctionType;
 
 namespace {
 
@@ -20,7 +20,7 @@ void writeWhereReadingLed() {
     const_cast<double&>(*array.data()) = 1;
 }
 void writeWithoutTheUnshareStep() {
-    call<FunctionType::ArrayBeginFallback>(zeros().impl(), true);
+    detail::resolve<FunctionType::ArrayBeginFallback>()(zeros().impl(), true);
 }
 void useWhatIsGone() {
     call<FunctionType::ArrayGetNumberOfElements>(TypedArray<double>(zeros()).impl());
@@ -63,7 +63,7 @@ TEST(StandIn, movesElementsWhenTheyAreWrittenTo) {
     EXPECT_NE(array.data(), before);
     EXPECT_EQ(elementsOf(copy)(1, 2), 0);
     EXPECT_EQ(elementsOf(array)(1, 2), 5);
-    const TypedArray<double> empty{orvane::data::Array()};
+    const TypedArray<double> empty{Array()};
     EXPECT_EQ(elementsOf(empty).size(), 0u);
 }
 
