@@ -23,7 +23,8 @@ void writeWithoutTheUnshareStep() {
     detail::resolve<FunctionType::ArrayBeginFallback>()(zeros().impl(), true);
 }
 void useWhatIsGone() {
-    call<FunctionType::ArrayGetNumberOfElements>(TypedArray<double>(zeros()).impl());
+    orvane::data::impl::ArrayImpl* const array = zeros().impl();
+    call<FunctionType::ArrayGetNumberOfElements>(array);
 }
 void readWhatWasReleased() {
     auto array = zeros();
@@ -51,7 +52,7 @@ TEST(StandInDeathTest, endsTheProcessOnMisuse) {
         {adoptTooFewElements, "another size"},
     };
     for (const auto& [misuse, complaint] : misuses) {
-        EXPECT_DEATH(misuse(), complaint);
+        EXPECT_DEATH(misuse(), complaint) << complaint;
     }
 }
 

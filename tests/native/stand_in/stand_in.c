@@ -296,6 +296,7 @@ static bool unshare(OrvaneArray* array, bool isUnique, OrvaneArray** copy) {
         Block* block = array->block->mayBeWritten ? copy_block(array->block) : array->block;
         block->owners += block == array->block;
         *copy = make_array(array->type, array->dims, array->numDims, array->count, block);
+        (*copy)->isUnshared = true;
         return true;
     }
     array->isUnshared = true;
