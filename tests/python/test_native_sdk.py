@@ -229,8 +229,8 @@ def test_flags_for_other_build_systems(tmp_path: Path) -> None:
 USE_OF_BUILT_CLIENTS = """
 import orvane, capsule_client, nanobind_client, pybind11_client, typed_client
 a, address = typed_client.make("d", (2, 2), bytes(32))
-a[1][0] = 2
 assert typed_client.take("d", a)[3] == address
+a[1][0] = 2
 assert str(pybind11_client.doubled(a[1])) == str(nanobind_client.doubled(a[1])) == "[[4.0,0.0]]"
 assert typed_client.take("Zh", orvane.int16([1j], is_complex=True))[2] == bytes([0, 0, 1, 0])
 assert str(capsule_client.array_from_buffer(b"ab")) == "[[97,98]]"
