@@ -164,8 +164,8 @@ def test_another_library_can_take_its_place() -> None:
     environment = {"LD_LIBRARY_PATH": str(REPLACEMENT.parent)}
     loaded = run_python(USE_OF_THE_WHOLE_ROAD, **environment).split()
     assert loaded == [str(REPLACEMENT.resolve())]
-    names = "assignment export iteration lifecycle materialising methods pickling reading roads"
+    names = "buffers construction export lifecycle methods model protocols roads"
     files = [str(Path(__file__).with_name(f"test_{name}.py")) for name in names.split()]
     options = ["-q", "-x", "-p", "no:cacheprovider"]
     tests = f"import pytest; sys.exit(pytest.main({options + files}))"
-    run_python(tests, **environment)
+    run_python(tests, ORVANE_MODEL_EXAMPLES="100", **environment)
