@@ -162,7 +162,7 @@ def test_the_library_of_the_package_is_the_one_that_is_loaded() -> None:
 def test_another_library_can_take_its_place() -> None:
     """One that was written from the header for C alone, and ends the process on misuse."""
     environment = {"LD_LIBRARY_PATH": str(REPLACEMENT.parent)}
-    loaded = run_python(USE_OF_THE_WHOLE_ROAD, **environment).split()
+    loaded = run_python(USE_OF_THE_WHOLE_ROAD, **environment).splitlines()
     assert loaded == [str(REPLACEMENT.resolve())]
     names = "buffers construction export lifecycle methods model protocols roads"
     files = [str(Path(__file__).with_name(f"test_{name}.py")) for name in names.split()]
