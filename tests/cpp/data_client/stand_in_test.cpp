@@ -23,8 +23,8 @@ void writeWithoutTheUnshareStep() {
     detail::resolve<FunctionType::ArrayBeginFallback>()(zeros().impl(), true);
 }
 void useWhatIsGone() {
-    orvane::data::impl::ArrayImpl* const array = zeros().impl();
-    call<FunctionType::ArrayGetNumberOfElements>(array);
+    impl::ArrayImpl* const array = zeros().impl();
+    detail::resolve<FunctionType::ArrayGetNumberOfElements>()(array);
 }
 void readWhatWasReleased() {
     auto array = zeros();
