@@ -158,12 +158,6 @@ PyObject* dropKeptElsewhere(PyObject*, PyObject* holdingLock) {
     return Py_NewRef(Py_None);
 }
 
-/// The same without waiting for it.
-PyObject* dropKeptMeanwhile(PyObject*, PyObject*) {
-    std::thread([] { kept.reset(); }).detach();
-    return Py_NewRef(Py_None);
-}
-
 /// hold(object, callable): calls, or for None waits without the lock, with a handle and a reference on the stack.
 PyObject* hold(PyObject*, PyObject* args) {
     return python::guarded([&] {
@@ -228,7 +222,6 @@ PyMethodDef methods[] = {
     {"keep", keep, METH_VARARGS, nullptr},
     {"describe_kept", describeKept, METH_NOARGS, nullptr},
     {"drop_kept_elsewhere", dropKeptElsewhere, METH_O, nullptr},
-    {"drop_kept_meanwhile", dropKeptMeanwhile, METH_NOARGS, nullptr},
     {"hold", hold, METH_VARARGS, nullptr},
     {"set_when_freed", setWhenFreed, METH_O, nullptr},
     {"foreign_impl", foreignImpl, METH_O, nullptr},

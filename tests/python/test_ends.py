@@ -78,44 +78,34 @@ def test_a_lent_handle_is_dropped_anywhere(typed: Any) -> None:
         typed.take("d", orvane.double(1))
         now = sys.getrefcount(a)
         assert now == references
-    program = "import atexit, typed_client as c; c.keep(a, False)\n"
-    program += "atexit.register(c.drop_kept_meanwhile)"
-    python(CALLERS_CODE + program, build_directory())
 
 
 # --- last holds -----------------------------------------------------------------------------------
 
 
-@pytest.fixture
-def freeing(typed: Any) -> Any:
-    """Has code run whenever a client's block is given back; tells what it has left behind."""
-    errors: list[Any] = []
+def test_a_deleter_may_run_code_while_an_error_is_pending(
+    typed: Any, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    left, reported = [], []
 
     def run_code() -> None:
         try:
             raise KeyError("cleared")
         except KeyError:
-            errors.append(OSError("left behind"))
-        raise errors[-1]
+            left.append(OSError("left behind"))
+        raise left[-1]
 
-    typed.set_when_freed(run_code)
-    yield errors
-    typed.set_when_freed(None)
-
-
-def test_a_deleter_may_run_code_while_an_error_is_pending(
-    typed: Any, freeing: Any, monkeypatch: pytest.MonkeyPatch
-) -> None:
-    reported: list[Any] = []
     monkeypatch.setattr(sys, "unraisablehook", lambda told: reported.append(told.exc_value))
+    typed.set_when_freed(run_code)
     for kind in ("character", "one dimension"):
         with refused(RuntimeError, "invalid type."):
             capsule.array_from_impl(typed.foreign_impl(kind))
-    for use in (list, iter, memoryview, lambda made: made[0]):
+    for use in (iter, memoryview, lambda made: made[0]):
         with refused(ZeroDivisionError, "division by zero"):
             [use(typed.make("d", (2, 1), bytes(16))[0]), 1 / 0]
-    assert reported == freeing
-    assert len(freeing) == 6
+    typed.set_when_freed(None)
+    assert reported == left
+    assert len(left) == 5
 
 
 def test_a_deleter_may_use_the_array_whose_block_it_gives_back(typed: Any) -> None:
@@ -178,11 +168,8 @@ for n in range(2000):
     if error is None: break
     assert type(error) is MemoryError, (n, error)
 print(n > 20, len([key for key in vars(module) if not key.startswith("__")]))
-import orvane
-try: orvane.double([1, 2], size=(3,))
-except module.ShapeError: print(module._capi is sys.modules[name]._capi)
 """
-    assert python(program) == "True 15\nTrue\n"
+    assert python(program) == "True 15\n"
 
 
 def test_an_import_anew_offers_the_same_objects() -> None:

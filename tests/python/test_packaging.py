@@ -86,10 +86,7 @@ def test_exported_data_symbols() -> None:
     )
     for array_type, element in zip(types, ELEMENT_TYPES.values(), strict=True):
         assert address(f"OCPyArray_Type_{element}") == id(array_type)
-        assert address(f"OCPyArray_SequenceMethods_{element}")
-        assert address(f"OCPyArray_MappingMethods_{element}")
     assert address("OCPyIter_Type") == id(extension.OCPyIter)
-    assert address("OCPyArray_BufferProcs")
     getters = ctypes.c_char_p.in_dll(library, "OCPyArray_GetSetMethods")
     assert getters.value == b"size"
 
