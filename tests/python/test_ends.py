@@ -164,15 +164,15 @@ def test_a_start_that_runs_short_of_memory_can_be_tried_again() -> None:
 import array, importlib.util, os
 from _testcapi import set_nomemory, remove_mem_hooks
 spec = importlib.util.find_spec("orvanemultidimarrayforpython")
-def start():
+def start(failing):
     module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
+    set_nomemory(failing, failing + 1)
+    try: spec.loader.exec_module(module)
+    finally: remove_mem_hooks()
     return len([name for name in vars(module) if not name.startswith("__")])
 def start_twice(failing):
-    set_nomemory(failing, failing + 1)
-    try: return 7 if start() == 15 else 2
-    except MemoryError: return 0 if (remove_mem_hooks(), start())[1] == 15 else 3
-    finally: remove_mem_hooks()
+    try: return 7 if start(failing) == 15 else 2
+    except MemoryError: return 0 if start(10**6) == 15 else 3
 ends = set()
 for failing in (*range(40), *range(40, 1400, 9)):
     child = os.fork()
