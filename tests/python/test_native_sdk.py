@@ -220,7 +220,7 @@ def test_flags_for_other_build_systems(tmp_path: Path) -> None:
         os.devnull,
     )
     run(*COMPILER, "-std=c++20", "-fsyntax-only", *flags, *stable)
-    use = "import typed_client; print(typed_client.make('d', (1, 2), bytes(16))[0])"
+    use = "import orvane, typed_client; print(typed_client.make('d', (1, 2), bytes(16))[0])"
     path = f"import sys; sys.path.append({str(tmp_path)!r}); "
     assert run(sys.executable, "-c", path + use) == "[[0.0,0.0]]\n"
     assert f"-I{orvane.get_include()}" in flags
