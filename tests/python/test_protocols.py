@@ -129,6 +129,17 @@ def test_neither_identity_nor_the_other_side_decides():
                 ordering(a, other)
 
 
+def test_an_error_inside_an_item_goes_through():
+    a = grid(4, 2)
+    column, same = a[3], make(DOUBLE, [3, 5, 7, 0])[0]
+    a.reshape(2, 4)
+    for one, other in ((column, same), (same, column)):
+        with refused(IndexError, "index has an invalid value: 3"):
+            _ = one == other
+    same[1] = -5
+    assert column != same  # found before the fault is met
+
+
 # --- text ----------------------------------------------------------------------------------------
 
 
