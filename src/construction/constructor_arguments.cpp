@@ -58,20 +58,31 @@ bool parseArguments(PyObject* args, PyObject* kwargs, Values& values) {
         return false;
     const char* names[keywords.size() + 1] = {};
     std::ranges::copy(keywords, names);
-    values = {};
     return PyArg_ParseTupleAndKeywords(positional.get(), kwargs, "|OOOO", const_cast<char**>(names), &values[0],
                                        &values[1], &values[2], &values[3]) != 0;
 }
 
+ConstructorArguments record(const Values& values, PyObject* args) {
+    const auto [initializer, size, vector, isComplex] = values;
+    const bool vectorByKeyword = vector != nullptr && (args == nullptr || PyTuple_GET_SIZE(args) <= vectorPosition);
+    return {initializer, size, vector, isComplex, vectorByKeyword};
+}
+
 } // namespace
+
+bool readPlainConstructorArguments(PyObject* args, PyObject* kwargs, ConstructorArguments& arguments) {
+    Values values{};
+    if (!readPlainArguments(args, kwargs, values))
+        return false;
+    arguments = record(values, args);
+    return true;
+}
 
 bool parseConstructorArguments(PyObject* args, PyObject* kwargs, ConstructorArguments& arguments) {
     Values values{};
-    if (!readPlainArguments(args, kwargs, values) && !parseArguments(args, kwargs, values))
+    if (!parseArguments(args, kwargs, values))
         return false;
-    const auto [initializer, size, vector, isComplex] = values;
-    const bool vectorByKeyword = vector != nullptr && (args == nullptr || PyTuple_GET_SIZE(args) <= vectorPosition);
-    arguments = {initializer, size, vector, isComplex, vectorByKeyword};
+    arguments = record(values, args);
     return true;
 }
 

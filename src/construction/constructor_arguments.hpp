@@ -17,8 +17,12 @@ struct ConstructorArguments {
     bool vectorByKeyword = false;
 };
 
-/// Reads positional arguments (a tuple, or null) and keyword arguments (a dictionary, or null). False, with the
-/// interpreter's TypeError set, for unknown keywords and excess arguments.
+/// The short cut for the usual calls: reads positional arguments (a tuple, or null) and keyword arguments (a
+/// dictionary, or null). False, with nothing raised, when the interpreter's parser has to look at them. No code of the
+/// caller's runs.
+bool readPlainConstructorArguments(PyObject* args, PyObject* kwargs, ConstructorArguments& arguments);
+/// The same by the interpreter's parser. False, with its TypeError set, for unknown keywords and excess arguments. Keys
+/// may be compared by code of the caller's, so that the dictionary must be one that nobody else can change.
 bool parseConstructorArguments(PyObject* args, PyObject* kwargs, ConstructorArguments& arguments);
 
 } // namespace orvane::python

@@ -4,6 +4,7 @@
 #include <Python.h>
 
 #include <cstddef>
+#include <limits>
 #include <optional>
 #include <span>
 
@@ -58,15 +59,16 @@ private:
     bool processBufferInitializer(const Py_buffer& view);
     bool walkInitializer(PyObject* initializer);
 
-    // The ways in which a nested value is collected in reading order.
+    // The ways in which a nested value is collected in reading order. The short cuts are not inlined, to stay off the
+    // stack on which the walk has code of the caller's run.
     template <bool isConstruction>
-    bool collectByShortCut(PyObject* value);
+    [[gnu::noinline]] bool collectByShortCut(PyObject* value);
     template <class Range, class Read>
     bool collect(std::size_t count, const Range& extents, Read&& read);
     template <bool isConstruction>
     bool collectRegularNesting(PyObject* value);
     template <bool isConstruction>
-    bool collectOwnArray(PyObject* value);
+    [[gnu::noinline]] bool collectOwnArray(PyObject* value);
     bool walkNestedInitializer(PyObject* value, bool isConstruction);
     bool readVectorItems(PyObject* vector, Py_ssize_t length, T* target);
 
@@ -80,12 +82,18 @@ private:
     /// The block of the new array's elements, made on the first call. Throws for want of memory.
     T* bufferFor(std::size_t count);
     data::ArrayFactory& factory();
+    /// Runs a step in which code of the caller's may come back to where it was called.
+    template <class Step>
+    bool countingRecursion(Step&& step);
+    /// After a short cut was given up: true unless the handler of a signal has raised an error meanwhile.
+    static bool mayTakeTheLongRoad() { return PyErr_Occurred() == nullptr; }
 
     InitializerShape m_shape;
     std::optional<data::ArrayFactory> m_factory;
     std::optional<data::Buffer<T>> m_buffer;
     ElementStore<T> m_elements;
     std::size_t m_requestedElements = 0; ///< what memory was last asked for, for the words of a refusal
+    std::size_t m_elementsOfSize = std::numeric_limits<std::size_t>::max(); ///< no more than these are kept
 };
 
 } // namespace orvane::python

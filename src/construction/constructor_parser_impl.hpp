@@ -21,6 +21,7 @@
 #include "construction/regular_nesting.hpp"
 #include "elements/conversion.hpp"
 #include "vocabulary/boundary.hpp"
+#include "vocabulary/caller_code.hpp"
 #include "vocabulary/error_state.hpp"
 #include "vocabulary/extents.hpp"
 #include "vocabulary/own_array.hpp"
@@ -62,7 +63,11 @@ auto FinalConstructorParser<T>::processConstructorArgsAndKwargs(const Constructo
     }
     return withConstructionErrors<T>(m_requestedElements, [&]() -> std::optional<Array> {
         if (hasSize) {
-            if (!m_shape.processSizeKwarg(size) || !setDimsAndReserve(hasInitializer || hasVector))
+            // Of the items of exact lists and tuples no method is called.
+            const bool isRead = PyTuple_CheckExact(size) || PyList_CheckExact(size)
+                                    ? m_shape.processSizeKwarg(size)
+                                    : countingRecursion([&] { return m_shape.processSizeKwarg(size); });
+            if (!isRead || !setDimsAndReserve(hasInitializer || hasVector))
                 return std::nullopt;
         } else if (!hasInitializer && !hasVector) {
             m_shape.setSizeDims({0, 0});
@@ -76,6 +81,12 @@ auto FinalConstructorParser<T>::processConstructorArgsAndKwargs(const Constructo
     });
 }
 
+template <class T>
+template <class Step>
+bool FinalConstructorParser<T>::countingRecursion(Step&& step) {
+    return withRecursionCounted(false, [&] { return withConstructionErrors<T>(m_requestedElements, step); });
+}
+
 // ---- Memory ----
 
 template <class T>
@@ -83,7 +94,7 @@ bool FinalConstructorParser<T>::setDimsAndReserve(bool valuesFollow) {
     const auto count = m_shape.getNumberOfElements();
     if (!count || *count > detail::maxElements<T>)
         return raiseUnableToAllocate(count, elementRow<T>.name);
-    m_requestedElements = *count;
+    m_requestedElements = m_elementsOfSize = *count;
     if (valuesFollow)
         bufferFor(*count);
     return true;
@@ -138,15 +149,20 @@ bool FinalConstructorParser<T>::processVectorKwarg(PyObject* vector) {
     if (!m_shape.checkInitializerDimsAgainstSize())
         return false;
     T* target = bufferFor(static_cast<std::size_t>(length));
-    return readFlatSequence(vector, length, target) || readVectorItems(vector, length, target);
+    return readFlatSequence(vector, length, target) ||
+           (mayTakeTheLongRoad() && countingRecursion([&] { return readVectorItems(vector, length, target); }));
 }
 
 template <class T>
 bool FinalConstructorParser<T>::readVectorItems(PyObject* vector, Py_ssize_t length, T* target) {
+    FetchedItemsWatch watch;
     for (Py_ssize_t i = 0; i < length; ++i) {
+        if (!watch.pass())
+            return false;
         const PyRef item = PyRef::steal(PySequence_GetItem(vector, i));
         if (!item) {
-            setError(PyExc_RuntimeError, "item " + std::to_string(i) + " could not be retrieved.");
+            if (mayReplaceError())
+                PyErr_Format(PyExc_RuntimeError, "item %zd could not be retrieved.", i);
             return false;
         }
         if (PySequence_Check(item.get())) {
@@ -173,6 +189,8 @@ bool FinalConstructorParser<T>::processInitializerKwarg(PyObject* initializer) {
     }
     if (readRegularInitializer(initializer) || readRange(initializer))
         return true;
+    if (!mayTakeTheLongRoad())
+        return false;
     if (PyObject_CheckBuffer(initializer) && !OCPyArray_Check(initializer))
         return processForeignBuffer(initializer);
     return walkInitializer(initializer);
@@ -189,8 +207,11 @@ bool FinalConstructorParser<T>::settleDims(std::size_t count) {
 /// What collects the elements in row-major order, and their transfer to the array's block.
 template <class T>
 bool FinalConstructorParser<T>::walkInitializer(PyObject* initializer) {
-    const bool isCollected = collectOwnArray<true>(initializer) || walkNestedInitializer(initializer, true);
-    if (!isCollected || !settleDims(m_elements.size()))
+    const bool isCollected =
+        collectOwnArray<true>(initializer) || (mayTakeTheLongRoad() && walkNestedInitializer(initializer, true));
+    // The walk has proved that so many values make these extents. It need not have kept them all.
+    const auto count = checkedProduct(asSpan(m_shape.initializerDims()));
+    if (!isCollected || !settleDims(static_cast<std::size_t>(count.value_or(0))))
         return false;
     if (T* target = bufferFor(m_elements.size()))
         reorderToColumnMajor(target, m_elements.data(), asSpan(m_shape.initializerDims()), sizeof(T),
@@ -227,7 +248,7 @@ bool FinalConstructorParser<T>::readRegularInitializer(PyObject* initializer) {
     if (nesting.rank() == 0 || !convertExactNumber(nesting.firstScalar(), scalar))
         return false;
     return readByShortCut(nesting.extents(), [&](T* target) {
-        return RegularReader<T, true>(nesting, ElementOrder::ColumnMajor, target).read(initializer);
+        return RegularReader<T, true>(nesting.extents(), ElementOrder::ColumnMajor, target).read(initializer);
     });
 }
 
@@ -240,14 +261,19 @@ bool FinalConstructorParser<T>::readRange(PyObject* initializer) {
         PyErr_Clear(); // the walk will meet the same
         return false;
     }
-    const std::size_t extent = static_cast<std::size_t>(length);
+    const auto extent = static_cast<std::size_t>(length);
+    m_shape.initializerDims().assign(1, extent);
+    if (m_shape.agreementWithSize() != Agreement::Agrees && isRangeOf<RealElement<T>>(initializer, length))
+        return settleDims(extent); // which says so: there is no other fault, however long the range
     return readByShortCut({&extent, 1}, [&](T* target) { return readFlatSequence(initializer, length, target); });
 }
 
 template <class T>
 bool FinalConstructorParser<T>::processForeignBuffer(PyObject* exporter) {
     BufferView view;
-    return view.acquire(exporter, PyBUF_ANY_CONTIGUOUS | PyBUF_FORMAT) && processBufferInitializer(*view);
+    const bool isAcquired =
+        withRecursionCounted(false, [&] { return view.acquire(exporter, PyBUF_ANY_CONTIGUOUS | PyBUF_FORMAT); });
+    return isAcquired && processBufferInitializer(*view);
 }
 
 template <class T>
@@ -277,7 +303,7 @@ template <class T>
 bool FinalConstructorParser<T>::processNestedInitializer(PyObject* value, bool isConstruction) {
     return withConstructionErrors<T>(m_requestedElements, [&] {
         const bool isCollected = isConstruction ? collectByShortCut<true>(value) : collectByShortCut<false>(value);
-        return isCollected || walkNestedInitializer(value, isConstruction);
+        return isCollected || (mayTakeTheLongRoad() && walkNestedInitializer(value, isConstruction));
     });
 }
 
@@ -312,7 +338,7 @@ bool FinalConstructorParser<T>::collectRegularNesting(PyObject* value) {
     if (nesting.rank() == 0 || !count || !convertExactNumber<T, isConstruction>(nesting.firstScalar(), scalar))
         return false;
     return collect(static_cast<std::size_t>(*count), nesting.extents(), [&](T* target) {
-        return RegularReader<T, isConstruction>(nesting, ElementOrder::RowMajor, target).read(value);
+        return RegularReader<T, isConstruction>(nesting.extents(), ElementOrder::RowMajor, target).read(value);
     });
 }
 
@@ -329,6 +355,7 @@ bool FinalConstructorParser<T>::walkNestedInitializer(PyObject* value, bool isCo
     struct Collector final : NestedWalk::Sink {
         FinalConstructorParser& parser;
         bool isConstruction;
+        std::size_t taken = 0;
 
         Collector(FinalConstructorParser& p, bool construction) : parser(p), isConstruction(construction) {}
         bool append(PyObject* scalar) override {
@@ -337,18 +364,21 @@ bool FinalConstructorParser<T>::walkNestedInitializer(PyObject* value, bool isCo
                 setError(result.exceptionType, result.message);
                 return false;
             }
-            parser.m_requestedElements = std::max(parser.m_requestedElements, count() + 1);
-            parser.m_elements.push_back(result.value);
+            // What `size` cannot take will be refused once all values are known to be good, and is not kept.
+            if (taken++ < parser.m_elementsOfSize) {
+                parser.m_requestedElements = std::max(parser.m_requestedElements, taken);
+                parser.m_elements.push_back(result.value);
+            }
             return true;
         }
         bool reserve(std::optional<std::size_t> expected) override {
             // What `size` asks for has been reserved, and the lengths met so far need not come true.
             return parser.m_shape.isSizeGiven() || parser.reserveElements(expected);
         }
-        std::size_t count() const override { return parser.m_elements.size(); }
+        std::size_t count() const override { return taken; }
     };
     Collector collector(*this, isConstruction);
-    return NestedWalk(collector, m_shape.initializerDims()).run(value);
+    return countingRecursion([&] { return NestedWalk(collector, m_shape.initializerDims()).run(value); });
 }
 
 } // namespace orvane::python

@@ -3,6 +3,8 @@
 
 #include <Python.h>
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -25,6 +27,14 @@ struct RangeItems {
 };
 std::optional<RangeItems> itemsOfRange(PyObject* range);
 
+/// Whether all `length` numbers of a range, one or more, can be stored.
+template <class Real>
+bool isRangeOf(PyObject* range, Py_ssize_t length) {
+    const auto items = itemsOfRange(range);
+    Real part{};
+    return items && storeInteger(items->first, part) && storeInteger(items->first + (length - 1) * items->step, part);
+}
+
 /// Numbers that lie in memory one after the other, in a format of `array.array`.
 template <class T>
 bool readPackedItems(char format, const void* block, Py_ssize_t length, T* target) noexcept {
@@ -35,27 +45,38 @@ bool readPackedItems(char format, const void* block, Py_ssize_t length, T* targe
     return true;
 }
 
+/// Numbers at equal distances. False also, with an error set, when the handler of a signal has raised one.
+template <class T>
+bool readRange(const RangeItems& range, Py_ssize_t length, T* target) {
+    constexpr Py_ssize_t numbersTogether = Py_ssize_t{1} << 20;
+    for (Py_ssize_t start = 0; start < length; start += numbersTogether) {
+        if (start > 0 && PyErr_CheckSignals() != 0)
+            return false;
+        const long long first = range.first + start * range.step;
+        const Py_ssize_t count = std::min(length - start, numbersTogether);
+        for (Py_ssize_t i = 0; i < count; ++i) {
+            RealElement<T> part{};
+            if (!storeInteger(first + i * range.step, part))
+                return false;
+            target[start + i] = T(part);
+        }
+    }
+    return true;
+}
+
 /// Reads the `length` items of a sequence that is exactly a list, tuple, range, `bytes`, `bytearray` or
-/// `array.array`, or a one-dimensional view of an array of this module. False, with no error set, for any other
-/// sequence and when an item is not read as a number; the target is then partly filled. No code of the caller's runs.
+/// `array.array`, or a one-dimensional view of an array of this module. False for any other sequence and when an item
+/// is not read as a number, with no error set, and with one that the handler of a signal has raised; the target is then
+/// partly filled. No other code of the caller's runs.
 template <class T>
 bool readFlatSequence(PyObject* sequence, Py_ssize_t length, T* target) {
-    if (const auto items = exactItems(sequence); !items.empty()) {
-        for (PyObject* const item : items) {
-            if (!convertExactNumber(item, *target++))
-                return false;
-        }
-        return true;
+    if (!exactItems(sequence).empty()) {
+        const std::array extent{static_cast<std::size_t>(length)};
+        return RegularReader<T, true>(extent, ElementOrder::RowMajor, target).read(sequence);
     }
     if (PyRange_Check(sequence)) {
         const auto range = itemsOfRange(sequence);
-        for (Py_ssize_t i = 0; range && i < length; ++i) {
-            RealElement<T> part{};
-            if (!storeInteger(range->first + i * range->step, part))
-                return false;
-            target[i] = T(part);
-        }
-        return range.has_value();
+        return range && readRange(*range, length, target);
     }
     if (PyBytes_CheckExact(sequence))
         return readPackedItems('B', PyBytes_AS_STRING(sequence), length, target);

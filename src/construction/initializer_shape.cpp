@@ -1,5 +1,6 @@
 #include "construction/initializer_shape.hpp"
 
+#include "vocabulary/caller_code.hpp"
 #include "vocabulary/extents.hpp"
 #include "vocabulary/py_ref.hpp"
 #include "vocabulary/python_values.hpp"
@@ -13,8 +14,9 @@ namespace {
 bool readExtent(PyObject* size, Py_ssize_t i, std::size_t& extent) {
     const PyRef item = PyRef::steal(PySequence_GetItem(size, i));
     if (!item) {
-        setError(PyExc_RuntimeError, "Item " + std::to_string(i) +
-                                         " could not be retrieved from the value associated with the 'size' keyword.");
+        if (mayReplaceError())
+            PyErr_Format(PyExc_RuntimeError,
+                         "Item %zd could not be retrieved from the value associated with the 'size' keyword.", i);
         return false;
     }
     if (!pyObjectIsLong(item.get())) {
@@ -47,9 +49,10 @@ bool InitializerShape::processSizeKwarg(PyObject* size) {
     }
 
     Dims dims; // grows with what is read: a sequence may lie about its length
+    FetchedItemsWatch watch;
     for (Py_ssize_t i = 0; i < length; ++i) {
         std::size_t extent = 0;
-        if (!readExtent(size, i, extent))
+        if (!watch.pass() || !readExtent(size, i, extent))
             return false;
         if (dims.size() == extentsReadOnTrust)
             dims.reserve(static_cast<std::size_t>(length));

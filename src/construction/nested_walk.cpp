@@ -17,6 +17,17 @@ bool raiseNotRectangular() {
     return false;
 }
 
+bool raiseNoItem() {
+    replaceError(PyExc_RuntimeError, "null data pointer.");
+    return false;
+}
+
+/// An array of this module that has items; null for any other object.
+const OCppPyArray* ownArrayOrNull(PyObject* value) {
+    const OCppPyArray* array = OCPyArray_Check(value) ? getOCPyArrayFromPyObject(value)->m_cppArray : nullptr;
+    return array != nullptr && array->hasActiveDimension() ? array : nullptr;
+}
+
 /// The length of `sequence`, with its items compared. False with an error set.
 bool measureSequence(PyObject* sequence, Py_ssize_t& length) {
     if (PyRange_Check(sequence) || PyBytes_CheckExact(sequence) || PyByteArray_CheckExact(sequence)) {
@@ -52,7 +63,7 @@ bool NestedWalk::run(PyObject* value) {
         if (level.next == level.length) {
             if (!leave())
                 return false;
-        } else if (!visit(PyRef::steal(PySequence_GetItem(level.sequence.get(), level.next++)))) {
+        } else if (!m_watch.pass() || !visit(PyRef::steal(PySequence_GetItem(level.sequence.get(), level.next++)))) {
             return false;
         }
     }
@@ -60,10 +71,8 @@ bool NestedWalk::run(PyObject* value) {
 }
 
 bool NestedWalk::visit(PyRef value) {
-    if (!value) {
-        setError(PyExc_RuntimeError, "null data pointer.");
-        return false;
-    }
+    if (!value)
+        return raiseNoItem();
     return PySequence_Check(value.get()) ? enter(std::move(value)) : visitScalar(value.get());
 }
 
@@ -88,19 +97,9 @@ bool NestedWalk::visitScalar(PyObject* scalar) {
     return m_sink.reserve(overflowed ? std::nullopt : std::optional(count));
 }
 
-/// Whether `value` is an array of this module in which there is nothing to visit. It may still have any number of
-/// empty parts, which must not be gone through one by one.
-bool NestedWalk::isEmptyOwnArray(PyObject* value) const {
-    if (!OCPyArray_Check(value))
-        return false;
-    const OCppPyArray* array = getOCPyArrayFromPyObject(value)->m_cppArray;
-    return array != nullptr && array->hasActiveDimension() && selectionOf(*array).elementCount == 0 &&
-           selectionOf(*array).isInside;
-}
-
-/// Does with the extents of such an array what visiting all of its parts would.
-bool NestedWalk::passEmptyOwnArray(const OCppPyArray& array) {
-    const Selection selection = selectionOf(array);
+/// Does with the extents of an array of this module that holds nothing to visit what visiting all of its parts would.
+/// It may have any number of empty parts, which must not be gone through one by one.
+bool NestedWalk::passEmptyOwnArray(const Selection& selection) {
     const auto firstEmpty = std::find(selection.counts.begin(), selection.counts.end(), 0);
     const auto levels = static_cast<std::size_t>(firstEmpty - selection.counts.begin()) + 1;
     const std::size_t depth = m_levels.size();
@@ -112,16 +111,30 @@ bool NestedWalk::passEmptyOwnArray(const OCppPyArray& array) {
     return true;
 }
 
+/// The length of an array of this module. One that holds nothing to visit is passed at once; then there is no more to
+/// do. Not inlined, to stay off the stack on which code of the caller's runs.
+[[gnu::noinline]] bool NestedWalk::measureOwnArray(const OCppPyArray& array, Py_ssize_t& length, bool& isPassed) {
+    const Selection selection = selectionOf(array);
+    if (selection.isInside && selection.elementCount == 0)
+        return isPassed = passEmptyOwnArray(selection);
+    // Items are numbers or views of one length. Of those that a reshape has left outside the elements there may be any
+    // number, and the first number among them is the fault.
+    length = selection.counts[0];
+    return selection.isInside || selection.rank() > 1 || raiseNoItem();
+}
+
 bool NestedWalk::enter(PyRef sequence) {
-    if (isEmptyOwnArray(sequence.get()))
-        return passEmptyOwnArray(*getOCPyArrayFromPyObject(sequence.get())->m_cppArray);
-    if (pyObjectIsUnicodeOrString(sequence.get())) {
+    Py_ssize_t length = 0;
+    if (const OCppPyArray* array = ownArrayOrNull(sequence.get())) {
+        bool isPassed = false;
+        if (!measureOwnArray(*array, length, isPassed) || isPassed)
+            return isPassed;
+    } else if (pyObjectIsUnicodeOrString(sequence.get())) {
         setError(PyExc_ValueError, "value passed to initializer must be numeric.");
         return false;
-    }
-    Py_ssize_t length = 0;
-    if (!measureSequence(sequence.get(), length))
+    } else if (!measureSequence(sequence.get(), length)) {
         return false;
+    }
 
     const std::size_t depth = m_levels.size();
     if (depth >= m_dims.size())

@@ -8,15 +8,18 @@
 #include <vector>
 
 #include "construction/initializer_shape.hpp"
+#include "vocabulary/caller_code.hpp"
 #include "vocabulary/py_ref.hpp"
 
 namespace orvane::python {
 
 class OCppPyArray;
+struct Selection;
 
 /// Visits every scalar of a nested value depth-first, index 0 first at every level, infers the extents and proves
 /// them rectangular. Each sequence is asked for its length and, if it has two items or more, for all its items, to
-/// compare them and their lengths with each other, before its items are asked for again and visited.
+/// compare them and their lengths with each other, before its items are asked for again and visited. Arrays of this
+/// module are compared by their extents, of which a reshape can leave any number.
 ///
 /// The code of sequence classes runs meanwhile and may do anything; no borrowed object is kept. Depth costs heap
 /// and no stack.
@@ -54,14 +57,15 @@ private:
     bool visit(PyRef value);
     bool visitScalar(PyObject* scalar);
     bool enter(PyRef sequence);
-    bool isEmptyOwnArray(PyObject* value) const;
-    bool passEmptyOwnArray(const OCppPyArray& array);
+    bool measureOwnArray(const OCppPyArray& array, Py_ssize_t& length, bool& isPassed);
+    bool passEmptyOwnArray(const Selection& selection);
     bool settleExtent(std::size_t depth, std::size_t length);
     bool leave();
     bool isRectangular() const;
 
     Sink& m_sink;
     Dims& m_dims;
+    FetchedItemsWatch m_watch;
     std::vector<Level> m_levels;
     std::size_t m_leafDepth = 0; ///< depth of the first scalar below the top, 0 until one was met
     bool m_reserved = false;

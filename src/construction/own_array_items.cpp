@@ -13,7 +13,7 @@ std::optional<OwnArrayItems> OwnArrayItems::of(PyObject* value) {
     if (!selection.isInside || selection.elementCount == 0)
         return std::nullopt;
     const char format = TypeAsChar[array->supportedArrayEnum()];
-    return OwnArrayItems{std::move(selection), array->wrapper().elements(), format, array->isComplex()};
+    return OwnArrayItems{std::move(selection), array->wrapper(), format, array->isComplex()};
 }
 
 } // namespace orvane::python

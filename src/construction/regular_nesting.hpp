@@ -9,6 +9,7 @@
 #include <span>
 
 #include "elements/conversion.hpp"
+#include "vocabulary/caller_code.hpp"
 
 namespace orvane::python {
 
@@ -61,13 +62,14 @@ enum class ElementOrder { RowMajor, ColumnMajor };
 /// Reads a nested value into elements, checking on the way that it has the extents told. In column-major order a
 /// group of outer items is read side by side, so that each cache line of the target is filled at once.
 ///
-/// No code of the caller's runs: types are compared exactly and nothing is called on the objects.
+/// Types are compared exactly and nothing is called on the objects, so that no code of the caller's runs; but for the
+/// handlers of signals, at which nothing but the value itself is held on to.
 template <class T, bool isConstruction>
 class RegularReader {
 public:
-    RegularReader(const RegularNesting& nesting, ElementOrder order, T* target) noexcept
-        : m_extents(nesting.extents()), m_groupSize(order == ElementOrder::ColumnMajor ? maxGroupSize : 1),
-          m_target(target) {
+    /// At most `RegularNesting::maxRank` extents, none of them 0, which outlive the reader.
+    RegularReader(std::span<const std::size_t> extents, ElementOrder order, T* target) noexcept
+        : m_extents(extents), m_groupSize(order == ElementOrder::ColumnMajor ? maxGroupSize : 1), m_target(target) {
         std::size_t stride = 1;
         const std::size_t rank = m_extents.size();
         for (std::size_t i = 0; i < rank; ++i) {
@@ -77,30 +79,65 @@ public:
         }
     }
 
-    /// False when something irregular or unconvertible was met; the target is then partly filled.
+    /// False when something irregular or unconvertible was met, or with an error set by a signal's handler; the target
+    /// is then partly filled.
     bool read(PyObject* value) const {
         // Levels of a single list cannot be grouped; those inside can.
         std::size_t level = 0;
-        auto items = exactItems(value);
-        while (m_extents[level] == 1 && level + 1 < m_extents.size()) {
-            items = exactItems(items.front());
+        while (m_extents[level] == 1 && level + 1 < m_extents.size())
             ++level;
-        }
-        if (level + 1 == m_extents.size())
-            return readNumbers(level, {items.data()}, 1, 0);
-        for (std::size_t i = 0; i < items.size(); i += m_groupSize) {
-            const std::size_t members = std::min(m_groupSize, items.size() - i);
-            if (!readLists(level + 1, &items[i], members, i * m_strides[level]))
-                return false;
-        }
-        return true;
+        return level + 1 == m_extents.size() ? readFlat(value, level) : readGroups(value, level);
     }
 
 private:
     /// A cache line's worth of elements; more lists at a time would be too many to read from side by side.
     static constexpr std::size_t maxGroupSize = std::min<std::size_t>(8, 64 / sizeof(T));
+    /// So many numbers of a flat list are read between two looks for signals.
+    static constexpr std::size_t numbersTogether = std::size_t{1} << 20;
     /// For each member of a group, the items of its list.
     using GroupItems = std::array<PyObject* const*, maxGroupSize>;
+
+    /// The items of the list that lies `level` levels of single items below a value; nothing when there is none of the
+    /// length told.
+    std::span<PyObject* const> itemsBelow(PyObject* value, std::size_t level) const noexcept {
+        auto items = exactItems(value);
+        for (std::size_t above = 0; above < level && items.size() == 1; ++above)
+            items = exactItems(items.front());
+        return items.size() == m_extents[level] ? items : std::span<PyObject* const>();
+    }
+
+    /// Reads the list at the deepest level, when there is a single one.
+    [[gnu::noinline]] bool readFlat(PyObject* value, std::size_t level) const {
+        for (std::size_t start = 0; start < m_extents[level]; start += numbersTogether) {
+            if (start > 0 && PyErr_CheckSignals() != 0)
+                return false;
+            const auto items = itemsBelow(value, level);
+            if (items.empty())
+                return false;
+            T* target = m_target + start;
+            for (PyObject* const item : items.subspan(start, std::min(numbersTogether, items.size() - start))) {
+                if (!convertExactNumber<T, isConstruction>(item, *target++))
+                    return false;
+            }
+        }
+        return true;
+    }
+
+    bool readGroups(PyObject* value, std::size_t level) const {
+        std::size_t numbersOfItem = 1;
+        for (const std::size_t extent : m_extents.subspan(level + 1))
+            numbersOfItem *= extent;
+        PlainItemsWatch watch;
+        for (std::size_t i = 0; i < m_extents[level]; i += m_groupSize) {
+            const auto items = itemsBelow(value, level);
+            if (items.empty())
+                return false;
+            const std::size_t members = std::min(m_groupSize, items.size() - i);
+            if (!readLists(level + 1, &items[i], members, i * m_strides[level]) || !watch.pass(members * numbersOfItem))
+                return false;
+        }
+        return true;
+    }
 
     /// Reads one list per member of a group. The members' elements are neighbours in column-major order; those of
     /// the first begin at `offset`. Recursion ends at `RegularNesting::maxRank`.

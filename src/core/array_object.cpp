@@ -27,7 +27,7 @@ PyObject* newViewObject(const OCppPyArray& source, MakeChain makeChain) {
 PyObject* allocOCPyArray(PyTypeObject* type) {
     auto* block = static_cast<ArrayBlock*>(PyObject_Malloc(sizeof(ArrayBlock)));
     if (block == nullptr) {
-        setError(PyExc_RuntimeError, "unable to initialize C object.");
+        PyErr_NoMemory();
         return nullptr;
     }
     block->header.m_cppArray = nullptr;

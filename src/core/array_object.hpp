@@ -20,7 +20,7 @@ inline OCPyArray* getOCPyArrayFromPyObject(PyObject* object) {
     return reinterpret_cast<OCPyArray*>(object);
 }
 
-/// A shell with room for its core array; null with RuntimeError set.
+/// A shell with room for its core array; null with MemoryError set.
 PyObject* allocOCPyArray(PyTypeObject* type);
 /// Where `fillShell` makes the core array.
 void* roomForCoreArray(PyObject* shell) noexcept;

@@ -70,16 +70,20 @@ const std::byte* ODArrayWrapper::dataElements() const {
     return static_cast<const std::byte*>(m_array.elements());
 }
 
-ODArrayWrapper::Exported ODArrayWrapper::exportElements(bool isSnapshot) {
+void* ODArrayWrapper::pinElements(bool isSnapshot) {
     if (!isSplit() && !isSnapshot) {
         if (!data::elementsNeverMove())
             copyMirror();
         else if (m_array.useCount() > 1)
             replaceDataArrayByCopy();
     }
-    if (std::find(m_exportedLayouts.begin(), m_exportedLayouts.end(), m_layout) == m_exportedLayouts.end())
-        m_exportedLayouts.push_back(m_layout);
-    return {m_mirrorElements, m_layout.get()};
+    return m_mirrorElements;
+}
+
+ODArrayWrapper::Exported ODArrayWrapper::exportElements(bool isSnapshot) {
+    void* const elements = pinElements(isSnapshot);
+    m_layout = *m_exportedLayouts.insert(m_layout).first;
+    return {elements, m_layout.get()};
 }
 
 void ODArrayWrapper::reshape(std::shared_ptr<const Layout> layout) {
@@ -87,11 +91,8 @@ void ODArrayWrapper::reshape(std::shared_ptr<const Layout> layout) {
     if (isSplit() && m_layout->elementCount() > 0) // an empty block may be null
         std::memcpy(m_mirrorElements, dataElements(), static_cast<std::size_t>(m_layout->sizeInBytes()));
     // Extents that were exported before serve again, so that reshaping back and forth does not pile them up.
-    for (const auto& exported : m_exportedLayouts) {
-        if (exported->shape() == layout->shape())
-            layout = exported;
-    }
-    m_layout = std::move(layout);
+    const auto exported = m_exportedLayouts.find(layout);
+    m_layout = exported != m_exportedLayouts.end() ? *exported : std::move(layout);
     m_hasOutdatedExtents = true;
 }
 

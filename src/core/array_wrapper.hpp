@@ -5,8 +5,8 @@
 #include <cstring>
 #include <memory>
 #include <optional>
+#include <set>
 #include <utility>
-#include <vector>
 
 #include "core/layout.hpp"
 #include "data_client/array.hpp"
@@ -55,13 +55,15 @@ public:
     /// The elements as native code sees them.
     const std::byte* dataElements() const;
 
+    /// The mirror, which from now on stays where it is. `isSnapshot` says that this wrapper is never assigned to, so
+    /// that it may go on sharing its data array with others.
+    void* pinElements(bool isSnapshot);
     /// What an export shares with its consumer.
     struct Exported {
         void* buf;
         const Layout* layout; ///< lives as long as the wrapper
     };
-    /// Hands out the mirror; from then on it stays where it is. `isSnapshot` says that this wrapper is never
-    /// assigned to, so that it may go on sharing its data array with others.
+    /// The pinned mirror and its description.
     Exported exportElements(bool isSnapshot);
 
     /// Gives the elements new extents of the same product. No element moves.
@@ -83,6 +85,12 @@ public:
     data::impl::ArrayImpl* handOut();
 
 private:
+    struct ByShape {
+        bool operator()(const std::shared_ptr<const Layout>& a, const std::shared_ptr<const Layout>& b) const noexcept {
+            return a->shape() < b->shape();
+        }
+    };
+
     bool isSplit() const noexcept { return m_mirrorOwner.has_value(); }
     void replaceDataArrayByCopy();
     void copyMirror();
@@ -96,7 +104,7 @@ private:
     std::byte* m_dataElements;                ///< good for writing after `prepareForWriting`
     std::byte* m_mirrorElements;
     std::shared_ptr<const Layout> m_layout;
-    std::vector<std::shared_ptr<const Layout>> m_exportedLayouts; ///< consumers may still read them
+    std::set<std::shared_ptr<const Layout>, ByShape> m_exportedLayouts; ///< consumers may still read them
 };
 
 /// A new data array with a copy of the elements of `source`, in storage order, and the extents of `layout`.

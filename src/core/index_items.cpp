@@ -1,7 +1,9 @@
 #include "core/index_items.hpp"
 
 #include <algorithm>
+#include <limits>
 
+#include "vocabulary/caller_code.hpp"
 #include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
@@ -23,12 +25,18 @@ bool readPlainBound(PyObject* bound, Py_ssize_t absent, Py_ssize_t& value) {
     return false;
 }
 
-/// The short cut for the usual slices, which have no step: nothing in them can be refused and no code runs.
+/// The short cut for the usual slices, of plain integers: nothing in them can be refused and no code runs.
 bool readPlainSlice(PyObject* slice, UnpackedSlice& bounds) {
     const auto* object = reinterpret_cast<const PySliceObject*>(slice);
-    bounds.step = 1;
-    return object->step == Py_None && readPlainBound(object->start, 0, bounds.start) &&
-           readPlainBound(object->stop, PY_SSIZE_T_MAX, bounds.stop);
+    if (!readPlainBound(object->step, 1, bounds.step) || bounds.step == 0 || bounds.step == PY_SSIZE_T_MIN)
+        return false;
+    const bool isDownward = bounds.step < 0;
+    return readPlainBound(object->start, isDownward ? PY_SSIZE_T_MAX : 0, bounds.start) &&
+           readPlainBound(object->stop, isDownward ? PY_SSIZE_T_MIN : PY_SSIZE_T_MAX, bounds.stop);
+}
+
+long longestStep(bool isNegative) {
+    return isNegative ? std::numeric_limits<long>::min() : std::numeric_limits<long>::max();
 }
 
 } // namespace
@@ -48,9 +56,9 @@ SliceIndexItem SliceIndexItem::composedOnto(const SliceIndexItem& standing) cons
     SliceIndexItem composed;
     composed.m_start = standing.position(std::min(m_start, places - 1));
     composed.m_slice_len = std::min(m_slice_len, places);
-    // Only a slice of one place can carry a step whose product overflows, and there no step is ever taken.
+    // A step beyond 64 bits leads from any place inside an array out of it, and so does the longest one that there is.
     if (__builtin_mul_overflow(m_step, standing.m_step, &composed.m_step))
-        composed.m_step = 1;
+        composed.m_step = longestStep((m_step < 0) != (standing.m_step < 0));
     return composed;
 }
 
@@ -77,10 +85,12 @@ std::optional<UnpackedSlice> unpackSlice(PyObject* slice) {
         return bounds;
     // The step is read first. Where it cannot be read, or is zero, it is left at 0.
     bounds = {0, 0, 0};
-    if (PySlice_Unpack(slice, &bounds.start, &bounds.stop, &bounds.step) == 0)
+    const bool isRead = withRecursionCounted(
+        false, [&] { return PySlice_Unpack(slice, &bounds.start, &bounds.stop, &bounds.step) == 0; });
+    if (isRead)
         return bounds;
     if (bounds.step == 0)
-        setError(PyExc_ValueError, "slice step cannot be zero.");
+        replaceError(PyExc_ValueError, "slice step cannot be zero.");
     return std::nullopt;
 }
 

@@ -32,7 +32,7 @@ struct SliceIndexItem {
     /// This slice, read in the coordinates of `standing`, as one slice in the coordinates that `standing` has.
     /// It may have been measured against something longer than `standing`: its start is then drawn in to
     /// the last place, and it keeps as many positions as `standing` has at the most. An empty `standing`
-    /// stays as it is, whatever is asked of it.
+    /// stays as it is, whatever is asked of it. A step that 64 bits do not hold becomes the longest of its sign.
     SliceIndexItem composedOnto(const SliceIndexItem& standing) const noexcept;
 };
 

@@ -84,17 +84,17 @@ void copySelection(T* target, const std::byte* elements, const Selection& select
     while (outer < selection.rank() && selection.strides[outer] == run * selection.strides[0])
         run *= selection.counts[outer++];
 
-    const std::byte* source = elements + selection.origin;
+    unsigned long offset = selection.origin;
     DimensionVector<long> places(selection.rank(), 0);
     while (true) {
-        copyRun(target, source, run, selection.strides[0], refused);
+        copyRun(target, elements + offset, run, selection.strides[0], refused);
         target += run;
         std::size_t d = outer;
         for (; d < selection.rank(); ++d) {
-            source += selection.strides[d];
+            offset += static_cast<unsigned long>(selection.strides[d]);
             if (++places[d] < selection.counts[d])
                 break;
-            source -= selection.counts[d] * selection.strides[d];
+            offset -= static_cast<unsigned long>(selection.counts[d] * selection.strides[d]);
             places[d] = 0;
         }
         if (d >= selection.rank())

@@ -3,6 +3,7 @@
 #include <Python.h>
 
 #include <algorithm>
+#include <limits>
 
 namespace orvane::python {
 
@@ -18,6 +19,15 @@ bool liesInside(const Selection& selection) {
         (reach < 0 ? lowest : highest) += reach;
     }
     return lowest >= 0 && highest < selection.layout->sizeInBytes();
+}
+
+/// The bytes from one place of a slice to the next. The arithmetic of offsets wraps; so where no number of 64 bits
+/// tells the distance, it is half of the address space, which no two places inside are apart.
+long strideOfSlice(const SliceIndexItem& slice, long strideOfDimension) {
+    long stride = 0;
+    if (__builtin_mul_overflow(slice.m_step, strideOfDimension, &stride))
+        stride = std::numeric_limits<long>::min();
+    return stride;
 }
 
 } // namespace
@@ -47,12 +57,16 @@ Selection select(std::shared_ptr<const Layout> held, const Extents& integers, co
         selection.origin +=
             static_cast<unsigned long>(slice->m_start) * static_cast<unsigned long>(selection.strides[0]);
         selection.counts[0] = slice->m_slice_len;
-        selection.strides[0] = static_cast<long>(static_cast<unsigned long>(slice->m_step) *
-                                                 static_cast<unsigned long>(selection.strides[0]));
+        if (slice->m_slice_len > 1)
+            selection.strides[0] = strideOfSlice(*slice, selection.strides[0]);
     }
     const auto count = checkedProduct(std::span<const long>(selection.counts.data(), selection.counts.size()));
     selection.elementCount = count.value_or(0);
     selection.isInside = count && (*count == 0 || liesInside(selection));
+    if (count == 0) { // the strides of an array without elements may be any numbers
+        selection.origin = 0;
+        selection.strides.assign(selection.rank(), 0);
+    }
     return selection;
 }
 
@@ -65,8 +79,8 @@ Selection selectionIgnoringSlice(const OCppPyArray& view) {
     return select(view.wrapper().layout(), view.chain().integers(), nullptr);
 }
 
-bool SelectionOdometer::advance() noexcept {
-    for (std::size_t d = m_selection.rank(); d-- > 0;) {
+bool SelectionOdometer::advanceBefore(std::size_t dimension) noexcept {
+    for (std::size_t d = dimension; d-- > 0;) {
         m_offset += static_cast<unsigned long>(m_selection.strides[d]);
         if (++m_places[d] < m_selection.counts[d])
             return true;

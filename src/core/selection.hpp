@@ -12,6 +12,9 @@ namespace orvane::python {
 
 /// A regular selection of elements: `counts[i]` steps of `strides[i]` bytes along each free dimension i of a view,
 /// from the byte offset `origin`. Index order runs through the last dimension first.
+///
+/// Where it lies inside the elements, no walk through it can overflow: strides that are never stepped are small. One
+/// that does not fit 64 bits leads from every element to outside.
 struct Selection {
     std::shared_ptr<const Layout> layout; ///< what the strides were taken from; a reshape cannot free it
     Extents counts;
@@ -48,9 +51,14 @@ public:
     /// Byte offset of the element at the present position.
     unsigned long offset() const noexcept { return m_offset; }
     /// False once all positions have been passed.
-    bool advance() noexcept;
+    bool advance() noexcept { return advanceBefore(m_selection.rank()); }
+    /// The same by whole rows, along the last dimension, of which the first position is the present one.
+    bool advanceRow() noexcept { return advanceBefore(m_selection.rank() - 1); }
 
 private:
+    /// Steps on in the dimensions before the one told.
+    bool advanceBefore(std::size_t dimension) noexcept;
+
     const Selection& m_selection;
     Extents m_places;
     unsigned long m_offset;

@@ -21,8 +21,13 @@ inline bool readInteger(PyObject* integer, long long& value) noexcept {
         return true;
     }
 #else
-    // The size counts the digits of the magnitude and bears the sign; most integers have at most one digit.
+    // The size counts the digits of the magnitude and bears the sign; most integers have one digit. Zero has none, and
+    // there need be no room for one.
     const Py_ssize_t signedSize = Py_SIZE(integer);
+    if (signedSize == 0) {
+        value = 0;
+        return true;
+    }
     if (signedSize >= -1 && signedSize <= 1) {
         value = static_cast<long long>(signedSize) * static_cast<long long>(digits->ob_digit[0]);
         return true;

@@ -17,7 +17,8 @@ namespace orvane::python {
 namespace detail {
 
 /// The arguments of one constructor call with all objects that they consist of held. A dictionary in first place, when
-/// there are no keywords, stands for the keywords; it is copied, since reading the values may run code that changes it.
+/// there are no keywords, stands for the keywords. Dictionaries are copied where reading them may run code that changes
+/// them.
 class HeldArguments {
 public:
     /// False with TypeError set for unknown keywords and excess arguments.
@@ -26,14 +27,14 @@ public:
 
 private:
     PyRef m_positional;
-    PyRef m_keywords;
+    PyRef m_keywords; ///< known to nobody else
     PyRef m_objects[3];
     ConstructorArguments m_arguments;
 };
 
 /// Makes an array of element type `U` in a shell; false with an error set.
 template <class U>
-bool constructInto(PyObject* shell, const ConstructorArguments& arguments) {
+[[gnu::noinline]] bool constructInto(PyObject* shell, const ConstructorArguments& arguments) {
     std::optional<data::TypedArray<U>> array = createArrayFromConstructorArgs<U>(arguments);
     if (!array)
         return false;

@@ -51,7 +51,7 @@ public:
     Assignment(const OCppPyArray& array, PyObject* value)
         : m_array(array), m_layout(array.wrapper().layout()), m_integers(array.chain().integers()), m_value(value) {}
 
-    bool viaInteger(long rawIndex) {
+    bool via(long rawIndex) {
         IntegerIndexItem item{rawIndex};
         if (!item.normalize(m_layout->extent(activeDimension()))) {
             PyErr_Format(PyExc_IndexError, "index has an invalid value: %ld", rawIndex);
@@ -68,7 +68,7 @@ public:
                                                      : assignToIntegerIndexInnerDimension();
     }
 
-    bool viaSlice(const UnpackedSlice& bounds) {
+    bool via(const UnpackedSlice& bounds) {
         const SliceIndexItem item = bounds.measuredAgainst(m_layout->extent(activeDimension()));
         return activeDimension() + 1 == m_layout->rank() ? assignToSliceFinalDimension(item)
                                                          : assignToSliceInnerDimension(item);
@@ -107,7 +107,7 @@ private:
         if (!std::equal(dims.begin(), dims.end(), trailing.begin(), trailing.end(),
                         [](std::size_t a, long b) { return a == static_cast<std::size_t>(b); }))
             return refuse(PyExc_ValueError, differentShape);
-        return writeElements(wrapper(), select(m_layout, m_integers, nullptr), m_rightSide.elements());
+        return writeRightSide(nullptr);
     }
 
     bool assignToSliceFinalDimension(const SliceIndexItem& item) {
@@ -116,7 +116,7 @@ private:
         if (m_rightSide.governingDims().size() != 1 ||
             m_rightSide.elements().size() != static_cast<std::size_t>(item.m_slice_len))
             return refuse(PyExc_ValueError, differentShape);
-        return writeElements(wrapper(), select(m_layout, m_integers, &item), m_rightSide.elements());
+        return writeRightSide(&item);
     }
 
     bool assignToSliceInnerDimension(SliceIndexItem item) {
@@ -131,7 +131,13 @@ private:
             item = item.composedOnto(*slice);
         // Through an empty view the elements go to its start, as if it had one place.
         item.m_slice_len = std::max(item.m_slice_len, 1L);
-        const Selection target = select(m_layout, m_integers, &item);
+        return writeRightSide(&item);
+    }
+
+    /// Not inlined, to stay off the stack on which reading the right side has code of the caller's run.
+    [[gnu::noinline]] bool writeRightSide(const SliceIndexItem* slice) {
+        const std::span<const U> elements = m_rightSide.elements();
+        const Selection target = select(m_layout, m_integers, slice);
         if (!writeElements(wrapper(), target, elements))
             return false;
         return elements.size() == static_cast<std::size_t>(target.elementCount) ||
@@ -170,14 +176,20 @@ bool storeNumber(const OCppPyArray& array, long index, PyObject* value) {
     return true;
 }
 
+/// A function of its own for each element type: inlined together they would take the stack of all of them, for as long
+/// as code of the caller's runs inside.
+template <class U, class Subscript>
+[[gnu::noinline]] bool assignValue(const OCppPyArray& array, PyObject* value, const Subscript& subscript) {
+    return Assignment<U>(array, value).via(subscript);
+}
+
 bool assignViaInteger(const OCppPyArray& array, long index, PyObject* value) {
-    return visitElementTypeOf(array, [&]<class U>() {
-        return storeNumber<U>(array, index, value) || Assignment<U>(array, value).viaInteger(index);
-    });
+    return visitElementTypeOf(
+        array, [&]<class U>() { return storeNumber<U>(array, index, value) || assignValue<U>(array, value, index); });
 }
 
 bool assignViaSlice(const OCppPyArray& array, const UnpackedSlice& bounds, PyObject* value) {
-    return visitElementTypeOf(array, [&]<class U>() { return Assignment<U>(array, value).viaSlice(bounds); });
+    return visitElementTypeOf(array, [&]<class U>() { return assignValue<U>(array, value, bounds); });
 }
 
 bool assign(const OCppPyArray& array, PyObject* index, PyObject* value) {

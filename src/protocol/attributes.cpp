@@ -35,7 +35,7 @@ PyObject* OCPyArray_GetElementSize(PyObject* self, void*) {
         return nullptr;
     PyObject* size = PyLong_FromSsize_t(core->layout().elementSize());
     if (size == nullptr)
-        setError(PyExc_RuntimeError, "unable to return size of element.");
+        replaceError(PyExc_RuntimeError, "unable to return size of element.");
     return size;
 }
 

@@ -19,7 +19,7 @@ int fillView(PyObject* self, OCppPyArray& core, Py_buffer* view, int flags) {
     bool isSnapshot = false;
     ODArrayWrapper* source = core.exportSource(isSnapshot);
     if (source == nullptr) {
-        setError(PyExc_RuntimeError, "null data pointer.");
+        replaceError(PyExc_RuntimeError, "null data pointer.");
         view->obj = nullptr;
         return -1;
     }

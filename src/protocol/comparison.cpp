@@ -35,8 +35,6 @@ struct Side {
             selection.strides.assign(1, 0);
         }
     }
-
-    const std::byte* origin() const noexcept { return elements + selection.origin; }
 };
 
 /// What the nesting alone says: unequal, equal (nothing to compare), or that the elements decide.
@@ -116,18 +114,18 @@ bool selectionsEqual(const Side& a, const Side& b) {
     while (outer < counts.size() && aStrides[outer] == run * aStrides[0] && bStrides[outer] == run * bStrides[0])
         run *= counts[outer++];
 
-    const std::byte* aRun = a.origin();
-    const std::byte* bRun = b.origin();
+    unsigned long aRun = a.selection.origin;
+    unsigned long bRun = b.selection.origin;
     DimensionVector<long> places(counts.size(), 0);
-    while (runsEqual<A, B>(aRun, aStrides[0], bRun, bStrides[0], run)) {
+    while (runsEqual<A, B>(a.elements + aRun, aStrides[0], b.elements + bRun, bStrides[0], run)) {
         std::size_t d = outer;
         for (; d < counts.size(); ++d) {
-            aRun += aStrides[d];
-            bRun += bStrides[d];
+            aRun += static_cast<unsigned long>(aStrides[d]);
+            bRun += static_cast<unsigned long>(bStrides[d]);
             if (++places[d] < counts[d])
                 break;
-            aRun -= counts[d] * aStrides[d];
-            bRun -= counts[d] * bStrides[d];
+            aRun -= static_cast<unsigned long>(counts[d] * aStrides[d]);
+            bRun -= static_cast<unsigned long>(counts[d] * bStrides[d]);
             places[d] = 0;
         }
         if (d >= counts.size())

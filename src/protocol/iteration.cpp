@@ -55,7 +55,7 @@ PyObject* OCPyIterState::nextNumber() {
 }
 
 PyObject* OCPyIterState::next() {
-    if (!m_exhausted && m_numbers.isValidFor(m_view.wrapper()))
+    if (!m_exhausted && m_numbers.holds(m_place, m_view.wrapper()))
         return nextNumber();
     if (!m_exhausted && !m_view.hasActiveDimension()) // reshaped to fewer dimensions meanwhile
         m_exhausted = true;
@@ -88,7 +88,7 @@ PyObject* OCPyArray_GetIter(PyObject* self) {
         return nullptr;
     auto* block = static_cast<IteratorBlock*>(PyObject_Malloc(sizeof(IteratorBlock)));
     if (block == nullptr) {
-        setError(PyExc_RuntimeError, "unable to initialize C object.");
+        PyErr_NoMemory();
         return nullptr;
     }
     block->header.m_iterState = nullptr;

@@ -25,8 +25,9 @@ public:
     PyObject* next();
 
 private:
-    /// The short cut for numbers: where they lie under one layout, all of them inside the elements. It holds as long
-    /// as the array keeps that layout.
+    /// The short cut for numbers: where they lie under one layout, all of them inside the elements. It holds for places
+    /// below the count while the array has that layout; reshaped there and back, it has the layout again, and the walk
+    /// may have passed the count meanwhile.
     struct NumberWalk {
         std::shared_ptr<const Layout> layout; ///< null when there is no such walk
         unsigned long origin = 0;             ///< byte offset of the first
@@ -35,7 +36,9 @@ private:
         PyObject* (*read)(const std::byte* address, RecycledNumbers& numbers) = nullptr;
 
         static NumberWalk through(const OCppPyArray& view);
-        bool isValidFor(const ODArrayWrapper& wrapper) const noexcept { return layout == wrapper.layout(); }
+        bool holds(long place, const ODArrayWrapper& wrapper) const noexcept {
+            return place < count && layout == wrapper.layout();
+        }
     };
 
     PyObject* nextNumber();

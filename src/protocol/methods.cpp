@@ -78,9 +78,8 @@ PyObject* OCPyArray_BufferInfo(PyObject* self, PyObject*) {
     if (core == nullptr)
         return nullptr;
     return withMemoryErrors(static_cast<PyObject*>(nullptr), [&]() -> PyObject* {
-        const auto exported = core->wrapper().exportElements(false);
-        PyRef address = PyRef::steal(PyLong_FromVoidPtr(exported.buf));
-        PyRef count = PyRef::steal(PyLong_FromSsize_t(exported.layout->elementCount()));
+        PyRef address = PyRef::steal(PyLong_FromVoidPtr(core->wrapper().pinElements(false)));
+        PyRef count = PyRef::steal(PyLong_FromSsize_t(core->layout().elementCount()));
         return address && count ? PyTuple_Pack(2, address.get(), count.get()) : nullptr;
     });
 }

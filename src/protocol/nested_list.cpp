@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "protocol/element_objects.hpp"
+#include "vocabulary/caller_code.hpp"
 #include "vocabulary/py_ref.hpp"
 
 namespace orvane::python {
@@ -22,6 +23,8 @@ public:
         // Lists below the outermost belong to the list above them from the start; the levels only borrow.
         m_levels.push_back({outermost.get(), 0, m_selection.origin});
         while (!m_levels.empty()) {
+            if (!m_watch.pass())
+                return nullptr;
             const std::size_t depth = m_levels.size() - 1;
             Level& level = m_levels.back();
             if (depth + 1 == m_selection.rank()) {
@@ -68,6 +71,8 @@ private:
         return true;
     }
 
+    /// So many numbers of a list are made between two looks for signals.
+    static constexpr long numbersTogether = 1L << 20;
     /// Elements of one list mostly lie far from each other, and the processor does not see which come next.
     static constexpr long elementsAhead = 16;
 
@@ -76,21 +81,28 @@ private:
         const std::size_t last = m_selection.rank() - 1;
         const long count = m_selection.counts[last];
         const long stride = m_selection.strides[last];
-        // Making a list may have run code that wrote to the array: where the elements lie is asked for every list.
-        const std::byte* const first = m_array.wrapper().elements() + level.offset;
-        for (long i = 0; i < count; ++i) {
-            __builtin_prefetch(first + std::min(i + elementsAhead, count - 1) * stride);
-            PyObject* number = toPyObject(loadElement<T>(first + i * stride));
-            if (number == nullptr)
+        for (long i = 0; i < count;) {
+            // Making a list or answering a signal may have run code that wrote to the array: where the elements lie is
+            // asked anew.
+            const std::byte* const first = m_array.wrapper().elements() + level.offset;
+            const long end = std::min(count - i, numbersTogether) + i;
+            for (; i < end; ++i) {
+                __builtin_prefetch(first + std::min(i + elementsAhead, count - 1) * stride);
+                PyObject* number = toPyObject(loadElement<T>(first + i * stride));
+                if (number == nullptr)
+                    return false;
+                PyList_SET_ITEM(level.list, i, number);
+            }
+            if (i < count && !m_watch.pass(static_cast<unsigned long>(numbersTogether)))
                 return false;
-            PyList_SET_ITEM(level.list, i, number);
         }
-        return true;
+        return m_watch.pass(static_cast<unsigned long>(count % numbersTogether));
     }
 
     const OCppPyArray& m_array;
     const Selection& m_selection;
     boost::container::small_vector<Level, commonRank> m_levels;
+    PlainItemsWatch m_watch;
 };
 
 } // namespace

@@ -16,7 +16,7 @@ PyObject* OCPyArray_Reduce(PyObject* self, PyObject*) {
     if (!keywords)
         return nullptr;
     if (core->isComplex() && PyDict_SetItemString(keywords.get(), "is_complex", Py_True) == -1) {
-        setError(PyExc_RuntimeError, "unable to insert 'is_complex' value into dict.");
+        replaceError(PyExc_RuntimeError, "unable to insert 'is_complex' value into dict.");
         return nullptr;
     }
     const PyRef elements = PyRef::steal(withMemoryErrors(

@@ -5,6 +5,7 @@
 
 #include "core/array_object.hpp"
 #include "vocabulary/boundary.hpp"
+#include "vocabulary/caller_code.hpp"
 #include "vocabulary/py_ref.hpp"
 #include "vocabulary/python_values.hpp"
 #include "vocabulary/type_objects.hpp"
@@ -14,7 +15,7 @@ namespace orvane::python {
 namespace {
 
 void raiseNoExtents() {
-    setError(PyExc_ValueError, "reshape() must be passed a nonempty sequence of nonnegative integers.");
+    replaceError(PyExc_ValueError, "reshape() must be passed a nonempty sequence of nonnegative integers.");
 }
 
 /// The extents that a sequence of at least two integers gives, without trailing ones; empty with an error set.
@@ -25,10 +26,15 @@ std::vector<long> getDimsFromReshapeArg(PyObject* arg) {
         return {};
     }
     std::vector<long> dims;
+    FetchedItemsWatch watch;
     for (Py_ssize_t i = 0; i < length; ++i) {
+        if (!watch.pass())
+            return {};
         const PyRef item = PyRef::steal(PySequence_GetItem(arg, i));
         if (!item) {
-            PyErr_Format(PyExc_RuntimeError, "Item %zd could not be retrieved from the value passed to reshape().", i);
+            if (mayReplaceError())
+                PyErr_Format(PyExc_RuntimeError, "Item %zd could not be retrieved from the value passed to reshape().",
+                             i);
             return {};
         }
         const Py_ssize_t extent = pyObjectIsLong(item.get()) ? PyLong_AsSsize_t(item.get()) : -1;
@@ -57,7 +63,10 @@ std::vector<long> getDimsFromArguments(PyObject* args) {
         raiseNoExtents();
         return {};
     }
-    return getDimsFromReshapeArg(only.get());
+    // Reading it may run code of the caller's that comes back here.
+    using Dims = std::vector<long>;
+    return withRecursionCounted(
+        Dims(), [&] { return withMemoryErrors(Dims(), [&] { return getDimsFromReshapeArg(only.get()); }); });
 }
 
 /// False with ShapeError set when the extents do not hold exactly the elements that there are.

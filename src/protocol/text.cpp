@@ -7,6 +7,7 @@
 #include "core/selection.hpp"
 #include "protocol/number_text.hpp"
 #include "vocabulary/boundary.hpp"
+#include "vocabulary/caller_code.hpp"
 
 namespace orvane::python {
 
@@ -29,13 +30,15 @@ std::size_t countPunctuation(const Selection& selection) {
     return characters;
 }
 
-/// Writes a selection, inside the elements, in nested form. Works through any number of dimensions.
+/// Writes a selection, inside the elements, in nested form. Works through any number of dimensions. False with an error
+/// set when the handler of a signal has raised one.
 template <class T>
-void appendNested(std::string& text, const Selection& selection, const std::byte* elements) {
+bool appendNested(std::string& text, const Selection& selection, const ODArrayWrapper& wrapper) {
     const std::size_t last = selection.rank() - 1;
     DimensionVector<long> places(selection.rank(), 0);
-    const std::byte* source = elements + selection.origin;
+    unsigned long offset = selection.origin;
     std::size_t depth = 0;
+    PlainItemsWatch watch;
     text += '[';
     while (true) {
         if (depth < last && places[depth] < selection.counts[depth]) {
@@ -44,20 +47,22 @@ void appendNested(std::string& text, const Selection& selection, const std::byte
             continue;
         }
         if (depth == last) {
-            const std::byte* element = source;
             for (long i = 0; i < selection.counts[last]; ++i) {
                 if (i > 0)
                     text += ',';
-                appendNumber(text, loadElement<T>(element));
-                element += selection.strides[last];
+                appendNumber(text, loadElement<T>(wrapper.elements() + offset + i * selection.strides[last]));
+                if (!watch.pass())
+                    return false;
             }
         } else {
-            source -= selection.counts[depth] * selection.strides[depth];
+            offset -= static_cast<unsigned long>(selection.counts[depth] * selection.strides[depth]);
         }
         text += ']';
         if (depth == 0)
-            return;
-        source += selection.strides[--depth];
+            return true;
+        if (!watch.pass())
+            return false;
+        offset += static_cast<unsigned long>(selection.strides[--depth]);
         if (++places[depth] < selection.counts[depth])
             text += ',';
     }
@@ -75,7 +80,8 @@ PyObject* textFormAsPyObject(const OCppPyArray& array, bool withTypeName) {
         text.append("orvane.")
             .append(elementTable[static_cast<std::size_t>(array.supportedArrayEnum())].name)
             .append("(");
-    visitElementTypeOf(array, [&]<class T>() { appendNested<T>(text, selection, array.wrapper().elements()); });
+    if (!visitElementTypeOf(array, [&]<class T>() { return appendNested<T>(text, selection, array.wrapper()); }))
+        return nullptr;
     if (withTypeName)
         text += array.isComplex() ? ", is_complex=True)" : ")";
     return PyUnicode_DecodeASCII(text.data(), static_cast<Py_ssize_t>(text.size()), nullptr);

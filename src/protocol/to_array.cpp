@@ -10,6 +10,7 @@
 #include "protocol/iteration.hpp"
 #include "protocol/methods.hpp"
 #include "vocabulary/boundary.hpp"
+#include "vocabulary/caller_code.hpp"
 #include "vocabulary/error_state.hpp"
 #include "vocabulary/py_ref.hpp"
 #include "vocabulary/python_values.hpp"
@@ -36,11 +37,11 @@ void packRun(std::byte* target, const std::byte* source, long count, long stride
         std::memcpy(target, source, static_cast<std::size_t>(count) * sizeof(T));
         return;
     }
-    for (long i = 0; i < count; ++i, source += stride, target += sizeof(T)) {
-        T element = loadElement<T>(source);
+    for (long i = 0; i < count; ++i) {
+        T element = loadElement<T>(source + i * stride);
         if constexpr (std::is_same_v<T, float>)
             element = quieted(element);
-        std::memcpy(target, &element, sizeof(T));
+        std::memcpy(target + i * static_cast<long>(sizeof(T)), &element, sizeof(T));
     }
 }
 
@@ -70,8 +71,8 @@ PyObject* arrayOfItems(const OCppPyArray& array, PyObject* iterator) {
 }
 
 /// What the caller is told when `array.array` did not take the elements; why, goes to standard error.
-void replaceError(const OCppPyArray& array) {
-    if (PyErr_ExceptionMatches(PyExc_MemoryError) != 0)
+void replaceErrorOfArrayArray(const OCppPyArray& array) {
+    if (!mayReplaceError())
         return;
     printAndClearErrorIfAny();
     setError(PyExc_RuntimeError, hasOneFreeDimension(array)
@@ -92,7 +93,7 @@ PyObject* newArrayArray(PyObject* self, const OCppPyArray& core) {
         array = arrayOfItems(core, iterator.get());
     }
     if (array == nullptr)
-        replaceError(core);
+        replaceErrorOfArrayArray(core);
     return array;
 }
 
@@ -102,7 +103,9 @@ PyObject* OCPyArray_ToArrayArray(PyObject* self, PyObject*) {
     const OCppPyArray* core = requireCoreArray(self);
     if (core == nullptr)
         return nullptr;
-    return withMemoryErrors(static_cast<PyObject*>(nullptr), [&] { return newArrayArray(self, *core); });
+    constexpr PyObject* failure = nullptr;
+    return withRecursionCounted(failure,
+                                [&] { return withMemoryErrors(failure, [&] { return newArrayArray(self, *core); }); });
 }
 
 } // namespace orvane::python

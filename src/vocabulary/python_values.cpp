@@ -1,5 +1,6 @@
 #include "vocabulary/python_values.hpp"
 
+#include "vocabulary/caller_code.hpp"
 #include "vocabulary/py_ref.hpp"
 
 namespace orvane::python {
@@ -19,21 +20,40 @@ bool conversionFailed(bool gaveErrorValue) {
 PyRef siblingAt(PyObject* sequence, Py_ssize_t i) {
     PyRef item = PyRef::steal(PySequence_GetItem(sequence, i));
     if (!item)
-        setError(PyExc_RuntimeError, "null data pointer.");
+        replaceError(PyExc_RuntimeError, "null data pointer.");
     return item;
 }
 
 } // namespace
 
+bool mayReplaceError() {
+    const PyObject* const pending = PyErr_Occurred();
+    return pending == nullptr ||
+           (PyErr_ExceptionMatches(PyExc_MemoryError) == 0 && PyErr_ExceptionMatches(PyExc_RecursionError) == 0 &&
+            PyErr_ExceptionMatches(PyExc_KeyboardInterrupt) == 0);
+}
+
 void printAndClearErrorIfAny() {
-    if (PyErr_Occurred() != nullptr)
-        PyErr_Print();
+    if (PyErr_Occurred() == nullptr)
+        return;
+    if (PyErr_ExceptionMatches(PyExc_SystemExit) == 0)
+        return PyErr_Print();
+    // For this one `PyErr_Print` would end the process.
+    PyObject* type = nullptr;
+    PyObject* value = nullptr;
+    PyObject* traceback = nullptr;
+    PyErr_Fetch(&type, &value, &traceback);
+    PyErr_NormalizeException(&type, &value, &traceback);
+    PyErr_Display(type, value, traceback);
+    Py_XDECREF(type);
+    Py_XDECREF(value);
+    Py_XDECREF(traceback);
 }
 
 PyObject* makePyObjectFromLong(long value) {
     PyObject* object = PyLong_FromLong(value);
     if (object == nullptr)
-        setError(PyExc_RuntimeError, "unable to construct Python object from integer.");
+        replaceError(PyExc_RuntimeError, "unable to construct Python object from integer.");
     return object;
 }
 
@@ -60,9 +80,10 @@ SequenceLength getLengthOfPySequence(PyObject* object) {
     if (firstLength < 0)
         return {true, -1};
 
+    FetchedItemsWatch watch;
     for (Py_ssize_t i = 1; i < length; ++i) {
         const PyRef item = siblingAt(object, i);
-        if (!item)
+        if (!item || !watch.pass())
             return {true, -1};
         if ((PySequence_Check(item.get()) != 0) != firstIsSequence)
             return {false, length};

@@ -42,7 +42,17 @@ inline void setError(PyObject* exceptionType, const std::string& message) {
     PyErr_SetString(exceptionType, message.c_str());
 }
 
-/// Prints the pending error, if there is one, to standard error and clears it.
+/// Whether the pending error, if there is one, may give way to this system's own words, where they are the same
+/// whatever lay behind. Want of memory, exhausted recursion and the user's interrupt may not: they are no fault of what
+/// is read.
+bool mayReplaceError();
+/// Raises in place of the pending error, where that may be.
+inline void replaceError(PyObject* exceptionType, const char* message) {
+    if (mayReplaceError())
+        setError(exceptionType, message);
+}
+
+/// Prints the pending error, if there is one, to standard error and clears it. The process goes on, whatever it is.
 void printAndClearErrorIfAny();
 
 /// New reference, or null with RuntimeError set.

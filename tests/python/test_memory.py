@@ -10,6 +10,7 @@ import array
 import copy
 import ctypes
 import gc
+import itertools
 import os
 import pickle
 import sys
@@ -63,7 +64,7 @@ pickle.loads(pickle.dumps(a)); double(); double(5); double([[1, 2], [3, 4]]); do
 double(size=(2, 2)); double(vector=[1, 2, 3]); double(vector=range(4), size=(2, 2)); double(buffer)
 double(rows, size=(2, 2)); double({"initializer": [1.0], "is_complex": True}); double({}, [1])
 double(a); uint8(b""); double([[1j, 2]], is_complex=True); double(exporter)
-double(Sequence([1, 2]))
+double(Sequence([1, 2])); empty.reshape(0, next(count)).buffer_info()
 """
 
 WRITES = """
@@ -119,6 +120,8 @@ def names():
         "uneven": Exporter(bytes(12), "d", 8),
         **{c.__name__: c for c in (Sequence, numpy, copy, pickle)},
         "BIG": BIG,
+        "empty": orvane.double(),
+        "count": itertools.count(1),
     }
 
 

@@ -1,0 +1,198 @@
+"""What ended the process, hung, or told less than it knew: each row did so once."""
+
+from __future__ import annotations
+
+import subprocess
+import sys
+
+import pytest
+
+import orvane
+from support import check, grid, refused, table
+
+PROLOGUE = """
+import array, gc, io, resource, signal, sys
+make, array.array = array.array, lambda *given: make(*given)
+import orvane
+from orvane import double, int8, single
+resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+
+class Items:
+    def __init__(self, item, length=2): self.item, self.length = item, length
+    def __len__(self): return self.length
+    def __getitem__(self, i): return self.item(self)
+class Bound:
+    def __init__(self, use): self.use = use
+    def __index__(self): return self.use(self) and 0
+def told(use):
+    try: return str(use())
+    except BaseException as error: return f"{type(error).__name__}: {error}".strip(": ")
+"""
+
+
+def run(program):
+    """What a program says in a process of its own, one line a thing."""
+    command = [sys.executable, "-c", PROLOGUE + program]
+    done = subprocess.run(command, capture_output=True, text=True, timeout=20)
+    assert (done.returncode, done.stderr) == (0, "")
+    return done.stdout.splitlines()
+
+
+REENTRANT = """
+a.__setitem__(0, Items(lambda s: a.__setitem__(0, s)))
+a.__setitem__(slice(1), Items(lambda s: a.__setitem__(slice(1), s)))
+double(Items(lambda s: double(s)))
+double(Items(lambda s: double(s, is_complex=True)), is_complex=True)
+double(vector=Items(lambda s: double(vector=s)))
+double(size=Items(lambda s: double(size=s)))
+a.reshape(Items(lambda s: a.reshape(s)))
+a[Bound(lambda s: a[s:]):]
+a[::Bound(lambda s: a[::s])]
+a.__setitem__(slice(Bound(lambda s: a.__setitem__(slice(s), 5))), 5)
+row.toarray()
+""".strip().splitlines()
+
+
+@pytest.mark.parametrize("limit", [2_000, 50_000])
+def test_code_that_comes_back_meets_the_limit_of_recursion(limit):
+    assert run(f"""
+make = lambda *_: row.toarray()
+sys.stderr = io.StringIO()  # toarray says there what failed
+sys.setrecursionlimit({limit})
+a, row = double(size=(2, 2)), double(size=(2, 2))[0]
+for text in {REENTRANT}:
+    print(told(lambda: eval(text))[:14])
+""") == ["RecursionError"] * len(REENTRANT)
+
+
+PASSED_ON = """
+double([Items(fail)])
+double(Items(fail))
+double(Items(fail, 1))
+double(vector=Items(fail))
+double(size=Items(fail))
+double(size=(2, 2))[Bound(fail):]
+double(size=(2, 2))[::Bound(fail)]
+double(size=(2, 2)).__setitem__(0, Items(fail))
+double(size=(2, 2)).reshape(Items(fail))
+""".strip().splitlines()
+
+
+@pytest.mark.parametrize("error", ["MemoryError", "RecursionError", "KeyboardInterrupt"])
+def test_errors_that_no_words_of_ours_replace(error):
+    assert run(f"""
+class Own({error}): pass
+def fail(_): raise Own("mine")
+for text in {PASSED_ON}:
+    print(told(lambda: eval(text)))
+""") == ["Own: mine"] * len(PASSED_ON)
+
+
+def test_the_interpreters_allocators_may_refuse_anything():
+    pytest.importorskip("_testcapi")
+    assert run("""
+from _testcapi import remove_mem_hooks, set_nomemory
+a, z = double([[1, 2], [3, 4]]), double([[1j]], is_complex=True)
+answers = set()
+for use in (a.clone, z.real, a.noncomplex, double, z.__reduce__, a.buffer_info, lambda: a[0],
+    lambda: a[:], lambda: iter(a), lambda: next(iter(a)), lambda: double([1]), lambda: a.size,
+    lambda: a[0].toarray(), lambda: memoryview(a[:]), lambda: double(size=[2, 2])):
+    for first in range(12):
+        error = None
+        set_nomemory(first, first + 1)
+        try:
+            try: use()
+            except BaseException as caught: error = caught
+        finally: remove_mem_hooks()
+        answers.add((type(error).__name__, str(error).partition(" with ")[0]))
+print(answers - {("NoneType", "None"), ("MemoryError", ""),
+    ("MemoryError", "unable to allocate memory for array")})
+""") == ["set()"]
+
+
+PROGRAMS = {
+    "an iterator that has passed the end of a layout that comes back": """
+a = double(size=(4000, 2))
+row = iter(a[0]); a.buffer_info(); next(row)
+a.reshape(2, 4000)
+for _ in range(3000): next(row)
+a.reshape(4000, 2)
+print(told(lambda: next(row)))
+> IndexError: index has an invalid value: 3001
+""",
+    "a stale view of enormous length": """
+A = single(size=(10**18, 0)); s = A[:]; A.reshape(0, 2)
+for use in (lambda: double(s), lambda: double([s]), lambda: double(size=(2, 2)).__setitem__(0, s)):
+    print(told(use)[:26], end=" ")
+> RuntimeError: null data po RuntimeError: null data po RuntimeError: null data po
+""",
+    "values beyond what size can take": """
+print(told(lambda: double(range(10**18), size=(5, 2)))[:61])
+print(told(lambda: int8(range(10**18), size=(5, 2)))[:26])
+def answer(*_): raise TimeoutError
+signal.signal(signal.SIGALRM, answer)
+for use in (lambda: double([range(10**18)], size=(5, 2)), lambda: double(size=range(1, 10**18)),
+    lambda: str(double(size=(10**8, 0))), lambda: double(size=(10**8, 0)).__reduce__()):
+    signal.setitimer(signal.ITIMER_REAL, 0.1)
+    print(told(use), end=" ")
+> ShapeError: dimensions of initializer (1000000000000000000) d
+> OverflowError: value (128)
+> TimeoutError TimeoutError TimeoutError TimeoutError
+""",
+    "an array class that leaves": """
+def make(*_): raise SystemExit(3)
+sys.stderr = io.StringIO()
+print(told(double([1.0])[0].toarray))
+print(sys.stderr.getvalue().splitlines()[-1])
+> RuntimeError: toarray() failed.
+> SystemExit: 3
+""",
+    "keys that empty the dictionary in which they are looked up": """
+class Key(str):
+    __hash__ = str.__hash__
+    def __eq__(self, other):
+        for d in gc.get_objects():
+            if type(d) is dict and any(type(key) is Key for key in d): d.clear()
+        early.extend(gone)
+        return str.__eq__(self, other)
+class Values(list):
+    def __del__(self): gone.append("gone")
+for call in (lambda d: double(**d), double):
+    gone, early = [], []
+    print(told(lambda: call({"initializer": Values([1.0]), Key("size"): (1, 1)})), early)
+> [[1.0]] []
+> [[1.0]] []
+""",
+}
+
+
+@pytest.mark.parametrize("text", PROGRAMS.values(), ids=PROGRAMS)
+def test_programs(text):
+    program, *answers = text.split("\n>")
+    assert [line.strip() for line in run(program)] == [answer.strip() for answer in answers]
+
+
+@table("""
+str(a[1:0:-2**60]) -> '[[1.0,3.0]]'
+str(int16([[1, 2], [3, 4]])[::2**62]) -> '[[1,2]]'
+a[0][1:0:-2**59].toarray().tolist() -> [2.0]
+a[1:0:-2**60] == a[1:0:-1] -> True
+a[1:0:-2**60].clone() -> [[1.0, 3.0]]
+a[1:0:-2**60].__reduce__()[1][1] -> [[0.0, 2.0], [1.0, 3.0]]
+str(int8(size=(10, 10**18, 2, 0))[9][9]) -> '[[],[]]'
+double(size=(10**9, 10**18, 0))[-1][-1].__reduce__()[1][1] -> []
+double([int.from_bytes(bytes(4), 'big')]) -> [[0.0]]
+""")
+def test_places_and_numbers_that_need_care(expression, answer):
+    check(expression, answer, a=grid(2, 2))
+
+
+def test_a_composed_step_beyond_64_bits_leads_outside():
+    try:
+        a = orvane.int8(size=(3_100_000_000, 1))
+    except MemoryError:
+        pytest.skip("needs an address space of 3 GB")
+    step = 3_050_000_000
+    with refused(RuntimeError, "unable to set value."):
+        a[::step][::step] = [1, 2]
+    assert (a[0][0], a[1][0], a[step][0]) == (1, 0, 0)
