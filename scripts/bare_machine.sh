@@ -62,7 +62,14 @@ trap 'rm -rf --one-file-system "$machine"' EXIT
 
 if [[ ! -f $base ]]; then
     say "Making a base of $suite from $mirror"
-    debootstrap --variant=minbase --components="$components" "$suite" "$machine" "$mirror" >"$output/debootstrap.log" ||
+    # A suite that is younger than this machine's debootstrap is made as its distribution's earlier ones are.
+    recipe=()
+    if [[ ! -e ${DEBOOTSTRAP_DIR:-/usr/share/debootstrap}/scripts/$suite ]]; then
+        recipe=(sid)
+        [[ $mirror != *ubuntu* ]] || recipe=(gutsy)
+    fi
+    debootstrap --variant=minbase --components="$components" "$suite" "$machine" "$mirror" "${recipe[@]}" \
+        >"$output/debootstrap.log" ||
         die "debootstrap failed; what it said stands in $output/debootstrap.log"
     tar -C "$machine" --one-file-system -cf "$base.part" .
     mv "$base.part" "$base"
