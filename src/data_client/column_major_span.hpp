@@ -17,13 +17,6 @@
 #include <mdspan>
 #endif
 
-// Says that what a function returns does not point into the object that it was called on.
-#if defined(__has_cpp_attribute) && __has_cpp_attribute(gnu::no_dangling)
-#define ORVANE_POINTS_ELSEWHERE [[gnu::no_dangling]]
-#else
-#define ORVANE_POINTS_ELSEWHERE
-#endif
-
 namespace orvane::data {
 
 /// Elements in column-major order: the first subscript runs fastest, and one step in dimension `d` is
@@ -57,9 +50,16 @@ public:
     const std::vector<std::size_t>& extents() const noexcept { return m_extents; }
     const std::vector<std::size_t>& strides() const noexcept { return m_strides; }
 
+    // What these three return points to the array's elements and not into the span, so that the span may be gone:
+    // GCC, which cannot know, would warn of a dangling reference where users loop over `elementsOf(array).flat()`.
+#if defined(__GNUC__) && !defined(__clang__) && __GNUC__ >= 13
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdangling-reference"
+#endif
+
     /// The element at the subscripts, one a dimension; dimensions that are left out count as 0. Not checked.
     template <std::integral... Subscript>
-    ORVANE_POINTS_ELSEWHERE T& operator()(Subscript... subscript) const noexcept {
+    T& operator()(Subscript... subscript) const noexcept {
         std::size_t dimension = 0;
         std::size_t offset = 0;
         ((offset += static_cast<std::size_t>(subscript) * stride(dimension++)), ...);
@@ -67,12 +67,14 @@ public:
     }
 
     /// All elements in the order of storage.
-    ORVANE_POINTS_ELSEWHERE std::span<T> flat() const noexcept { return {m_elements, m_size}; }
+    std::span<T> flat() const noexcept { return {m_elements, m_size}; }
 
     /// The elements behind the first subscript at one position of all others: of a matrix, a column.
-    ORVANE_POINTS_ELSEWHERE std::span<T> column(std::size_t position) const noexcept {
-        return {m_elements + position * extent(0), extent(0)};
-    }
+    std::span<T> column(std::size_t position) const noexcept { return {m_elements + position * extent(0), extent(0)}; }
+
+#if defined(__GNUC__) && !defined(__clang__) && __GNUC__ >= 13
+#pragma GCC diagnostic pop
+#endif
 
 #ifdef __cpp_lib_mdspan
     /// The same as the standard's view. Throws `std::invalid_argument` when the array has more dimensions.

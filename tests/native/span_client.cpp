@@ -3,7 +3,6 @@
 
 #include <cstdlib>
 #include <iostream>
-#include <numeric>
 #include <ranges>
 #include <type_traits>
 
@@ -25,8 +24,10 @@ void require(bool holds, const char* claim) {
 TypedArray<double> numbered(std::vector<unsigned long> dims) {
     ArrayFactory factory;
     TypedArray<double> array = factory.createArray<double>(std::move(dims));
-    const auto all = writableElementsOf(array).flat();
-    std::iota(all.begin(), all.end(), 0.0);
+    double next = 0;
+    for (double& element : writableElementsOf(array).flat()) {
+        element = next++;
+    }
     return array;
 }
 
