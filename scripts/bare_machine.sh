@@ -6,7 +6,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 usage() {
     cat <<'TEXT'
 usage: scripts/bare_machine.sh SUITE [--compiler PACKAGE] [--mirror URL] [--components LIST] [--path DIRECTORY]
-                               [--bind DIRECTORY]... [--only demo|test]
+                               [--bind DIRECTORY]... [--only demo|test] [-- PYTEST_ARGUMENT...]
 
 Makes a change root of a Debian or Ubuntu suite (debootstrap --variant=minbase), clones the last commit into it, runs
 scripts/demo.sh and scripts/test.sh there and prints a row of a table: compiler, interpreter, results, minutes. What the
@@ -19,13 +19,14 @@ commands said is kept in output/bare_machines/. Needs root, debootstrap and git.
   --bind        a folder of this machine that the change root sees too, such as a local package index or another
                 interpreter's home. Repeatable
   --only        one of the two commands
+  --            what follows is handed to scripts/test.sh, such as -k native where time is short
 
 The change root inherits this machine's network set-up: names, certificates, proxies, the settings of apt and pip. Bases
 are kept in the folder that the variable ORVANE_BASES names, or /var/tmp/orvane-bases, and made once.
 TEXT
 }
 
-suite='' compiler='' mirror='' components=main path=/home/newcomer/orvane only='' binds=()
+suite='' compiler='' mirror='' components=main path=/home/newcomer/orvane only='' binds=() chosen_tests=()
 while [[ $# -gt 0 ]]; do
     [[ $# -ge 2 || $1 != --?* || $1 == --help ]] || die "$1 needs a value"
     case $1 in
@@ -36,6 +37,7 @@ while [[ $# -gt 0 ]]; do
     --path) path=$2 && shift ;;
     --bind) binds+=("$2") && shift ;;
     --only) only=$2 && shift ;;
+    --) chosen_tests=("$@") && break ;;
     -*) usage >&2 && exit 2 ;;
     *) suite=$1 ;;
     esac
@@ -135,8 +137,10 @@ results=''
 for name in ${only:-demo test}; do
     say "$suite: scripts/$name.sh"
     started=$SECONDS result=passes
-    in_machine "$path/scripts/$name.sh" </dev/null 2>&1 | tee "$output/$name.log" || result=fails
-    results+=" | $result ($(((SECONDS - started + 30) / 60)) min)"
+    arguments=()
+    [[ $name == demo ]] || arguments=("${chosen_tests[@]}")
+    in_machine "$path/scripts/$name.sh" "${arguments[@]}" </dev/null 2>&1 | tee "$output/$name.log" || result=fails
+    results+=" | $result${arguments[*]:+ ${arguments[*]}} ($(((SECONDS - started + 30) / 60)) min)"
 done
 # shellcheck disable=SC2016 # the inner shell expands
 facts=$(in_machine bash -c 'source "$1/scripts/lib.sh"
