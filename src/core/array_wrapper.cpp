@@ -40,11 +40,16 @@ std::shared_ptr<ODArrayWrapper> ODArrayWrapper::adopt(data::Array&& array, Reach
     const void* elements = array.elements();
     const std::size_t elementSize = data::apply_numeric_visitor(std::as_const(array), ElementSizeVisitor{});
     auto wrapper = std::make_shared<ODArrayWrapper>(std::move(array), elements, elementSize);
-    if (reach == Reach::Native) {
-        // Native code goes on using the very array it gave us, so here the mirror is the copy.
-        wrapper->m_mayBeForeign = true;
-        wrapper->copyMirror();
-    }
+    wrapper->m_mayBeForeign = reach != Reach::PythonOnly;
+    if (reach == Reach::Native)
+        wrapper->copyMirror(); // native code goes on using the very array it gave us
+    return wrapper;
+}
+
+std::shared_ptr<ODArrayWrapper> ODArrayWrapper::adopt(data::Array&& array, BlockOwner owner) {
+    auto wrapper = adopt(std::move(array), Reach::PythonOnly);
+    wrapper->m_blockOwner = std::move(owner.owner);
+    wrapper->m_isReadOnly = owner.isReadOnly;
     return wrapper;
 }
 
@@ -57,6 +62,8 @@ ODArrayWrapper::ODArrayWrapper(data::Array&& array, const void* elements, std::s
 ODArrayWrapper::~ODArrayWrapper() {
     if (m_mayBeForeign)
         letGo(std::move(m_array));
+    if (m_isMirrorForeign)
+        letGo(*std::move(m_mirrorOwner));
 }
 
 /// Gives up a data array that came from native code. That may run code of others, with whatever error is pending and
@@ -66,7 +73,8 @@ void ODArrayWrapper::letGo(data::Array former) const {
     const data::Array gone(std::move(former));
 }
 
-const std::byte* ODArrayWrapper::dataElements() const {
+const std::byte* ODArrayWrapper::dataElements() {
+    catchUp();
     return static_cast<const std::byte*>(m_array.elements());
 }
 
@@ -80,6 +88,32 @@ void* ODArrayWrapper::pinElements(bool isSnapshot) {
     return m_mirrorElements;
 }
 
+void ODArrayWrapper::openForWriting() {
+    prepareForWriting();
+    pinElements(false);
+    ++m_openWritings;
+}
+
+void ODArrayWrapper::closeWriting() {
+    m_hasMissedWrites = isSplit();
+    --m_openWritings;
+    try {
+        catchUp();
+    } catch (const std::exception&) {
+        // Want of memory. Whoever asks for the data array will be told if it lasts.
+    }
+}
+
+/// Gives the data array what was written to the mirror alone.
+void ODArrayWrapper::catchUp() {
+    if (!isDataBehind())
+        return;
+    prepareForWriting();
+    if (m_layout->elementCount() > 0)
+        std::memcpy(m_dataElements, m_mirrorElements, static_cast<std::size_t>(m_layout->sizeInBytes()));
+    m_hasMissedWrites = false;
+}
+
 ODArrayWrapper::Exported ODArrayWrapper::exportElements(bool isSnapshot) {
     void* const elements = pinElements(isSnapshot);
     m_layout = *m_exportedLayouts.insert(m_layout).first;
@@ -88,6 +122,7 @@ ODArrayWrapper::Exported ODArrayWrapper::exportElements(bool isSnapshot) {
 
 void ODArrayWrapper::reshape(std::shared_ptr<const Layout> layout) {
     // What native code wrote into its side becomes visible here, as the mirror is made anew from the data array.
+    catchUp();
     if (isSplit() && m_layout->elementCount() > 0) // an empty block may be null
         std::memcpy(m_mirrorElements, dataElements(), static_cast<std::size_t>(m_layout->sizeInBytes()));
     // Extents that were exported before serve again, so that reshaping back and forth does not pile them up.
@@ -99,7 +134,7 @@ void ODArrayWrapper::reshape(std::shared_ptr<const Layout> layout) {
 void ODArrayWrapper::prepareForWriting() {
     const bool mayMove = !data::elementsNeverMove();
     // Elements that move leave their former block, whose deleter may be native code's: a copy does that in good order.
-    if (m_array.useCount() > 1 || (mayMove && m_mayBeForeign))
+    if (m_array.useCount() > 1 || m_isReadOnly || (mayMove && m_mayBeForeign))
         replaceDataArrayByCopy();
     if (mayMove) {
         m_dataElements = ownElementsOf(m_array);
@@ -113,6 +148,7 @@ void ODArrayWrapper::replaceDataArrayByCopy() {
     m_dataElements = ownElementsOf(copy);
     data::Array former = std::exchange(m_array, std::move(copy));
     m_hasOutdatedExtents = false;
+    m_isReadOnly = false;
     if (!isSplit())
         m_mirrorElements = m_dataElements;
     if (std::exchange(m_mayBeForeign, false))
@@ -135,6 +171,7 @@ void ODArrayWrapper::split() {
     data::Array copy = copyElements(m_array, *m_layout);
     m_dataElements = ownElementsOf(copy);
     m_mirrorOwner.emplace(std::exchange(m_array, std::move(copy)));
+    m_isMirrorForeign = std::exchange(m_mayBeForeign, false);
     m_hasOutdatedExtents = false;
 }
 
@@ -144,6 +181,7 @@ data::impl::ArrayImpl* ODArrayWrapper::handOut() {
     // Again when code that ran on the way has reshaped the array.
     while (m_hasOutdatedExtents || m_array.useCount() > 1)
         replaceDataArrayByCopy();
+    catchUp();
     return m_array.impl();
 }
 

@@ -25,11 +25,23 @@ namespace orvane::python {
 /// promises otherwise (`data::elementsNeverMove`). Without the promise the address is asked for anew for every
 /// assignment, and the two part before the mirror is exported.
 ///
+/// The block may belong to somebody else (`BlockOwner`): the data array then lies over it, and the owner is held to the
+/// end. One that must not be written to is left, for a copy, by the first that writes.
+///
+/// Native code may borrow the mirror for writing. As long as it does, a data array that is split off is behind, and is
+/// brought up to date where it is asked for.
+///
 /// Operations that allocate throw what the data-array client throws, and change nothing when they do.
 class ODArrayWrapper {
 public:
-    /// Who else can reach the data array: nobody, or native code that had it before.
-    enum class Reach { PythonOnly, Native };
+    /// Who else can reach the data array: nobody, nobody any more, or native code that had it before.
+    enum class Reach { PythonOnly, GivenUp, Native };
+
+    /// Who keeps the block that a data array lies over, and whether it may be written to.
+    struct BlockOwner {
+        std::shared_ptr<void> owner;
+        bool isReadOnly = false;
+    };
 
     /// Takes over an array of type `T` and its own view of the elements.
     template <class T>
@@ -39,6 +51,8 @@ public:
     }
     /// Takes over an array of any type.
     static std::shared_ptr<ODArrayWrapper> adopt(data::Array&& array, Reach reach);
+    /// Takes over an array over somebody's block, which nobody else can reach.
+    static std::shared_ptr<ODArrayWrapper> adopt(data::Array&& array, BlockOwner owner);
 
     /// For `adopt` alone: `elements` is the data array's block.
     ODArrayWrapper(data::Array&& array, const void* elements, std::size_t elementSize);
@@ -53,10 +67,11 @@ public:
     const std::byte* elements() const noexcept { return m_mirrorElements; }
 
     /// The elements as native code sees them.
-    const std::byte* dataElements() const;
+    const std::byte* dataElements();
 
-    /// The mirror, which from now on stays where it is. `isSnapshot` says that this wrapper is never assigned to, so
-    /// that it may go on sharing its data array with others.
+    /// The mirror, which from now on stays where it is; but where it lies in a block that must not be written to, the
+    /// first write moves it, and what was pinned stays as it was. `isSnapshot` says that this wrapper is never assigned
+    /// to, so that it may go on sharing its data array with others.
     void* pinElements(bool isSnapshot);
     /// What an export shares with its consumer.
     struct Exported {
@@ -65,6 +80,11 @@ public:
     };
     /// The pinned mirror and its description.
     Exported exportElements(bool isSnapshot);
+    /// Until `closeWriting`, the mirror may be written to from elsewhere, and stays where it is.
+    void openForWriting();
+    /// Brings a data array that is split off up to date, now or, without memory for that, when it is asked for. Code of
+    /// others may run.
+    void closeWriting();
 
     /// Gives the elements new extents of the same product. No element moves.
     void reshape(std::shared_ptr<const Layout> layout);
@@ -92,16 +112,23 @@ private:
     };
 
     bool isSplit() const noexcept { return m_mirrorOwner.has_value(); }
+    bool isDataBehind() const noexcept { return isSplit() && (m_openWritings > 0 || m_hasMissedWrites); }
+    void catchUp();
     void replaceDataArrayByCopy();
     void copyMirror();
     void split();
     void letGo(data::Array former) const;
 
+    std::shared_ptr<void> m_blockOwner; ///< outlives all that lies over its block
     data::Array m_array;
     std::optional<data::Array> m_mirrorOwner; ///< holds the mirror's block once split from the data array's
     bool m_hasOutdatedExtents = false;        ///< the data array still bears the extents from before a reshape
     bool m_mayBeForeign = false;              ///< native code gave the data array, and says how its block is freed
-    std::byte* m_dataElements;                ///< good for writing after `prepareForWriting`
+    bool m_isMirrorForeign = false;           ///< the same of the mirror
+    bool m_isReadOnly = false;                ///< the block is somebody's who does not want it written to
+    bool m_hasMissedWrites = false;           ///< there was no memory to bring the data array up to date
+    long m_openWritings = 0;
+    std::byte* m_dataElements; ///< good for writing after `prepareForWriting`
     std::byte* m_mirrorElements;
     std::shared_ptr<const Layout> m_layout;
     std::set<std::shared_ptr<const Layout>, ByShape> m_exportedLayouts; ///< consumers may still read them

@@ -78,28 +78,10 @@ void copyRun(T* target, const std::byte* source, long count, long stride, std::o
 /// Copies a selection that is inside and not empty, in column-major order.
 template <class T>
 void copySelection(T* target, const std::byte* elements, const Selection& selection, std::optional<double>& refused) {
-    // Leading dimensions that follow each other without a gap are one run.
-    std::size_t outer = 1;
-    long run = selection.counts[0];
-    while (outer < selection.rank() && selection.strides[outer] == run * selection.strides[0])
-        run *= selection.counts[outer++];
-
-    unsigned long offset = selection.origin;
-    DimensionVector<long> places(selection.rank(), 0);
-    while (true) {
-        copyRun(target, elements + offset, run, selection.strides[0], refused);
-        target += run;
-        std::size_t d = outer;
-        for (; d < selection.rank(); ++d) {
-            offset += static_cast<unsigned long>(selection.strides[d]);
-            if (++places[d] < selection.counts[d])
-                break;
-            offset -= static_cast<unsigned long>(selection.counts[d] * selection.strides[d]);
-            places[d] = 0;
-        }
-        if (d >= selection.rank())
-            return;
-    }
+    visitRuns(selection, [&](unsigned long offset, long count, long stride) {
+        copyRun(target, elements + offset, count, stride, refused);
+        target += count;
+    });
 }
 
 /// Raises for the first element in index order that does not survive the road, its real part first.

@@ -70,6 +70,16 @@ Selection select(std::shared_ptr<const Layout> held, const Extents& integers, co
     return selection;
 }
 
+bool Selection::isColumnMajor() const noexcept {
+    long gapless = layout->elementSize();
+    for (std::size_t d = 0; d < rank(); ++d) {
+        if (counts[d] > 1 && strides[d] != gapless)
+            return elementCount == 0;
+        gapless *= elementCount == 0 ? 1 : counts[d];
+    }
+    return true;
+}
+
 Selection selectionOf(const OCppPyArray& view) {
     const auto& slice = view.chain().slice();
     return select(view.wrapper().layout(), view.chain().integers(), slice ? &*slice : nullptr);

@@ -27,6 +27,8 @@ struct Selection {
     bool isInside = true;
 
     std::size_t rank() const noexcept { return counts.size(); }
+    /// Whether the elements lie next to each other in column-major order.
+    bool isColumnMajor() const noexcept;
 };
 
 /// What the `integers` of a chain select, narrowed by `slice` in the dimension after them unless it is null. A chain
@@ -41,6 +43,33 @@ Selection selectionIgnoringSlice(const OCppPyArray& view);
 /// Raises what reading a selection that is not inside comes to: a plain RuntimeError where a slice is involved,
 /// and otherwise IndexError for the first element outside in index order, naming its place in the deepest dimension.
 void raiseUnreadable(const Selection& selection);
+
+/// Calls `visit(offset, count, stride)` for the runs of a selection that is inside and not empty, in column-major
+/// order: so many elements from a byte offset on, so many bytes apart. Leading dimensions that follow each other
+/// without a gap are one run.
+template <class Visit>
+void visitRuns(const Selection& selection, Visit&& visit) {
+    std::size_t outer = 1;
+    long run = selection.counts[0];
+    while (outer < selection.rank() && selection.strides[outer] == run * selection.strides[0])
+        run *= selection.counts[outer++];
+
+    unsigned long offset = selection.origin;
+    DimensionVector<long> places(selection.rank(), 0);
+    while (true) {
+        visit(offset, run, selection.strides[0]);
+        std::size_t d = outer;
+        for (; d < selection.rank(); ++d) {
+            offset += static_cast<unsigned long>(selection.strides[d]);
+            if (++places[d] < selection.counts[d])
+                break;
+            offset -= static_cast<unsigned long>(selection.counts[d] * selection.strides[d]);
+            places[d] = 0;
+        }
+        if (d >= selection.rank())
+            return;
+    }
+}
 
 /// Steps through all positions of a selection in index order.
 class SelectionOdometer {

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <span>
 #include <stdexcept>
+#include <type_traits>
 #include <utility>
 #include <vector>
 #include <version>
@@ -19,23 +20,63 @@
 
 namespace orvane::data {
 
-/// Elements in column-major order: the first subscript runs fastest, and one step in dimension `d` is
-/// `stride(d)` elements. Owns its extents but not the elements, which lie where the array has them: valid as
-/// long as a handle holds the array and nobody unshares, releases or detaches it.
-template <class T>
+/// Elements with their extents, outermost Python level first, and their strides in elements. Those of an array stand in
+/// column-major order without gaps: the first subscript runs fastest. Those that a view of Python's has lent may lie
+/// further apart, and in descending order.
+///
+/// `Rank` is the number of dimensions where it is known when the program is compiled; the span then takes no memory of
+/// its own. Spans own their extents but not the elements, which lie where the array has them: valid as long as a handle
+/// holds the array and nobody unshares, releases or detaches it, or as long as the loan is open.
+template <class T, std::size_t Rank = std::dynamic_extent>
 class ColumnMajorSpan {
+    static constexpr bool isRankFixed = Rank != std::dynamic_extent;
+
 public:
     using element_type = T;
+    /// A number for each dimension.
+    template <class Number>
+    using PerDimension =
+        std::conditional_t<isRankFixed, std::array<Number, isRankFixed ? Rank : 0>, std::vector<Number>>;
+    using Extents = PerDimension<std::size_t>;
+    using Strides = PerDimension<std::ptrdiff_t>;
 
-    ColumnMajorSpan(T* elements, std::vector<std::size_t> extents)
-        : m_elements(elements), m_extents(std::move(extents)), m_strides(m_extents.size()) {
-        std::size_t stride = 1;
-        for (std::size_t d = 0; d < m_extents.size(); ++d) {
-            m_strides[d] = stride;
-            stride *= m_extents[d];
+    /// Elements without gaps.
+    ColumnMajorSpan(T* elements, Extents extents) : m_elements(elements), m_extents(std::move(extents)) {
+        if constexpr (!isRankFixed) {
+            m_strides.resize(m_extents.size());
         }
-        m_size = stride;
+        for (std::size_t d = 0; d < rank(); ++d) {
+            m_strides[d] = static_cast<std::ptrdiff_t>(m_size);
+            m_size *= m_extents[d];
+        }
     }
+
+    ColumnMajorSpan(T* elements, Extents extents, Strides strides)
+        : m_elements(elements), m_extents(std::move(extents)), m_strides(std::move(strides)) {
+        for (const std::size_t extent : m_extents) {
+            m_size *= extent;
+        }
+    }
+
+    /// The same elements with a rank that is fixed, and for reading if `T` is constant. Missing dimensions at the end
+    /// are of extent 1, as arrays drop them there; `std::invalid_argument` when there are too many.
+    template <class Other, std::size_t OtherRank>
+        requires(isRankFixed && std::is_convertible_v<Other (*)[], T (*)[]>)
+    ColumnMajorSpan(const ColumnMajorSpan<Other, OtherRank>& other) : m_elements(other.data()), m_size(other.size()) {
+        if (other.rank() > Rank) {
+            throw std::invalid_argument("the array has more dimensions than the span");
+        }
+        for (std::size_t d = 0; d < Rank; ++d) {
+            m_extents[d] = other.extent(d);
+            m_strides[d] = other.stride(d);
+        }
+    }
+
+    /// For reading what may be written.
+    template <class Other>
+        requires(!isRankFixed && !std::is_same_v<Other, T> && std::is_convertible_v<Other (*)[], T (*)[]>)
+    ColumnMajorSpan(const ColumnMajorSpan<Other>& other)
+        : ColumnMajorSpan(other.data(), other.extents(), other.strides()) {}
 
     T* data() const noexcept { return m_elements; }
     /// How many elements there are.
@@ -44,11 +85,23 @@ public:
     /// 1 beyond the last dimension, where arrays drop extents of 1.
     std::size_t extent(std::size_t dimension) const noexcept { return dimension < rank() ? m_extents[dimension] : 1; }
     /// In elements.
-    std::size_t stride(std::size_t dimension) const noexcept {
-        return dimension < rank() ? m_strides[dimension] : m_size;
+    std::ptrdiff_t stride(std::size_t dimension) const noexcept {
+        return dimension < rank() ? m_strides[dimension] : static_cast<std::ptrdiff_t>(m_size);
     }
-    const std::vector<std::size_t>& extents() const noexcept { return m_extents; }
-    const std::vector<std::size_t>& strides() const noexcept { return m_strides; }
+    const Extents& extents() const noexcept { return m_extents; }
+    const Strides& strides() const noexcept { return m_strides; }
+
+    /// Whether the elements stand in column-major order without gaps.
+    bool isContiguous() const noexcept {
+        std::size_t gapless = 1;
+        for (std::size_t d = 0; d < rank(); ++d) {
+            if (m_extents[d] > 1 && m_strides[d] != static_cast<std::ptrdiff_t>(gapless)) {
+                return m_size == 0;
+            }
+            gapless *= m_extents[d];
+        }
+        return true;
+    }
 
     // What these three return points to the array's elements and not into the span, so that the span may be gone:
     // GCC, which cannot know, would warn of a dangling reference where users loop over `elementsOf(array).flat()`.
@@ -61,41 +114,56 @@ public:
     template <std::integral... Subscript>
     T& operator()(Subscript... subscript) const noexcept {
         std::size_t dimension = 0;
-        std::size_t offset = 0;
-        ((offset += static_cast<std::size_t>(subscript) * stride(dimension++)), ...);
+        std::ptrdiff_t offset = 0;
+        ((offset += static_cast<std::ptrdiff_t>(subscript) * stride(dimension++)), ...);
         return m_elements[offset];
     }
 
-    /// All elements in the order of storage.
-    std::span<T> flat() const noexcept { return {m_elements, m_size}; }
+    /// All elements in the order of storage. `std::invalid_argument` when there are gaps between them.
+    std::span<T> flat() const {
+        requireNoGaps(isContiguous());
+        return {m_elements, m_size};
+    }
 
     /// The elements behind the first subscript at one position of all others: of a matrix, a column.
-    std::span<T> column(std::size_t position) const noexcept { return {m_elements + position * extent(0), extent(0)}; }
+    /// `std::invalid_argument` when there are gaps between them.
+    std::span<T> column(std::size_t position) const {
+        requireNoGaps(stride(0) == 1 || extent(0) <= 1);
+        return {m_elements + static_cast<std::ptrdiff_t>(position) * stride(1), extent(0)};
+    }
 
 #if defined(__GNUC__) && !defined(__clang__) && __GNUC__ >= 13
 #pragma GCC diagnostic pop
 #endif
 
 #ifdef __cpp_lib_mdspan
-    /// The same as the standard's view. Throws `std::invalid_argument` when the array has more dimensions.
-    template <std::size_t Rank>
-    std::mdspan<T, std::dextents<std::size_t, Rank>, std::layout_left> toMdspan() const {
-        if (rank() > Rank) {
+    /// The same as the standard's view. Throws `std::invalid_argument` when the array has more dimensions, and when
+    /// there are gaps between the elements.
+    template <std::size_t OtherRank>
+    std::mdspan<T, std::dextents<std::size_t, OtherRank>, std::layout_left> toMdspan() const {
+        if (rank() > OtherRank) {
             throw std::invalid_argument("the array has more dimensions than the mdspan");
         }
-        std::array<std::size_t, Rank> padded;
-        for (std::size_t d = 0; d < Rank; ++d) {
+        requireNoGaps(isContiguous());
+        std::array<std::size_t, OtherRank> padded;
+        for (std::size_t d = 0; d < OtherRank; ++d) {
             padded[d] = extent(d);
         }
-        return std::mdspan<T, std::dextents<std::size_t, Rank>, std::layout_left>(m_elements, padded);
+        return std::mdspan<T, std::dextents<std::size_t, OtherRank>, std::layout_left>(m_elements, padded);
     }
 #endif
 
 private:
+    static void requireNoGaps(bool hasNone) {
+        if (!hasNone) [[unlikely]] {
+            throw std::invalid_argument("the elements do not lie next to each other");
+        }
+    }
+
     T* m_elements;
-    std::vector<std::size_t> m_extents;
-    std::vector<std::size_t> m_strides;
-    std::size_t m_size = 0;
+    Extents m_extents{};
+    Strides m_strides{};
+    std::size_t m_size = 1;
 };
 
 namespace detail {

@@ -6,7 +6,9 @@
 #include <optional>
 
 #include "core/array_object.hpp"
+#include "native_api/exchange.hpp"
 #include "native_api/foreign_buffer.hpp"
+#include "native_api/loan.hpp"
 #include "vocabulary/boundary.hpp"
 #include "vocabulary/element_vocabulary.hpp"
 #include "vocabulary/error_state.hpp"
@@ -22,7 +24,7 @@ constexpr int noTypeFound = 32;
 constexpr int complexOffset = 10;
 
 /// Moves `array` into a new Python object; null with an error set, and perhaps with `array` still holding.
-PyObject* wrapArray(data::Array& array) {
+PyObject* wrapArray(data::Array& array, ODArrayWrapper::Reach reach) {
     const TypeAndComplexity type = getTypeAndComplexityFromArrayType(array.getType());
     const auto extents = array.extents();
     const bool fitsPython =
@@ -34,9 +36,22 @@ PyObject* wrapArray(data::Array& array) {
     PyRef object = PyRef::steal(allocOCPyArray(TypeObjectPointers[type.supportedArrayEnum]));
     if (!object)
         return nullptr;
-    fillShell(object.get(), ODArrayWrapper::adopt(std::move(array), ODArrayWrapper::Reach::Native),
-              type.supportedArrayEnum, type.isComplex);
+    fillShell(object.get(), ODArrayWrapper::adopt(std::move(array), reach), type.supportedArrayEnum, type.isComplex);
     return object.release();
+}
+
+PyObject* arrayFromImpl(void* impl, ODArrayWrapper::Reach reach) {
+    if (impl == nullptr) {
+        setError(PyExc_RuntimeError, "null data pointer.");
+        return nullptr;
+    }
+    return withMemoryErrors(static_cast<PyObject*>(nullptr), [&] {
+        std::optional<data::Array> array(std::in_place, static_cast<data::impl::ArrayImpl*>(impl));
+        PyObject* const object = wrapArray(*array, reach);
+        const PendingError kept; // what is refused is destroyed, and that may run code of others
+        array.reset();
+        return object;
+    });
 }
 
 } // namespace
@@ -44,23 +59,18 @@ PyObject* wrapArray(data::Array& array) {
 namespace OCPyArrayAPI {
 
 PyObject* OCPyArray_ODAImplToOCPyArray(void* impl) {
-    if (impl == nullptr) {
-        setError(PyExc_RuntimeError, "null data pointer.");
-        return nullptr;
-    }
-    return withMemoryErrors(static_cast<PyObject*>(nullptr), [&] {
-        std::optional<data::Array> array(std::in_place, static_cast<data::impl::ArrayImpl*>(impl));
-        PyObject* const object = wrapArray(*array);
-        const PendingError kept; // what is refused is destroyed, and that may run code of others
-        array.reset();
-        return object;
-    });
+    return arrayFromImpl(impl, ODArrayWrapper::Reach::Native);
+}
+
+PyObject* arrayFromOwnImpl(void* impl) {
+    return arrayFromImpl(impl, ODArrayWrapper::Reach::GivenUp);
 }
 
 void* OCPyArray_OCPyArrayToODAImpl(PyObject* object) {
     OCppPyArray* core = requireCoreArray(OCPyArray_Check(object) ? object : nullptr);
     if (core == nullptr)
         return nullptr;
+    settleReturnedLoans();
     return withMemoryErrors(static_cast<void*>(nullptr), [&]() -> void* {
         return core->chain().isEmpty() ? core->wrapper().handOut() : core->materialisedForNative();
     });
@@ -106,7 +116,11 @@ PyObject* newCapsule() {
     };
     // Clients may as well index an array of five pointers.
     static_assert(sizeof(capiTable) == 5 * sizeof(void*));
-    return PyCapsule_New(&capiTable, ORVANE_CAPSULE_NAME, nullptr);
+    PyRef capsule = PyRef::steal(PyCapsule_New(&capiTable, ORVANE_CAPSULE_NAME, nullptr));
+    // The context is the only place where the second table shows, to who asks for it.
+    if (!capsule || PyCapsule_SetContext(capsule.get(), const_cast<OrvaneExchange*>(exchangeTable())) != 0)
+        return nullptr;
+    return capsule.release();
 }
 
 } // namespace OCPyArrayAPI

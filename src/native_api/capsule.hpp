@@ -10,6 +10,9 @@ namespace OCPyArrayAPI {
 /// Position 0. Takes ownership of an array implementation, on failure too. A new array, or null with an error set.
 PyObject* OCPyArray_ODAImplToOCPyArray(void* impl);
 
+/// The same for who gives up every pointer to the implementation; no element is copied. Not in the table of five.
+PyObject* arrayFromOwnImpl(void* impl);
+
 /// Position 1. The implementation behind an array, of a view its materialised copy; borrowed until the array is
 /// assigned to, reshaped or dies. Null with an error set.
 void* OCPyArray_OCPyArrayToODAImpl(PyObject* object);
@@ -25,7 +28,7 @@ void OCPyArray_DestroyOCPyArray(PyObject* object);
 /// Position 4. Whether an object exports buffers; false for null.
 bool OCPyArray_SatisfiesBufferProtocol(PyObject* object);
 
-/// The capsule around the table; null with an error set.
+/// The capsule around the table, with the second one in its context; null with an error set.
 PyObject* newCapsule();
 
 } // namespace OCPyArrayAPI

@@ -15,7 +15,7 @@ enum class Part { Real, Imaginary, Whole };
 
 /// A 1-by-N wrapper around the wanted part of every element, in storage order.
 template <class T>
-std::shared_ptr<ODArrayWrapper> extractContents(const ODArrayWrapper& wrapper, Part part) {
+std::shared_ptr<ODArrayWrapper> extractContents(ODArrayWrapper& wrapper, Part part) {
     using Real = RealElement<T>;
     const auto count = static_cast<unsigned long>(wrapper.layout()->elementCount());
     data::ArrayFactory factory;

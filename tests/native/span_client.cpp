@@ -36,7 +36,7 @@ void spans() {
     const auto elements = elementsOf(array);
     require(elements.rank() == 3 && elements.size() == 24, "rank and size");
     require(elements.extents() == std::vector<std::size_t>{2, 3, 4}, "extents");
-    require(elements.strides() == std::vector<std::size_t>{1, 2, 6}, "strides");
+    require(elements.strides() == std::vector<std::ptrdiff_t>{1, 2, 6}, "strides");
     require(elements(1, 2, 3) == 23 && elements(1, 0) == 1 && elements(0, 1, 1) == 8, "subscripts");
     require(elements.extent(3) == 1 && elements(1, 2, 3, 0) == 23, "dimensions that were dropped");
     require(elements.column(2).front() == 4 && elements.column(2).size() == 2, "columns");

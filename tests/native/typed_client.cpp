@@ -42,7 +42,7 @@ Reference addressObject(const void* address) {
 template <class T>
 Reference describe(const data::TypedArray<T>& array) {
     const auto elements = data::elementsOf(array);
-    const auto tupleOf = [](const std::vector<std::size_t>& numbers) {
+    const auto tupleOf = [](const auto& numbers) {
         Reference tuple(PyTuple_New(static_cast<Py_ssize_t>(numbers.size())));
         for (std::size_t i = 0; i < numbers.size(); ++i) {
             PyTuple_SET_ITEM(tuple.get(), static_cast<Py_ssize_t>(i), PyLong_FromSize_t(numbers[i]));
@@ -91,7 +91,8 @@ PyObject* make(PyObject*, PyObject* args) {
             auto array = makeArray<T>(extentsOf(dims), bytes.buf);
             PyBuffer_Release(&bytes);
             Reference address = addressObject(std::as_const(array).begin().get());
-            Reference object = python::toPython(std::move(array));
+            // By position 0: native code goes on using the array that it gave.
+            Reference object(Orvane_ImportCapsule()->arrayFromImpl(array.detach()));
             return Reference(Py_BuildValue("(NN)", object.release(), address.release()));
         });
     });

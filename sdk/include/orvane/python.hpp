@@ -13,11 +13,14 @@
 
 #include <orvane/capsule.h> // has Python.h, which stands before all others
 
+#include <orvane/python/adopt.hpp>
 #include <orvane/python/element.hpp>
 #include <orvane/python/errors.hpp>
+#include <orvane/python/exchange.hpp>
 #include <orvane/python/from_python.hpp>
 #include <orvane/python/interpreter_lock.hpp>
 #include <orvane/python/lend.hpp>
+#include <orvane/python/loan.hpp>
 #include <orvane/python/module.hpp>
 #include <orvane/python/reference.hpp>
 #include <orvane/python/to_python.hpp>

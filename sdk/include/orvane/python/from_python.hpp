@@ -14,6 +14,23 @@
 namespace orvane {
 namespace [[gnu::visibility("hidden")]] python {
 
+namespace detail {
+
+/// TypeError unless `object` is an array of that element type, real or complex as `T` is.
+template <PythonElement T>
+void requireArray(PyObject* object) {
+    if (isArray<T>(object)) {
+        return;
+    }
+    const std::string expected = describe<T>(isComplexElement<T>);
+    if (isOfTypeOf<T>(object)) {
+        refuse(expected, describe<T>(!isComplexElement<T>));
+    }
+    refuse(expected, object);
+}
+
+} // namespace detail
+
 /// As `fromPython`, but nothing, without an error set, when the object is not an array of that type and kind.
 template <PythonElement T>
 std::optional<data::TypedArray<T>> tryFromPython(PyObject* object) {
@@ -35,14 +52,8 @@ std::optional<data::TypedArray<T>> tryFromPython(PyObject* object) {
 /// complex as `T` is. The error of the materialisation when a view cannot be gathered.
 template <PythonElement T>
 data::TypedArray<T> fromPython(PyObject* object) {
-    if (auto array = tryFromPython<T>(object)) {
-        return *std::move(array);
-    }
-    const std::string expected = detail::describe<T>(isComplexElement<T>);
-    if (detail::isOfTypeOf<T>(object)) {
-        detail::refuse(expected, detail::describe<T>(!isComplexElement<T>));
-    }
-    detail::refuse(expected, object);
+    detail::requireArray<T>(object);
+    return data::TypedArray<T>(detail::lend(object));
 }
 
 /// The same with elements of the handle's own, for keeping, for other threads and for writing: one copy.

@@ -4,6 +4,7 @@
 #include <orvane/capsule.h>
 #include <orvane/data.hpp>
 #include <orvane/python/errors.hpp>
+#include <orvane/python/exchange.hpp>
 #include <orvane/python/module.hpp>
 #include <orvane/python/reference.hpp>
 
@@ -11,11 +12,13 @@ namespace orvane {
 namespace [[gnu::visibility("hidden")]] python {
 
 /// A new Python array. It takes the library's array over when `array` is the only handle to it: move it in, and no
-/// element is copied but for what Python's side reads. A handle that shares its array, or was lent, gives a copy.
+/// element is copied. Its elements are Python's from then on; pointers to them that were kept are not to be used any
+/// more. A handle that shares its array, or was lent, gives a copy.
 /// RuntimeError "invalid type." for characters and for fewer than two dimensions.
 inline Reference toPython(data::Array array) {
-    const OrvaneCapsule& capsule = *detail::module().capsule;
-    Reference object(capsule.arrayFromImpl(array.detach()));
+    // A package from before there was a second table copies the elements once, for Python to read.
+    const auto takeOver = hasExchange() ? detail::exchange().arrayFromOwnImpl : detail::module().capsule->arrayFromImpl;
+    Reference object(takeOver(array.detach()));
     if (!object) {
         throw PythonError();
     }

@@ -1,0 +1,72 @@
+// Python arrays around memory that C++ has.
+#pragma once
+
+#include <orvane/data.hpp>
+#include <orvane/python/element.hpp>
+#include <orvane/python/errors.hpp>
+#include <orvane/python/exchange.hpp>
+#include <orvane/python/reference.hpp>
+
+#include <cstddef>
+#include <memory>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace orvane {
+namespace [[gnu::visibility("hidden")]] python {
+
+/// A new Python array around a block, without a copy. `owner` is whatever keeps the block: a vector that was moved in,
+/// a `std::shared_ptr`, a `Reference` to a Python object, a guard of your own whose destructor frees. It is destroyed,
+/// with the interpreter lock held, when nothing uses the block any more: no array, view, export or loan; or before this
+/// throws. Its destructor must not throw.
+///
+/// The elements stand in column-major order. One extent makes a row; extents of 1 beyond the second are dropped at the
+/// end. `const T` says that the block must not be written to: the first assignment from Python takes a copy.
+///
+/// RuntimeError "invalid type." for a null block that has elements, ValueError for one that is not aligned, ImportError
+/// when the package at hand is too old.
+template <class T, class Owner>
+    requires PythonElement<std::remove_const_t<T>> && std::is_nothrow_destructible_v<Owner>
+Reference adoptBlock(T* elements, const std::vector<std::size_t>& extents, Owner owner) {
+    const std::vector<std::ptrdiff_t> signedExtents(extents.begin(), extents.end());
+    auto kept = std::make_unique<Owner>(std::move(owner));
+    OrvaneBlock block{};
+    block.size = sizeof block;
+    block.elements = const_cast<std::remove_const_t<T>*>(elements);
+    block.type = arrayTypeNumber<std::remove_const_t<T>>;
+    block.rank = static_cast<int>(signedExtents.size());
+    block.extents = signedExtents.data();
+    block.isReadOnly = std::is_const_v<T>;
+    block.release = [](void* object) { delete static_cast<Owner*>(object); };
+    const OrvaneExchange& table = detail::exchange();
+    block.owner = kept.release();
+    Reference array(table.arrayFromBlock(&block));
+    if (!array) {
+        throw PythonError();
+    }
+    return array;
+}
+
+/// A new Python array that takes a vector over, without a copy: a row, or of the extents told, whose product is the
+/// vector's size; ValueError otherwise.
+template <PythonElement T, class Allocator>
+    requires(!std::is_same_v<T, bool>)
+Reference toPython(std::vector<T, Allocator>&& elements, std::vector<std::size_t> extents = {}) {
+    if (extents.empty()) {
+        extents = {1, elements.size()};
+    }
+    std::size_t count = 1;
+    for (const std::size_t extent : extents) {
+        count *= extent;
+    }
+    if (count != elements.size()) {
+        PyErr_SetString(PyExc_ValueError, "the vector has another number of elements than the extents make");
+        throw PythonError();
+    }
+    T* const first = elements.data();
+    return adoptBlock(first, extents, std::move(elements)); // whose elements stay where they are
+}
+
+} // namespace python
+} // namespace orvane

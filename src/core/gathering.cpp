@@ -1,0 +1,39 @@
+#include "core/gathering.hpp"
+
+#include <cstring>
+
+#include "core/element_access.hpp"
+#include "data_client/array_factory.hpp"
+
+namespace orvane::python {
+
+namespace {
+
+template <class T>
+T* copyRun(T* target, const std::byte* source, long count, long stride) {
+    if (stride == static_cast<long>(sizeof(T))) {
+        std::memcpy(static_cast<void*>(target), source, static_cast<std::size_t>(count) * sizeof(T));
+        return target + count;
+    }
+    for (long i = 0; i < count; ++i)
+        std::memcpy(static_cast<void*>(target++), source + i * stride, sizeof(T));
+    return target;
+}
+
+} // namespace
+
+std::shared_ptr<std::byte> gather(const OCppPyArray& view, const Selection& selection) {
+    return visitElementTypeOf(view, [&]<class T>() -> std::shared_ptr<std::byte> {
+        const auto count = static_cast<unsigned long>(selection.elementCount);
+        const auto buffer = std::make_shared<data::Buffer<T>>(data::ArrayFactory().createBuffer<T>(count));
+        if (count > 0) {
+            T* target = buffer->get();
+            visitRuns(selection, [&](unsigned long offset, long length, long stride) {
+                target = copyRun(target, view.wrapper().elements() + offset, length, stride);
+            });
+        }
+        return {buffer, reinterpret_cast<std::byte*>(buffer->get())};
+    });
+}
+
+} // namespace orvane::python

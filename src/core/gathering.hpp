@@ -1,0 +1,16 @@
+// Elements of a view, put next to each other as they are.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include "core/core_array.hpp"
+#include "core/selection.hpp"
+
+namespace orvane::python {
+
+/// A block with a copy of the selected elements, to the bit, in column-major order. `selection` is of `view` and lies
+/// inside its elements. Throws for want of memory.
+std::shared_ptr<std::byte> gather(const OCppPyArray& view, const Selection& selection);
+
+} // namespace orvane::python

@@ -1,0 +1,161 @@
+"""Elements lent to native modules, and blocks of theirs that become arrays."""
+
+from __future__ import annotations
+
+import gc
+import threading
+from typing import Any
+
+import pytest
+
+import orvane
+from native_clients import client
+from support import refused
+
+
+@pytest.fixture(scope="module")
+def loans() -> Any:
+    return client("loan_client")
+
+
+def rows() -> orvane.double:
+    return orvane.double([[1, 2, 3], [4, 5, 6]])
+
+
+@pytest.mark.parametrize(
+    ("select", "extents", "strides", "total"),
+    [
+        (lambda a: a, [2, 3], [1, 2], 21),
+        (lambda a: a[1], [3], [2], 15),
+        (lambda a: a[::-1], [2, 3], [-1, 2], 21),
+        (lambda a: a[0][::2], [2], [4], 4),
+        (lambda a: a[0:1], [1, 3], [1, 2], 6),
+        (lambda a: a[2:], [0, 3], None, 0),
+    ],
+)
+def test_what_is_lent_is_what_python_sees(loans, select, extents, strides, total):
+    array = rows()
+    part = select(array)
+    loan = loans.lend(part, False, False)
+    assert loan.shape()[0] == extents
+    if strides:
+        first = array.buffer_info()[0]
+        assert loan.shape()[1] == strides
+        assert (loan.address() - first) // 8 in range(6)
+        array[0][0] = array[1][0] = 7
+        assert loans.sum(part) == sum(sum(row) for row in part) if len(extents) > 1 else sum(part)
+    assert loans.sum(select(rows())) == total
+
+
+def test_writing_shows_in_python_and_in_what_was_handed_out(loans):
+    array = rows()
+    before = array.clone()
+    exported = memoryview(array)
+    for handed_out in (False, True):
+        if handed_out:
+            loans.handed_out(array)
+        first, second = (loans.lend(array, True, False) for _ in range(2))
+        first.write(0, 10)
+        second.write(5, 60)
+        array[0][1] = 20
+        assert array == orvane.double([[10, 20, 3], [4, 5, 60]])
+        assert loans.handed_out(array) == [10, 4, 20, 5, 3, 60] == list(array.noncomplex())
+        array.reshape(3, 2)
+        first.write(1, 40)
+        array.reshape(2, 3)
+        assert exported.tolist() == [[10, 20, 3], [40, 5, 60]]
+        second.give_back_elsewhere()
+        first.give_back()
+        assert loans.handed_out(array) == [10, 40, 20, 5, 3, 60]
+        array[1][0] = 4
+    assert before == rows()
+
+
+def test_a_loan_outlives_the_array(loans):
+    array = rows()
+    loan = loans.lend(array[1], True, False)
+    del array
+    gc.collect()
+    loan.write(2, 8)
+    assert loan.values()[:3:2] == [4, 8]
+
+
+def test_refusals(loans):
+    array = rows()
+    row = array[1]
+    for wrong, words in [
+        ([1.0], "expected a real orvane.double array, got list"),
+        (orvane.double([1j], is_complex=True), "got a complex orvane.double array"),
+        (orvane.single([1]), "got orvane.single"),
+    ]:
+        with pytest.raises(TypeError, match=words):
+            loans.lend(wrong, False, False)
+    with refused(
+        ValueError, "the elements of this view do not lie next to each other in column-major order."
+    ):
+        loans.lend(row, True, True)
+    array.reshape(1, 6)
+    with refused(IndexError, "index has an invalid value: 5"):
+        loans.lend(row, False, False)
+    cube = orvane.double(size=(2, 2, 2))
+    edge = cube[0][0]
+    cube.reshape(4, 2)
+    with refused(RuntimeError, "too many indices."):
+        loans.lend(edge, True, False)
+
+
+@pytest.mark.parametrize("read_only", [False, True])
+def test_blocks_of_others(loans, read_only):
+    before = loans.released()
+    array = loans.adopted(read_only, [2, 3, 1])
+    assert array == orvane.double([[1, 3, 5], [2, 4, 6]])
+    exported, loan = memoryview(array), loans.lend(array, False, False)
+    array[0][0] = 10
+    shown = 1 if read_only else 10
+    assert (array[0][0], exported[0, 0], loan.values()[0]) == (10, shown, shown)
+    assert loans.adopted_block()[0] == shown
+    assert loans.handed_out(array)[0] == 10
+    del array, exported
+    gc.collect()
+    assert loans.released() == before
+    loan.give_back_elsewhere()
+    assert loans.sum(rows()) == 21  # whoever comes next does what is left
+    assert loans.released() == before + 1
+    with refused(RuntimeError, "invalid type."):
+        loans.adopted(read_only, [2**62, 2**62])
+    assert loans.released() == before + 2
+
+
+def test_what_is_given_up_is_not_copied(loans):
+    for array, address in (loans.moved([1, 2, 3, 4, 5, 6], [2, 3]), loans.given_up(6)):
+        assert array.buffer_info() == (address, 6)
+        array[0][1] = 9
+        assert loans.handed_out(array).count(9) == 1
+        assert array.buffer_info() == (address, 6)
+    with refused(ValueError, "the vector has another number of elements than the extents make"):
+        loans.moved([1, 2], [3])
+
+
+def test_threads(loans):
+    array = rows()
+    stop = threading.Event()
+
+    def borrow(for_writing: bool) -> None:
+        while not stop.is_set():
+            loan = loans.lend(array, for_writing, False)
+            if for_writing:
+                loan.write(3, 5)
+            loan.give_back_elsewhere()
+
+    threads = [threading.Thread(target=borrow, args=(i % 2 == 0,)) for i in range(8)]
+    for thread in threads:
+        thread.start()
+    for i in range(300):
+        array[0][0] = i
+        array.reshape(3, 2) if i % 2 else array.reshape(2, 3)
+        array.clone()
+        loans.handed_out(array[:])
+    stop.set()
+    for thread in threads:
+        thread.join()
+    assert loans.handed_out(array) == list(array.noncomplex())
