@@ -45,9 +45,10 @@ private:
     using Array = data::TypedArray<T>;
     using Agreement = InitializerShape::Agreement;
 
-    // The two forms of construction with values. They leave the elements in `m_buffer`, in column-major order.
+    // The three forms of construction. They leave the elements in `m_buffer`, in column-major order.
     bool processInitializerKwarg(PyObject* initializer);
     bool processVectorKwarg(PyObject* vector);
+    std::optional<Array> createZeroFilled();
 
     // The ways in which an initializer is read.
     template <class Read>

@@ -40,6 +40,14 @@ public:
     using Extents = PerDimension<std::size_t>;
     using Strides = PerDimension<std::ptrdiff_t>;
 
+    /// No elements: every extent is 0, of two dimensions where the rank is not fixed.
+    ColumnMajorSpan() : m_size(0) {
+        if constexpr (!isRankFixed) {
+            m_extents.assign(2, 0);
+            m_strides.assign(2, 1);
+        }
+    }
+
     /// Elements without gaps.
     ColumnMajorSpan(T* elements, Extents extents) : m_elements(elements), m_extents(std::move(extents)) {
         if constexpr (!isRankFixed) {
@@ -160,7 +168,7 @@ private:
         }
     }
 
-    T* m_elements;
+    T* m_elements = nullptr;
     Extents m_extents{};
     Strides m_strides{};
     std::size_t m_size = 1;

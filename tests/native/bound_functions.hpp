@@ -2,7 +2,9 @@
 #pragma once
 
 #include <complex>
+#include <cstddef>
 #include <cstdint>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 #include <variant>
@@ -64,5 +66,30 @@ void defineFunctions(Module& module, Object (*take)(PyObject*)) {
     using Either = std::variant<orvane::data::TypedArray<double>, orvane::data::TypedArray<std::complex<double>>>;
     module.def("elements_of_either", [](const Either& either) {
         return std::visit([](const auto& array) { return array.getNumberOfElements(); }, either);
+    });
+    // Elements in place, and a copy of the function's own.
+    using orvane::data::ColumnMajorSpan;
+    using Complex = std::complex<double>;
+    module.def("halve", [](const ColumnMajorSpan<double, 3>& span, bool fails) {
+        for (std::size_t place = 0; place < span.size(); ++place) {
+            const std::size_t rest = place / span.extent(0);
+            span(place % span.extent(0), rest % span.extent(1), rest / span.extent(1)) /= 2;
+        }
+        if (fails) {
+            throw std::runtime_error("after the work");
+        }
+    });
+    module.def("kind_of", [](ColumnMajorSpan<const double, 2>) { return "real matrix"; });
+    module.def("kind_of", [](ColumnMajorSpan<const Complex>) { return "complex"; });
+    module.def("kind_of", [](Object) { return "other"; });
+    using EitherSpan = std::variant<ColumnMajorSpan<const double>, ColumnMajorSpan<const Complex, 2>>;
+    module.def("first_of_either", [](const EitherSpan& either) {
+        return std::visit([](const auto& span) { return Complex(span(0, 0)); }, either);
+    });
+    module.def("halved", [](orvane::python::OwnCopy<double> array) {
+        for (double& element : orvane::data::writableElementsOf(array).flat()) {
+            element /= 2;
+        }
+        return array;
     });
 }

@@ -2,6 +2,7 @@
 
 #include "bound_functions.hpp"
 
+#include <nanobind/stl/complex.h>
 #include <nanobind/stl/variant.h>
 
 NB_MODULE(nanobind_client, module) {

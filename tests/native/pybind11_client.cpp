@@ -2,6 +2,7 @@
 
 #include "bound_functions.hpp"
 
+#include <pybind11/complex.h>
 #include <pybind11/stl.h>
 
 PYBIND11_MODULE(pybind11_client, module) {

@@ -10,7 +10,7 @@ import pytest
 
 import orvane
 from native_clients import client
-from support import refused
+from support import evaluate, refused, table
 
 
 @pytest.fixture(scope="module")
@@ -20,6 +20,10 @@ def loans() -> Any:
 
 def rows() -> orvane.double:
     return orvane.double([[1, 2, 3], [4, 5, 6]])
+
+
+def flat(part: Any) -> list[float]:
+    return [x for row in part for x in (row if hasattr(row, "__iter__") else [row])]
 
 
 @pytest.mark.parametrize(
@@ -159,3 +163,65 @@ def test_threads(loans):
     for thread in threads:
         thread.join()
     assert loans.handed_out(array) == list(array.noncomplex())
+
+
+# --- parameters of bound functions ---------------------------------------------------------------
+
+
+@pytest.fixture(params=["pybind11_client", "nanobind_client"])
+def bound(request: pytest.FixtureRequest) -> Any:
+    return client(request.param)
+
+
+@pytest.mark.parametrize("select", ["a", "a[1]", "a[::-1]", "a[0][1:]", "a[:]", "a[2:]"])
+def test_bound_functions_work_in_place_or_on_a_copy(bound, select):
+    a = rows()
+    place, before, exported = a.buffer_info(), a.clone(), memoryview(a)
+    part = evaluate(select, a=a)
+    halves = [element / 2 for element in flat(part)]
+    assert flat(bound.halved(part)) == halves
+    assert a == before
+    a_part = evaluate(select, a=a)
+    bound.halve(a_part, False)
+    assert flat(evaluate(select, a=a)) == halves
+    assert (a.buffer_info(), before, exported.tolist()) == (place, rows(), [list(r) for r in a])
+
+
+@table("""
+kind_of(a[0]) -> 'real matrix'
+kind_of(double(size=(1, 1, 2))) -> 'other'
+kind_of(double([1j], is_complex=True)) -> 'complex'
+first_of_either(a) -> (1+0j)
+first_of_either(double([2j], is_complex=True)) -> 2j
+""")
+def test_overloads_are_told_apart(bound, expression, answer):
+    assert repr(evaluate(f"bound.{expression}", a=rows(), bound=bound)) == answer
+
+
+@table(r"""
+halve(double(size=(1, 1, 1, 2)), False) -> a real orvane.double array of rank 3 at most, got .* 4
+halve(single(), False) -> arg0: orvane.double, arg1: bool
+halve(double(is_complex=True), False) -> arg0: orvane.double, arg1: bool
+halved([1.0]) -> arg0?: orvane.double\b.*orvane.double
+""")
+def test_refusals_of_bound_functions(bound, expression, answer):
+    with pytest.raises(TypeError, match=answer):
+        evaluate(f"bound.{expression}", bound=bound)
+
+
+def test_what_was_lent_for_a_call_is_given_back(bound, loans):
+    before = loans.released()
+    array = loans.adopted(False, [2, 3])
+    for call in (bound.kind_of, bound.halved, lambda a: bound.halve(a, False)):
+        call(array)
+    with refused(RuntimeError, "after the work"):
+        bound.halve(array, True)
+    assert loans.adopted_block()[0] == 0.25
+    row = array[1]
+    array.reshape(1, 6)
+    for call in (bound.halved, lambda a: bound.halve(a, False)):
+        with refused(IndexError, "index has an invalid value: 5"):
+            call(row)
+    del array, row, call
+    gc.collect()
+    assert loans.released() == before + 1

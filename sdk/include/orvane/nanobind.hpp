@@ -1,13 +1,26 @@
-// For nanobind: bound functions take and return `orvane::data::TypedArray<T>`.
+// For nanobind: parameters and results of bound functions.
+//
+// | parameter                                    | what it is                                              | copies   |
+// |----------------------------------------------|---------------------------------------------------------|----------|
+// | `data::ColumnMajorSpan<const T>`             | the elements as Python sees them, for reading           | none     |
+// | `data::ColumnMajorSpan<T>`                   | the same for writing: in place                          | none     |
+// | either with a rank, `<T, 2>`                 | the same for arrays of at most so many dimensions       | none     |
+// | `python::OwnCopy<T>`                         | an array of the function's own, to write to and return  | one      |
+// | `data::TypedArray<T>`                        | an array lent by `fromPython`, to read, pass on or keep | at first |
+//
+// Arrays are returned as well, and taken over by `toPython`. By value and by constant reference come to the same.
+//
+// A span has the strides of the view that came, and is lent until the bound function has returned. With a fixed rank
+// extents of 1 are filled up at the end; where no overload takes more dimensions, TypeError says so.
 //
 // An argument must be an array of exactly that type, real or complex as `T` is; anything else is the TypeError of
-// nanobind, which shows the signature. Arguments are lent and results taken over, as orvane/python.hpp tells at
-// `fromPython` and `toPython`; by value and by constant reference come to the same.
+// nanobind, which shows the signature.
 //
 // Errors that functions of orvane/python.hpp set inside a bound function reach Python as they are.
 #pragma once
 
 #include <orvane/python.hpp>
+#include <orvane/python/argument.hpp>
 
 #include <nanobind/nanobind.h>
 
@@ -32,21 +45,30 @@ inline const RegisterTranslator nanobindTranslator = pendingTranslator = registe
 
 namespace nanobind::detail {
 
-template <orvane::python::PythonElement T>
-struct type_caster<orvane::data::TypedArray<T>> {
-    using Value = orvane::data::TypedArray<T>;
+template <orvane::python::detail::Convertible Value_>
+struct type_caster<Value_> {
+    using Value = Value_;
+    using Argument = orvane::python::detail::Argument<Value>;
 
-    static constexpr auto Name = const_name(orvane::python::detail::PythonAnnotation<T>::text);
+    static constexpr auto Name = const_name(orvane::python::detail::AnnotationOf<Value>::text);
     template <class Wanted>
     using Cast = movable_cast_t<Wanted>;
 
     /// The object may be of the right type and yet not to be had: a view that cannot be gathered, or want of memory.
-    /// That can be said only when the value is asked for; the error is put aside until then.
-    bool from_python(handle source, uint32_t, cleanup_list*) noexcept {
+    /// That can be said only when the value is asked for; the error is put aside until then. So can a refusal in words
+    /// once nanobind asks with `convert`: it does when all overloads have been asked without.
+    bool from_python(handle source, uint32_t flags, cleanup_list* cleanup) noexcept {
         namespace python = orvane::python;
+        if (!Argument::isResult && (cleanup == nullptr || (flags & static_cast<uint32_t>(cast_flags::manual)) != 0)) {
+            return false; // `nb::cast`: the loan would be given back before the span is used
+        }
         python::detail::sleepIfEnded([&] {
             try {
-                m_array = python::tryFromPython<T>(source.ptr());
+                const auto keep = [&](python::Reference object) { cleanup->append(object.release()); };
+                const bool mayRefuse = (flags & static_cast<uint32_t>(cast_flags::convert)) != 0;
+                if (auto taken = Argument::tryTake(source.ptr(), mayRefuse, keep)) {
+                    m_value.emplace(*std::move(taken));
+                }
             } catch (const python::PythonError&) {
                 m_fault = std::make_exception_ptr(python_error());
             } catch (python::detail::ThreadEnd&) {
@@ -55,20 +77,21 @@ struct type_caster<orvane::data::TypedArray<T>> {
                 m_fault = std::current_exception();
             }
         });
-        return m_array || m_fault;
+        return m_value || m_fault;
     }
 
-    static handle from_cpp(Value array, rv_policy, cleanup_list*) noexcept {
+    static handle from_cpp(Value value, rv_policy, cleanup_list*) noexcept {
         namespace python = orvane::python;
+        static_assert(Argument::isResult, "a span does not own its elements: return an array");
         PyObject* object = nullptr;
         python::detail::sleepIfEnded(
-            [&] { object = python::guarded([&] { return python::toPython(std::move(array)); }); });
+            [&] { object = python::guarded([&] { return python::toPython(std::move(value)); }); });
         return object;
     }
 
     template <class Wanted>
     bool can_cast() const noexcept {
-        return m_array.has_value();
+        return m_value.has_value();
     }
 
     explicit operator Value*() { return &value(); }
@@ -80,10 +103,10 @@ private:
         if (m_fault) {
             std::rethrow_exception(m_fault);
         }
-        return *m_array;
+        return *m_value;
     }
 
-    std::optional<Value> m_array;
+    std::optional<Value> m_value;
     std::exception_ptr m_fault;
 };
 

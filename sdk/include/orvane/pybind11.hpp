@@ -1,13 +1,26 @@
-// For pybind11: bound functions take and return `orvane::data::TypedArray<T>`.
+// For pybind11: parameters and results of bound functions.
+//
+// | parameter                                    | what it is                                              | copies   |
+// |----------------------------------------------|---------------------------------------------------------|----------|
+// | `data::ColumnMajorSpan<const T>`             | the elements as Python sees them, for reading           | none     |
+// | `data::ColumnMajorSpan<T>`                   | the same for writing: in place                          | none     |
+// | either with a rank, `<T, 2>`                 | the same for arrays of at most so many dimensions       | none     |
+// | `python::OwnCopy<T>`                         | an array of the function's own, to write to and return  | one      |
+// | `data::TypedArray<T>`                        | an array lent by `fromPython`, to read, pass on or keep | at first |
+//
+// Arrays are returned as well, and taken over by `toPython`. By value and by constant reference come to the same.
+//
+// A span has the strides of the view that came, and is lent until the bound function has returned. With a fixed rank
+// extents of 1 are filled up at the end; where no overload takes more dimensions, TypeError says so.
 //
 // An argument must be an array of exactly that type, real or complex as `T` is; anything else is the TypeError of
-// pybind11, which shows the signature. Arguments are lent and results taken over, as orvane/python.hpp tells at
-// `fromPython` and `toPython`; by value and by constant reference come to the same.
+// pybind11, which shows the signature.
 //
 // Errors that functions of orvane/python.hpp set inside a bound function reach Python as they are.
 #pragma once
 
 #include <orvane/python.hpp>
+#include <orvane/python/argument.hpp>
 
 #include <pybind11/pybind11.h>
 
@@ -32,28 +45,35 @@ inline const RegisterTranslator pybind11Translator = pendingTranslator = registe
 
 namespace pybind11::detail {
 
-template <orvane::python::PythonElement T>
-struct type_caster<orvane::data::TypedArray<T>> {
-    using Array = orvane::data::TypedArray<T>;
+template <orvane::python::detail::Convertible Value>
+struct type_caster<Value> {
+    using Argument = orvane::python::detail::Argument<Value>;
 
-    static constexpr auto name = const_name(orvane::python::detail::PythonAnnotation<T>::text);
+    static constexpr auto name = const_name(orvane::python::detail::AnnotationOf<Value>::text);
 
-    bool load(handle source, bool) {
+    /// pybind11 asks with `convert` when all overloads have been asked without, or when there is only one.
+    bool load(handle source, bool convert) {
         return pass([&] {
-            m_array = orvane::python::tryFromPython<T>(source.ptr());
-            return m_array.has_value();
+            const auto keep = [](const orvane::python::Reference& object) {
+                loader_life_support::add_patient(object.get());
+            };
+            if (auto taken = Argument::tryTake(source.ptr(), convert, keep)) {
+                m_value.emplace(*std::move(taken));
+            }
+            return m_value.has_value();
         });
     }
 
-    static handle cast(Array array, return_value_policy, handle) {
-        return pass([&] { return orvane::python::toPython(std::move(array)).release(); });
+    static handle cast(Value value, return_value_policy, handle) {
+        static_assert(Argument::isResult, "a span does not own its elements: return an array");
+        return pass([&] { return orvane::python::toPython(std::move(value)).release(); });
     }
 
     template <class Wanted>
     using cast_op_type = movable_cast_op_type<Wanted>;
-    operator Array*() { return &*m_array; }
-    operator Array&() { return *m_array; }
-    operator Array&&() && { return *std::move(m_array); }
+    operator Value*() { return &*m_value; }
+    operator Value&() { return *m_value; }
+    operator Value&&() && { return *std::move(m_value); }
 
 private:
     /// Conversions are also asked for by `py::cast`, whose callers know pybind11's own exception.
@@ -66,7 +86,7 @@ private:
         }
     }
 
-    std::optional<Array> m_array;
+    std::optional<Value> m_value;
 };
 
 } // namespace pybind11::detail

@@ -22,5 +22,6 @@
 #include <orvane/python/lend.hpp>
 #include <orvane/python/loan.hpp>
 #include <orvane/python/module.hpp>
+#include <orvane/python/own_copy.hpp>
 #include <orvane/python/reference.hpp>
 #include <orvane/python/to_python.hpp>

@@ -56,14 +56,6 @@ data::TypedArray<T> fromPython(PyObject* object) {
     return data::TypedArray<T>(detail::lend(object));
 }
 
-/// The same with elements of the handle's own, for keeping, for other threads and for writing: one copy.
-template <PythonElement T>
-data::TypedArray<T> copyFromPython(PyObject* object) {
-    data::TypedArray<T> array = fromPython<T>(object);
-    array.unshare();
-    return array;
-}
-
 /// An array of any element type, lent in the same way, for `orvane::data::apply_numeric_visitor`.
 inline data::Array anyFromPython(PyObject* object) {
     if (!isArray(object)) {

@@ -9,8 +9,10 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
+#include <stdexcept>
 #include <type_traits>
-#include <vector>
+#include <utility>
 
 namespace orvane {
 namespace [[gnu::visibility("hidden")]] python {
@@ -44,19 +46,36 @@ public:
     /// 2 at least for an array, 1 at least for a view.
     std::size_t rank() const noexcept { return static_cast<std::size_t>(m_loan->rank); }
 
-    /// The elements with their extents and strides; valid as long as the loan is.
-    data::ColumnMajorSpan<T> span() const {
-        std::vector<std::size_t> extents(m_loan->extents, m_loan->extents + m_loan->rank);
-        std::vector<std::ptrdiff_t> strides(m_loan->strides, m_loan->strides + m_loan->rank);
-        for (std::ptrdiff_t& stride : strides) {
-            stride /= static_cast<std::ptrdiff_t>(sizeof(T));
+    /// The elements with their extents and strides; valid as long as the loan is. A fixed rank is filled up with
+    /// extents of 1; `std::invalid_argument` when there are more dimensions.
+    template <std::size_t Rank = std::dynamic_extent>
+    data::ColumnMajorSpan<T, Rank> span() const {
+        typename data::ColumnMajorSpan<T, Rank>::Extents extents{};
+        typename data::ColumnMajorSpan<T, Rank>::Strides strides{};
+        if constexpr (Rank == std::dynamic_extent) {
+            extents.resize(rank());
+            strides.resize(rank());
+        } else if (rank() > Rank) {
+            throw std::invalid_argument("the array has more dimensions than the span");
+        }
+        for (std::size_t d = 0; d < extents.size(); ++d) {
+            const bool isPresent = d < rank();
+            extents[d] = isPresent ? static_cast<std::size_t>(m_loan->extents[d]) : 1;
+            strides[d] = isPresent ? m_loan->strides[d] / static_cast<std::ptrdiff_t>(sizeof(T))
+                                   : static_cast<std::ptrdiff_t>(size());
         }
         return {data(), std::move(extents), std::move(strides)};
     }
-    operator data::ColumnMajorSpan<T>() const { return span(); }
+    template <std::size_t Rank>
+    operator data::ColumnMajorSpan<T, Rank>() const {
+        return span<Rank>();
+    }
 
     /// Before the end of its life. Nothing of it is to be used afterwards.
     void giveBack() noexcept { m_loan.reset(); }
+
+    /// The loan itself, to be given back by the caller.
+    const OrvaneLoan* release() noexcept { return m_loan.release(); }
 
 private:
     std::unique_ptr<const OrvaneLoan, detail::GiveBack> m_loan;
@@ -64,9 +83,18 @@ private:
 
 namespace detail {
 
+/// As `isArray<T>`, asked of the table.
+template <PythonElement T>
+bool isOfKindOf(PyObject* object) {
+    return exchange().kindOf(object) == arrayTypeNumber<T>;
+}
+
 template <class T>
 LentElements<T> lendFor(PyObject* object, unsigned flags) {
-    requireArray<std::remove_const_t<T>>(object);
+    using Element = std::remove_const_t<T>;
+    if (!isOfKindOf<Element>(object)) {
+        requireArray<Element>(object); // says what came
+    }
     const OrvaneLoan* loan = exchange().lend(object, flags);
     if (loan == nullptr) {
         throw PythonError();

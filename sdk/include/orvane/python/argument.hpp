@@ -1,0 +1,102 @@
+// What the converters for binding libraries have in common.
+#pragma once
+
+#include <orvane/data.hpp>
+#include <orvane/python/element.hpp>
+#include <orvane/python/errors.hpp>
+#include <orvane/python/from_python.hpp>
+#include <orvane/python/loan.hpp>
+#include <orvane/python/own_copy.hpp>
+#include <orvane/python/reference.hpp>
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+namespace orvane {
+namespace [[gnu::visibility("hidden")]] python {
+
+namespace detail {
+
+/// A new Python object that gives a loan back when it goes.
+template <class T>
+Reference keeperOf(LentElements<T> loan) {
+    static constexpr const char* name = "orvane.loan";
+    const OrvaneLoan* const bare = loan.release();
+    Reference keeper(PyCapsule_New(const_cast<OrvaneLoan*>(bare), name, [](PyObject* capsule) {
+        exchangeSlot()->giveBack(static_cast<const OrvaneLoan*>(PyCapsule_GetPointer(capsule, name)));
+    }));
+    if (!keeper) {
+        exchangeSlot()->giveBack(bare);
+        throw PythonError();
+    }
+    return keeper;
+}
+
+/// How a parameter of a bound function is had from a Python object, for the types that are one:
+///  - `Element`, its element type;
+///  - `isResult`, whether functions may return it as well;
+///  - `tryTake(object, mayRefuse, keep)`: the value; nothing, without an error set, when another overload may take the
+///    object. If none is going to be asked any more, `mayRefuse`, it may throw the refusal instead, in words. `keep` is
+///    called with a reference to what has to live until the bound function has returned.
+template <class Value>
+struct Argument;
+
+template <PythonElement T>
+struct Argument<data::TypedArray<T>> {
+    using Element = T;
+    static constexpr bool isResult = true;
+
+    static std::optional<data::TypedArray<T>> tryTake(PyObject* object, bool, auto&&) {
+        return tryFromPython<T>(object);
+    }
+};
+
+template <PythonElement T>
+struct Argument<OwnCopy<T>> {
+    using Element = T;
+    static constexpr bool isResult = true;
+
+    static std::optional<OwnCopy<T>> tryTake(PyObject* object, bool, auto&&) {
+        return isArray<T>(object) ? std::optional<OwnCopy<T>>(object) : std::nullopt;
+    }
+};
+
+template <class T, std::size_t Rank>
+    requires PythonElement<std::remove_const_t<T>>
+struct Argument<data::ColumnMajorSpan<T, Rank>> {
+    using Element = std::remove_const_t<T>;
+    static constexpr bool isResult = false;
+
+    static std::optional<data::ColumnMajorSpan<T, Rank>> tryTake(PyObject* object, bool mayRefuse, auto&& keep) {
+        if (!isOfKindOf<Element>(object)) {
+            return std::nullopt;
+        }
+        LentElements<T> loan = lendFor<T>(object, std::is_const_v<T> ? 0 : ORVANE_LOAN_WRITABLE);
+        if (Rank != std::dynamic_extent && loan.rank() > Rank) {
+            if (!mayRefuse) {
+                return std::nullopt;
+            }
+            refuse(describe<Element>(isComplexElement<Element>) + " of rank " + std::to_string(Rank) + " at most",
+                   "one of rank " + std::to_string(loan.rank()));
+        }
+        const data::ColumnMajorSpan<T, Rank> span = loan;
+        keep(keeperOf(std::move(loan)));
+        return span;
+    }
+};
+
+template <class Value>
+concept Convertible = requires { typename Argument<Value>::Element; };
+
+/// The type as signatures show it: "orvane.double[complex]".
+template <Convertible Value>
+using AnnotationOf = PythonAnnotation<typename Argument<Value>::Element>;
+
+} // namespace detail
+
+} // namespace python
+} // namespace orvane
