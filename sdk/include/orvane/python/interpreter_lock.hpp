@@ -7,7 +7,8 @@ namespace orvane {
 namespace [[gnu::visibility("hidden")]] python {
 
 /// Lets other Python threads run while it lives. What is done meanwhile must not touch Python objects, nor arrays
-/// that `fromPython` lent: others may assign to them. Work on arrays of your own (`copyFromPython`). When the
+/// that `fromPython` lent: others may assign to them. Work on arrays of your own (`copyFromPython`) or on loans
+/// (`lendElements`). When the
 /// interpreter has ended meanwhile there is no way back: the thread sleeps until the process ends.
 class WithoutInterpreterLock {
 public:
