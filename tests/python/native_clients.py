@@ -1,7 +1,5 @@
 """Builds native modules against the installed package, with its own tools only, and loads them."""
 
-from __future__ import annotations
-
 import functools
 import importlib.util
 import os

@@ -1,9 +1,9 @@
-"""What the tests share: arrays of every kind, exact refusals, and buffers of any description."""
+"""What the tests share: arrays of every kind, and exact refusals."""
 
-from __future__ import annotations
-
-import ctypes
 import math
+import os
+import subprocess
+import sys
 from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 from typing import Any
@@ -12,7 +12,7 @@ import pytest
 
 import orvane
 from ovexceptions import ShapeError, SizeError
-from reference.elements import KINDS, TYPES, Kind, Stored
+from reference.elements import KINDS, TYPES, Kind
 
 NAMES = [element.name for element in TYPES]
 KIND_OF = {kind.format: kind for kind in KINDS}
@@ -75,13 +75,13 @@ def table(text: str) -> Any:
 
 @contextmanager
 def answered_by(answer: str) -> Iterator[bool]:
-    """An answer like `ValueError: words` must be raised by the block, exactly; the words may be a
-    key of `WORDS`. Any other answer is no error: gives true, and the block compares."""
+    """An answer like `ValueError: words` must be raised by the block, as `refused` says. Any other
+    answer is no error: gives true, and the block compares."""
     kind, _, words = answer.partition(": ")
     if kind not in ERRORS:
         yield True
         return
-    with refused(ERRORS[kind], WORDS.get(words, words)):
+    with refused(ERRORS[kind], words):
         yield False
 
 
@@ -97,10 +97,10 @@ def check(expression: str, answer: str, **names: Any) -> None:
 
 @contextmanager
 def refused(exception: type[BaseException], message: str) -> Iterator[None]:
-    """The block must raise exactly this type with exactly these words."""
+    """The block must raise exactly this type with exactly these words, or those under that key."""
     with pytest.raises(BaseException) as caught:  # noqa: PT011
         yield
-    assert (type(caught.value), str(caught.value)) == (exception, message)
+    assert (type(caught.value), str(caught.value)) == (exception, WORDS.get(message, message))
 
 
 def make(kind: Kind, *values: Any, **keywords: Any) -> Any:
@@ -141,146 +141,9 @@ def outcome(call: Callable[[], Any]) -> tuple[Any, ...]:
     return "gave", type(value).__name__, value
 
 
-class Sequence:
-    """A sequence by protocol alone. Its items may come from code, and its length lie or be code."""
-
-    def __init__(self, items: Any, length: Any = None) -> None:
-        self.item = items if callable(items) else items.__getitem__
-        self.length = len(items) if length is None else length
-
-    def __len__(self) -> int:
-        return self.length() if callable(self.length) else self.length
-
-    def __getitem__(self, i: int) -> Any:
-        return self.item(i)
-
-
-class Index:
-    """A number by `__index__` alone, which may do something first."""
-
-    def __init__(self, value: int, action: Callable[[], Any] = lambda: None) -> None:
-        self.value, self.action = value, action
-
-    def __index__(self) -> int:
-        self.action()
-        return self.value
-
-
-class PyBuffer(ctypes.Structure):
-    """The interpreter's `Py_buffer`."""
-
-    _fields_ = (
-        ("buf", ctypes.c_void_p),
-        ("obj", ctypes.c_void_p),
-        ("len", ctypes.c_ssize_t),
-        ("itemsize", ctypes.c_ssize_t),
-        ("readonly", ctypes.c_int),
-        ("ndim", ctypes.c_int),
-        ("format", ctypes.c_char_p),
-        ("shape", ctypes.POINTER(ctypes.c_ssize_t)),
-        ("strides", ctypes.POINTER(ctypes.c_ssize_t)),
-        ("suboffsets", ctypes.POINTER(ctypes.c_ssize_t)),
-        ("internal", ctypes.c_void_p),
-    )
-
-
-get_buffer = ctypes.pythonapi.PyObject_GetBuffer
-get_buffer.argtypes = (ctypes.py_object, ctypes.POINTER(PyBuffer), ctypes.c_int)
-release_buffer = ctypes.pythonapi.PyBuffer_Release
-release_buffer.argtypes = (ctypes.POINTER(PyBuffer),)
-release_buffer.restype = None
-
-
-class _Slot(ctypes.Structure):
-    _fields_ = (("slot", ctypes.c_int), ("function", ctypes.c_void_p))
-
-
-class _Spec(ctypes.Structure):
-    _fields_ = (
-        ("name", ctypes.c_char_p),
-        ("basicsize", ctypes.c_int),
-        ("itemsize", ctypes.c_int),
-        ("flags", ctypes.c_uint),
-        ("slots", ctypes.POINTER(_Slot)),
-    )
-
-
-@ctypes.PYFUNCTYPE(ctypes.c_int, ctypes.py_object, ctypes.POINTER(PyBuffer), ctypes.c_int)
-def _fill_view(exporter: Any, view: Any, _flags: int) -> int:
-    exporter.fill(view.contents)
-    ctypes.pythonapi.Py_IncRef(ctypes.py_object(exporter))
-    view.contents.obj = id(exporter)
-    exporter.open_views += 1
-    return 0
-
-
-@ctypes.PYFUNCTYPE(None, ctypes.py_object, ctypes.POINTER(PyBuffer))
-def _forget_view(exporter: Any, _view: Any) -> None:
-    exporter.open_views -= 1
-
-
-def _exporting_base() -> type:
-    """A type whose buffer slots call Python, which the language itself offers only from 3.12."""
-    get, release, basetype = 1, 2, 1 << 10
-    slots = (_Slot * 3)(
-        _Slot(get, ctypes.cast(_fill_view, ctypes.c_void_p)),
-        _Slot(release, ctypes.cast(_forget_view, ctypes.c_void_p)),
-        _Slot(0, None),
-    )
-    spec = _Spec(b"support.ExportingBase", object.__basicsize__, 0, basetype, slots)
-    from_spec = ctypes.pythonapi.PyType_FromSpec
-    from_spec.argtypes, from_spec.restype = (ctypes.POINTER(_Spec),), ctypes.py_object
-    return from_spec(ctypes.byref(spec))
-
-
-class Exporter(_exporting_base()):  # type: ignore[misc]
-    """Exports a block of memory under whatever description it is given, true or not."""
-
-    def __init__(
-        self,
-        data: bytes,
-        format_: str | None,
-        itemsize: int,
-        shape: tuple[int, ...] | None = None,
-        strides: tuple[int, ...] | None = None,
-        *,
-        ndim: int | None = None,
-        length: int | None = None,
-        misaligned: bool = False,
-        before_fill: Callable[[], None] = lambda: None,
-    ) -> None:
-        self.open_views = 0
-        self.before_fill = before_fill
-        self._length = len(data) if length is None else length
-        self._format = None if format_ is None else format_.encode()
-        self._itemsize = itemsize
-        if ndim is None:
-            ndim = 1 if shape is None else len(shape)
-        self._ndim = ndim
-        vector = ctypes.c_ssize_t * max(ndim, 1)
-        self._shape = None if shape is None else vector(*shape)
-        self._strides = None if strides is None else vector(*strides)
-        self._block = ctypes.create_string_buffer(len(data) + 16)
-        self._address = ctypes.addressof(self._block) + misaligned
-        ctypes.memmove(self._address, data, len(data))
-
-    def fill(self, view: PyBuffer) -> None:
-        self.before_fill()
-        null = ctypes.POINTER(ctypes.c_ssize_t)()
-        view.buf, view.len, view.itemsize = self._address, self._length, self._itemsize
-        view.readonly, view.ndim, view.format = 1, self._ndim, self._format
-        view.shape = null if self._shape is None else self._shape
-        view.strides = null if self._strides is None else self._strides
-        view.suboffsets, view.internal = null, None
-
-
-def exporting(kind: Kind, stored: list[Stored], *shape: int) -> Exporter:
-    """A column-major exporter of these very elements, in storage order."""
-    shape = shape or (1, len(stored))
-    strides = tuple(kind.size * math.prod(shape[:d]) for d in range(len(shape)))
-    return Exporter(b"".join(map(kind.pack, stored)), kind.format, kind.size, shape, strides)
-
-
-def from_stored(kind: Kind, stored: list[Stored], *shape: int) -> Any:
-    """An array that holds these very elements, to the bit."""
-    return make(kind, exporting(kind, stored, *shape))
+def python(program: str, *options: str, **environment: str) -> str:
+    """What a fresh interpreter prints that runs the program, without an error or a complaint."""
+    command, environment = [sys.executable, *options, "-c", program], os.environ | environment
+    done = subprocess.run(command, capture_output=True, text=True, env=environment, timeout=1000)
+    assert (done.returncode, done.stderr) == (0, ""), done.stdout + done.stderr
+    return done.stdout

@@ -1,7 +1,5 @@
 """Construction from buffers: formats, storage orders, strange and lying exporters."""
 
-from __future__ import annotations
-
 import array
 import ctypes
 import math
@@ -14,20 +12,9 @@ from hypothesis import given
 from hypothesis import strategies as st
 
 import orvane
+from impostors import Exporter, exporting, from_stored
 from reference.elements import KINDS
-from support import (
-    Exporter,
-    check,
-    each_kind,
-    exporting,
-    from_stored,
-    make,
-    nested,
-    outcome,
-    refused,
-    stored_bytes,
-    table,
-)
+from support import check, each_kind, make, nested, outcome, refused, stored_bytes, table
 
 
 @table(r"""

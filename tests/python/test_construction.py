@@ -1,16 +1,15 @@
 """Construction from a size, a flat vector, and nested sequences; how they combine."""
 
-from __future__ import annotations
-
 import array
 
 from hypothesis import given
 from hypothesis import strategies as st
 
 import orvane
+from impostors import Sequence
 from reference.array import View
 from reference.elements import KINDS
-from support import Sequence, check, grid, make, outcome, stored_bytes, table
+from support import check, grid, make, outcome, stored_bytes, table
 
 
 @table(r"""

@@ -1,7 +1,5 @@
 """What a Python value becomes as an element of each type, and with which words it is refused."""
 
-from __future__ import annotations
-
 import math
 import struct
 from decimal import Decimal
@@ -14,16 +12,7 @@ from hypothesis import strategies as st
 import orvane
 from reference.array import View
 from reference.elements import KINDS, TYPES, Kind
-from support import (
-    WORDS,
-    check,
-    each_type,
-    make,
-    outcome,
-    refused,
-    stored_bytes,
-    table,
-)
+from support import check, each_type, make, outcome, refused, stored_bytes, table
 
 
 class Whole(int):
@@ -67,7 +56,7 @@ def test_elements(expression, answer):
 @each_type
 def test_what_no_real_type_accepts_and_complex_ones_read_as_zero(name):
     strangers = [object(), Convertible(), Fraction(1, 2), Decimal(1), numpy.int64(1), {1: 2}, {1}]
-    refusals = [(None, WORDS["NONE"]), *((value, WORDS["TYPE"]) for value in strangers)]
+    refusals = [(None, "NONE"), *((value, "TYPE") for value in strangers)]
     if name != "logical":
         words = (
             f"orvane.{name} does not accept complex values if 'is_complex' is not set to 'True'."

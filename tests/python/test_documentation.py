@@ -1,7 +1,5 @@
 """What the documentation shows is what comes; read from the source tree, where there is one."""
 
-from __future__ import annotations
-
 import doctest
 import re
 from pathlib import Path

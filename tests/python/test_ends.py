@@ -1,7 +1,5 @@
 """Ends and beginnings: threads that the interpreter ends, last holds under an error, starts."""
 
-from __future__ import annotations
-
 import sys
 from array import array
 from typing import Any
@@ -62,14 +60,14 @@ def work():
         "c.set_when_freed(lambda: later(None)); c.make('d', (1, 1), bytes(8))",
     ],
 )
-def test_threads_that_wait_in_callers_code_when_the_interpreter_ends(statement: str) -> None:
+def test_threads_that_wait_in_callers_code_when_the_interpreter_ends(statement):
     directory = build_directory() if "c." in statement else ""
     program = "import typed_client as c\n" if directory else ""
     program += "for _ in '123': threading.Thread(target=work, daemon=True).start()\n"
     python(CALLERS_CODE + program + "time.sleep(0.1)", directory, statement)
 
 
-def test_a_lent_handle_is_dropped_anywhere(typed: Any) -> None:
+def test_a_lent_handle_is_dropped_anywhere(typed):
     for holding_lock in (True, False):
         a = orvane.double([[1, 2]])
         references = sys.getrefcount(a)
@@ -83,9 +81,7 @@ def test_a_lent_handle_is_dropped_anywhere(typed: Any) -> None:
 # --- last holds -----------------------------------------------------------------------------------
 
 
-def test_a_deleter_may_run_code_while_an_error_is_pending(
-    typed: Any, monkeypatch: pytest.MonkeyPatch
-) -> None:
+def test_a_deleter_may_run_code_while_an_error_is_pending(typed, monkeypatch):
     left, reported = [], []
 
     def run_code() -> None:
@@ -108,7 +104,7 @@ def test_a_deleter_may_run_code_while_an_error_is_pending(
     assert len(left) == 5
 
 
-def test_a_deleter_may_use_the_array_whose_block_it_gives_back(typed: Any) -> None:
+def test_a_deleter_may_use_the_array_whose_block_it_gives_back(typed):
     made, _ = typed.make("d", (2, 3), array("d", range(6)))
 
     def use() -> None:
@@ -123,7 +119,7 @@ def test_a_deleter_may_use_the_array_whose_block_it_gives_back(typed: Any) -> No
     assert array("d", taken[2]).tolist() == [item[0] for item in made] == [0, 1, 2, 3, 4, 9]
 
 
-def test_an_empty_block_may_be_null(typed: Any) -> None:
+def test_an_empty_block_may_be_null(typed):
     empty = object_at(capsule.array_from_impl(typed.foreign_impl("null block")))
     assert empty.reshape(3, 0).size == (3, 0)
     assert (nested(empty), memoryview(empty).nbytes) == ([[], [], []], 0)
@@ -133,7 +129,7 @@ def test_an_empty_block_may_be_null(typed: Any) -> None:
 # --- starts ---------------------------------------------------------------------------------------
 
 
-def test_a_failed_start_in_another_interpreter_leaves_the_process_free() -> None:
+def test_a_failed_start_in_another_interpreter_leaves_the_process_free():
     program = """
 try:
     import _interpreters as interpreters
@@ -158,7 +154,7 @@ print(failed, orvane.double([1.5])[0].toarray().typecode)
 @pytest.mark.skipif(
     sys.version_info[:2] == (3, 13), reason="PyType_Ready itself dies for want of memory"
 )
-def test_a_start_that_runs_short_of_memory_can_be_tried_again() -> None:
+def test_a_start_that_runs_short_of_memory_can_be_tried_again():
     pytest.importorskip("_testcapi")
     program = """
 import array, importlib.util, os
@@ -183,7 +179,7 @@ print(ends)
     assert python(program) == "{0, 7}\n"
 
 
-def test_an_import_anew_offers_the_same_objects() -> None:
+def test_an_import_anew_offers_the_same_objects():
     program = """
 import sys, orvanemultidimarrayforpython as first
 del sys.modules["orvanemultidimarrayforpython"]
@@ -194,7 +190,7 @@ print(first is second, len(names), all(getattr(first, n) is getattr(second, n) f
     assert python(program) == "False 15 True\n"
 
 
-def test_the_exported_symbols_are_these() -> None:
+def test_the_exported_symbols_are_these():
     elements = "double float int8_t uint8_t int16_t uint16_t int32_t uint32_t int64_t uint64_t bool"
     tables = ("Type", "SequenceMethods", "MappingMethods")
     expected = {f"OCPyArray_{table}_{element}" for table in tables for element in elements.split()}

@@ -1,22 +1,12 @@
 """The buffer that an array exports, and its attributes."""
 
-from __future__ import annotations
-
 import ctypes
 import math
 
 import pytest
 
-from support import (
-    WORDS,
-    PyBuffer,
-    each_kind,
-    get_buffer,
-    grid,
-    nested,
-    refused,
-    release_buffer,
-)
+from impostors import PyBuffer, get_buffer, release_buffer
+from support import each_kind, grid, nested, refused
 
 WRITABLE, FORMAT, STRIDES, C_CONTIGUOUS = 0x1, 0x4, 0x18, 0x38
 NOT_WRITABLE = "underlying buffer is not writable."
@@ -93,7 +83,7 @@ def test_a_view_that_cannot_become_an_array():
     row = exporter[3]
     exporter.reshape(1, 8)
     for flags in (STRIDES, WRITABLE, C_CONTIGUOUS):
-        with refused(RuntimeError, WORDS["NULL"]):
+        with refused(RuntimeError, "NULL"):
             get_buffer(row, ctypes.byref(PyBuffer()), flags)
 
 

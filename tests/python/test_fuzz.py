@@ -1,7 +1,5 @@
 """Any object at all, thrown at the surface: known exceptions, and intact arrays afterwards."""
 
-from __future__ import annotations
-
 import array
 import math
 from contextlib import suppress
@@ -11,8 +9,9 @@ from hypothesis import given, settings
 from hypothesis import strategies as st
 
 import orvane
+from impostors import Exporter, Index, Sequence
 from reference.elements import KINDS
-from support import BIG, ERRORS, NAMES, Exporter, Index, Sequence, grid, make, nested, stored_bytes
+from support import BIG, ERRORS, NAMES, grid, make, nested, stored_bytes
 
 # No list of three of these asks for an array that the machine might just be able to hold.
 BOUNDARY = [0, -1, 1, 2**63 - 1, 2**63, -(2**63), -(2**63) - 1, 2**64 - 1, BIG, -BIG]

@@ -1,14 +1,13 @@
 """Birth and death of arrays: arguments, the dictionary in first place, what outlives what."""
 
-from __future__ import annotations
-
 import gc
 import sys
 
 import pytest
 
 import orvane
-from support import Sequence, check, grid, nested, table
+from impostors import Sequence
+from support import check, grid, nested, table
 
 
 class Mapping(dict):

@@ -4,8 +4,6 @@ Python objects are counted by the interpreter's allocator, everything else by wh
 handed out; neither depends on how fast memory goes back to the system.
 """
 
-from __future__ import annotations
-
 import array
 import copy
 import ctypes
@@ -20,7 +18,8 @@ import numpy
 import pytest
 
 import orvane
-from support import BIG, Exporter, Sequence, evaluate, grid
+from impostors import Exporter, Sequence
+from support import BIG, evaluate, grid
 
 REPETITIONS = 4_000
 

@@ -1,13 +1,12 @@
 """The methods: reshape, parts, toarray, and what they tell of the storage."""
 
-from __future__ import annotations
-
 import array
 
 import pytest
 
 import orvane
-from support import Sequence, answered_by, each_kind, evaluate, grid, nested, refused, table
+from impostors import Sequence
+from support import answered_by, each_kind, evaluate, grid, nested, refused, table
 
 BAD = "ValueError: reshape() must be passed a nonempty sequence of nonnegative integers."
 COUNT = (

@@ -6,8 +6,6 @@ types of exceptions, their words, what is handed out) and then the whole content
 operations.
 """
 
-from __future__ import annotations
-
 import collections
 import math
 import os

@@ -1,34 +1,18 @@
 """The capsule's five functions, called as any language can that reaches a table of C functions."""
 
-from __future__ import annotations
-
 import array
 import ctypes
 import re
 import shlex
 import sys
-from pathlib import Path
 from typing import Any
 
 import pytest
 
 import orvane
+from impostors import Exporter, exporting, from_stored
 from native_clients import ROOT, ask_package, client, run, samples
-from reference.elements import Kind
-from support import (
-    KIND_OF,
-    WORDS,
-    Exporter,
-    answered_by,
-    each_kind,
-    evaluate,
-    exporting,
-    from_stored,
-    make,
-    refused,
-    stored_bytes,
-    table,
-)
+from support import KIND_OF, answered_by, each_kind, evaluate, make, refused, stored_bytes, table
 
 NO_TYPE = 32
 
@@ -85,8 +69,8 @@ def taken(typed: Any, kind_format: str, value: Any) -> tuple[tuple[int, ...], li
     return extents, array.array(kind_format, data).tolist()
 
 
-def test_position_0_refuses_and_destroys_what_python_cannot_have(typed: Any) -> None:
-    with refused(RuntimeError, WORDS["NULL"]):
+def test_position_0_refuses_and_destroys_what_python_cannot_have(typed):
+    with refused(RuntimeError, "NULL"):
         capsule.array_from_impl(None)
     for kind in ("character", "one dimension"):
         typed.count_freed_buffers()
@@ -100,7 +84,7 @@ def test_position_0_refuses_and_destroys_what_python_cannot_have(typed: Any) -> 
 # --- position 1 ----------------------------------------------------------------------------------
 
 
-def test_no_implementation_of_what_is_no_array() -> None:
+def test_no_implementation_of_what_is_no_array():
     allocate = ctypes.pythonapi.PyType_GenericAlloc
     allocate.argtypes, allocate.restype = (ctypes.py_object, ctypes.c_ssize_t), ctypes.py_object
     unconstructed = allocate(orvane.double, 0)  # as a native module can make one
@@ -118,9 +102,7 @@ def test_no_implementation_of_what_is_no_array() -> None:
         ("a.reshape(6, 1); a[5][0] = 60", (6, 1), [1, 4, 2, 5, 3, 60]),
     ],
 )
-def test_native_code_and_python_see_every_change(
-    typed: Any, statement: str, extents: Any, elements: Any
-) -> None:
+def test_native_code_and_python_see_every_change(typed, statement, extents, elements):
     a = orvane.double([[1, 2, 3], [4, 5, 6]])
     place, impl, before = typed.take("d", a)[3], impl_of(a), memoryview(a)
     exec(statement)
@@ -132,7 +114,7 @@ def test_native_code_and_python_see_every_change(
         assert (impl_of(a), typed.take("d", a)[3]) == (impl, place)
 
 
-def test_what_native_code_writes_shows_with_the_next_reshape(typed: Any) -> None:
+def test_what_native_code_writes_shows_with_the_next_reshape(typed):
     handed_out, (made, place) = orvane.double([[0.0] * 6]), typed.make("d", (1, 6), bytes(48))
     for a, native in ((handed_out, typed.take("d", handed_out)[3]), (made, place)):
         a[0][0] = 1
@@ -143,7 +125,7 @@ def test_what_native_code_writes_shows_with_the_next_reshape(typed: Any) -> None
         assert (a.reshape(6, 1)[1][0], exported.tolist()[0][:2]) == (2, [1, 2])
 
 
-def test_a_view_is_handed_out_as_a_copy_that_stays(typed: Any) -> None:
+def test_a_view_is_handed_out_as_a_copy_that_stays(typed):
     a = orvane.int16([[1, 2, 3], [4, 5, 6]])
     view, clone = a[1][::-1], a.clone()
     impl = impl_of(view)
@@ -164,7 +146,7 @@ def test_a_view_is_handed_out_as_a_copy_that_stays(typed: Any) -> None:
 
 
 @each_kind
-def test_a_buffer_of_every_format_becomes_its_type(kind: Kind) -> None:
+def test_a_buffer_of_every_format_becomes_its_type(kind):
     stored, code = samples(kind), ctypes.c_int()
     made = from_buffer(exporting(kind, stored, 2, 3), code)
     assert type(made) is getattr(orvane, kind.name)
@@ -187,7 +169,7 @@ def test_a_buffer_of_every_format_becomes_its_type(kind: Kind) -> None:
 'Zl', 8 -> 21, int64([[1]], is_complex=True)
 'ZL', 16 -> 22, uint64([[1]], is_complex=True)
 """)
-def test_formats_that_are_read_by_their_first_characters(expression: str, answer: str) -> None:
+def test_formats_that_are_read_by_their_first_characters(expression, answer):
     format_, itemsize = evaluate(expression)
     number, made = evaluate(answer)
     code = ctypes.c_int()
@@ -208,7 +190,7 @@ Exporter(bytes(16), 'Z', 16, (1,)) -> 13 & BufferError: input buffer format ('Z'
     with output format ('Zd'); use a different input or output type
 memoryview(b'abcd')[::2] -> BufferError: memoryview: underlying buffer is not contiguous
 """)
-def test_what_is_refused_as_a_buffer(expression: str, answer: str) -> None:
+def test_what_is_refused_as_a_buffer(expression, answer):
     source, code = evaluate(expression, Exporter=Exporter), ctypes.c_int()
     number, _, refusal = answer.rpartition(" & ")
     with answered_by(refusal) as expects_value:
@@ -220,15 +202,15 @@ def test_what_is_refused_as_a_buffer(expression: str, answer: str) -> None:
     assert not getattr(source, "open_views", 0)
 
 
-def test_nowhere_to_put_the_type_code() -> None:
-    with refused(RuntimeError, WORDS["NULL"]):
+def test_nowhere_to_put_the_type_code():
+    with refused(RuntimeError, "NULL"):
         capsule.array_from_buffer(id(b"ab"), None)
 
 
 # --- positions 3 and 4 ---------------------------------------------------------------------------
 
 
-def test_destroying(typed: Any) -> None:
+def test_destroying(typed):
     typed.count_freed_buffers()
     capsule.destroy_array(capsule.array_from_impl(typed.foreign_impl("matrix")))
     assert typed.count_freed_buffers() == 1
@@ -239,7 +221,7 @@ def test_destroying(typed: Any) -> None:
         assert sys.getrefcount(survivor) == count
 
 
-def test_who_exports_buffers() -> None:
+def test_who_exports_buffers():
     yes = [b"", bytearray(), memoryview(b""), orvane.logical(), orvane.double([[1, 2]])[0]]
     assert all(capsule.exports_buffer(id(value)) for value in yes)
     for no in (None, "text", 1, [], orvane.double):
@@ -249,7 +231,7 @@ def test_who_exports_buffers() -> None:
 # --- the library's functions by their numbers ----------------------------------------------------
 
 
-def test_the_example_in_c_of_the_guide(tmp_path: Path) -> None:
+def test_the_example_in_c_of_the_guide(tmp_path):
     guide = (ROOT / "docs" / "native.md").read_text("utf-8")
     (code,) = re.findall(r"```c\n(#include <orvane/boundary.h>.*?)```", guide, re.DOTALL)
     source, built = tmp_path / "sum.c", tmp_path / "sum.so"

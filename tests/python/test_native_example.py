@@ -1,7 +1,5 @@
 """The example of a native module and that of the guide, built from the installed package alone."""
 
-from __future__ import annotations
-
 import re
 import sys
 from pathlib import Path
@@ -40,7 +38,7 @@ def to_numpy(result: Any) -> Any:
 
 @pytest.mark.parametrize("shape", [(5, 3), (3, 5), (4, 4), (1, 3), (3, 1), (0, 2)])
 @pytest.mark.parametrize("is_complex", [False, True])
-def test_decompositions(spectral: Any, shape: tuple[int, int], is_complex: bool) -> None:
+def test_decompositions(spectral, shape, is_complex):
     matrix = np.arange(1.0, 1 + np.prod(shape)).reshape(shape) % 7
     if is_complex:
         matrix = matrix + 1j * np.cos(matrix)
@@ -62,13 +60,13 @@ svd(single([[1, 2]])) -> TypeError: expected a real orvane.double array, got orv
 singular_values(double(size=(2, 2, 2))) -> ValueError: a matrix has two dimensions
 principal_components(double([[1, 2]]), 2) -> ValueError: there are not that many components
 """)
-def test_refusals(spectral: Any, expression: str, answer: str) -> None:
+def test_refusals(spectral, expression, answer):
     check(f"spectral.{expression}", answer, spectral=spectral)
     with pytest.raises(RuntimeError):
         spectral.svd(orvane.double([[float("nan"), 1], [2, 3]]))
 
 
-def test_the_example_installs_beside_the_package(spectral: Any, tmp_path: Path) -> None:
+def test_the_example_installs_beside_the_package(spectral, tmp_path):
     """The installed module finds the library without any help, even if it is imported first."""
     package = Path(orvane.__file__).parent
     build = Path(spectral.__file__).parent
@@ -81,7 +79,7 @@ def test_the_example_installs_beside_the_package(spectral: Any, tmp_path: Path) 
     assert run(sys.executable, "-I", "-c", f"{path}; {use}").startswith("[[5.0")
 
 
-def test_the_guide_leads_from_an_empty_folder_to_a_module(tmp_path: Path) -> None:
+def test_the_guide_leads_from_an_empty_folder_to_a_module(tmp_path):
     guide = (ROOT / "docs" / "native.md").read_text("utf-8")
     files = dict(re.findall(r"`([\w.]+)`:\n\n```\w+\n(.*?)```", guide, re.DOTALL))
     assert list(files) == ["CMakeLists.txt", "columns.cpp"]

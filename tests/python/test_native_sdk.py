@@ -1,7 +1,5 @@
 """Arrays in and out of native modules through the C++ headers, pybind11 and nanobind."""
 
-from __future__ import annotations
-
 import gc
 import os
 import shlex
@@ -15,6 +13,7 @@ import pytest
 
 import orvane
 import orvanemultidimarrayforpython
+from impostors import Exporter, from_stored
 from native_clients import (
     COMPILER,
     ROOT,
@@ -25,19 +24,7 @@ from native_clients import (
     run,
     samples,
 )
-from reference.elements import Kind
-from support import (
-    KINDS,
-    Exporter,
-    answered_by,
-    check,
-    each_kind,
-    evaluate,
-    from_stored,
-    refused,
-    stored_bytes,
-    table,
-)
+from support import KINDS, answered_by, check, each_kind, evaluate, refused, stored_bytes, table
 
 REPLACEMENT = Path(os.environ.get("ORVANE_REPLACEMENT_LIBRARY", "nowhere"))
 
@@ -58,7 +45,7 @@ def doubles(described: tuple[Any, ...]) -> list[float]:
 
 
 @each_kind
-def test_every_kind_goes_in_and_comes_out_unchanged(typed: Any, kind: Kind) -> None:
+def test_every_kind_goes_in_and_comes_out_unchanged(typed, kind):
     data = b"".join(map(kind.pack, samples(kind)))
     made, place = typed.make(kind.format, (3, 2), data)
     assert type(made) is getattr(orvane, kind.name)
@@ -73,7 +60,7 @@ def test_every_kind_goes_in_and_comes_out_unchanged(typed: Any, kind: Kind) -> N
                 typed.take(other.format, made)
 
 
-def test_blocks_live_as_long_as_anybody_who_holds_them(typed: Any) -> None:
+def test_blocks_live_as_long_as_anybody_who_holds_them(typed):
     typed.count_freed_buffers()
     made, _ = typed.make("d", (2, 2), array("d", [1, 2, 3, 4]))
     view, exported = made[0], memoryview(made)
@@ -90,7 +77,7 @@ def test_blocks_live_as_long_as_anybody_who_holds_them(typed: Any) -> None:
     assert typed.count_freed_buffers() == 1
 
 
-def test_a_kept_copy_is_independent(typed: Any) -> None:
+def test_a_kept_copy_is_independent(typed):
     a = orvane.double([[1, 2]])
     references = sys.getrefcount(a)
     copy = typed.keep(a, True)
@@ -109,7 +96,7 @@ def test_a_kept_copy_is_independent(typed: Any) -> None:
 'd', double(is_complex=True) -> a real orvane.double array, got a complex orvane.double array
 'Zh', int16([[1, 2]])[0] -> a complex orvane.int16 array, got a real orvane.int16 array
 """)
-def test_what_is_no_such_array(typed: Any, expression: str, answer: str) -> None:
+def test_what_is_no_such_array(typed, expression, answer):
     with refused(TypeError, f"expected {answer}"):
         typed.take(*evaluate(expression))
 
@@ -125,14 +112,14 @@ throw_fault('memory') -> MemoryError: NO WORDS
 throw_fault('refusal') -> RuntimeError: Can't convert the Array to this TypedArray
 throw_fault('other') -> RuntimeError: a fault of the client's own
 """)
-def test_faults_become_errors_of_python(typed: Any, expression: str, answer: str) -> None:
+def test_faults_become_errors_of_python(typed, expression, answer):
     check(f"typed.{expression}", answer.replace("NO WORDS", ""), typed=typed, Exporter=Exporter)
 
 
 # --- binding libraries ---------------------------------------------------------------------------
 
 
-def test_bound_functions_take_and_return_arrays(bound: Any) -> None:
+def test_bound_functions_take_and_return_arrays(bound):
     a = orvane.double([[1, 2], [3, 4]])
     references = sys.getrefcount(a)
     assert bound.doubled(a) == orvane.double([[2, 4], [6, 8]])
@@ -157,14 +144,12 @@ def test_bound_functions_take_and_return_arrays(bound: Any) -> None:
 'own', [] -> BufferError: of the client's own
 'memory', [] -> MemoryError
 """)
-def test_errors_inside_bound_functions_arrive_as_they_are(
-    bound: Any, expression: str, answer: str
-) -> None:
+def test_errors_inside_bound_functions_arrive_as_they_are(bound, expression, answer):
     with answered_by(answer):
         bound.fails(*evaluate(expression))
 
 
-def test_any_array_and_either_kind(bound: Any) -> None:
+def test_any_array_and_either_kind(bound):
     for kind in KINDS:
         a = from_stored(kind, samples(kind), 3, 2)
         assert str(bound.copy_of_any(a)) == str(a)
@@ -187,7 +172,7 @@ sum(z)  # type: ignore[arg-type]
 """
 
 
-def test_stubs_tell_real_from_complex(tmp_path: Path) -> None:
+def test_stubs_tell_real_from_complex(tmp_path):
     pytest.importorskip("mypy")
     path = os.pathsep.join([str(build_directory()), str(Path(orvane.__file__).parents[1])])
     stub, use = tmp_path / "nanobind_client.pyi", tmp_path / "use.py"
@@ -202,11 +187,11 @@ def test_stubs_tell_real_from_complex(tmp_path: Path) -> None:
 # --- what is installed ---------------------------------------------------------------------------
 
 
-def test_the_client_classes_work_without_python() -> None:
+def test_the_client_classes_work_without_python():
     run(build_directory() / "span_client")
 
 
-def test_flags_for_other_build_systems(tmp_path: Path) -> None:
+def test_flags_for_other_build_systems(tmp_path):
     """They suffice for the smallest of the clients, without CMake."""
     flags = [*shlex.split(ask_package("--includes")), *shlex.split(ask_package("--libs"))]
     source, module = ROOT / "tests" / "native" / "typed_client.cpp", tmp_path / "typed_client.so"
@@ -246,7 +231,7 @@ def use_clients_with(package: Path) -> None:
 
 
 @pytest.mark.skipif(not REPLACEMENT.exists(), reason="no other library has been built")
-def test_built_clients_work_with_a_package_elsewhere_and_another_library(tmp_path: Path) -> None:
+def test_built_clients_work_with_a_package_elsewhere_and_another_library(tmp_path):
     installed = Path(orvanemultidimarrayforpython.__file__)
     shutil.copy(installed, tmp_path)
     for package in ("orvane", "ovexceptions"):
@@ -257,7 +242,7 @@ def test_built_clients_work_with_a_package_elsewhere_and_another_library(tmp_pat
 
 
 @pytest.mark.skipif("ORVANE_TEST_REBUILD" not in os.environ, reason="takes a minute")
-def test_built_clients_work_with_an_extension_that_is_built_anew(tmp_path: Path) -> None:
+def test_built_clients_work_with_an_extension_that_is_built_anew(tmp_path):
     """Without optimisation, so that it is another binary through and through."""
     build = cmake_build(ROOT, tmp_path, "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O0")
     use_clients_with(build / "package")

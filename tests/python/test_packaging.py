@@ -5,8 +5,6 @@ import importlib.metadata
 import os
 import re
 import shutil
-import subprocess
-import sys
 from pathlib import Path
 
 import pytest
@@ -14,7 +12,8 @@ import pytest
 import orvane
 import orvanemultidimarrayforpython as extension
 import ovexceptions
-from support import NAMES
+from native_clients import run
+from support import NAMES, python
 
 UNLIKE = {"double": "double", "single": "float", "logical": "bool"}
 ELEMENT_TYPES = {name: UNLIKE.get(name, f"{name}_t") for name in NAMES}
@@ -25,42 +24,29 @@ REPLACEMENT = Path(os.environ.get("ORVANE_REPLACEMENT_LIBRARY", "nowhere"))
 needs_readelf = pytest.mark.skipif(not shutil.which("readelf"), reason="readelf is not installed")
 
 
-def run_python(source: str, *options: str, **environment: str) -> str:
-    """What a fresh interpreter prints that runs the source against the same packages."""
-    prologue = f"import sys; sys.path.insert(0, {str(EXTENSION.parent)!r})\n"
-    done = subprocess.run(
-        [sys.executable, *options, "-c", prologue + source],
-        env=os.environ | environment,
-        capture_output=True,
-        text=True,
-        timeout=1000,
-    )
-    assert done.returncode == 0, done.stdout + done.stderr
-    return done.stdout
+PROLOGUE = f"import sys; sys.path.insert(0, {str(EXTENSION.parent)!r})\n"
 
 
 def dynamic_section(file: Path) -> dict[str, list[str]]:
-    text = subprocess.run(
-        ["readelf", "--dynamic", "--wide", file], check=True, capture_output=True, text=True
-    ).stdout
     section: dict[str, list[str]] = {}
+    text = run("readelf", "--dynamic", "--wide", file)
     for tag, value in re.findall(r"\((\w+)\).*\[(.*)\]", text):
         section.setdefault(tag, []).append(value)
     return section
 
 
-def test_the_module_has_exactly_its_fifteen_names() -> None:
+def test_the_module_has_exactly_its_fifteen_names():
     names = [name for name in vars(extension) if not name.startswith("__")]
     assert names == [*ELEMENT_TYPES, "OCPyIter", "ShapeError", "SizeError", "_capi"]
 
 
-def test_the_packages_name_what_they_offer() -> None:
+def test_the_packages_name_what_they_offer():
     exceptions = {"ShapeError", "SizeError"}
     assert set(ovexceptions.__all__) == exceptions
     assert set(orvane.__all__) == {*ELEMENT_TYPES, *exceptions, "__version__", "get_include"}
 
 
-def test_version_is_that_of_the_distribution() -> None:
+def test_version_is_that_of_the_distribution():
     try:
         distribution = importlib.metadata.distribution("orvane")
     except importlib.metadata.PackageNotFoundError:
@@ -68,12 +54,12 @@ def test_version_is_that_of_the_distribution() -> None:
     assert orvane.__version__ == distribution.version
 
 
-def test_import_loads_nothing_that_is_not_needed() -> None:
-    loaded = run_python("import orvane; print(*sys.modules)", "-I", "-S").split()
+def test_import_loads_nothing_that_is_not_needed():
+    loaded = python(PROLOGUE + "import orvane; print(*sys.modules)", "-I", "-S").split()
     assert not {"importlib.metadata", "numpy", "re"} & set(loaded)
 
 
-def test_exported_data_symbols() -> None:
+def test_exported_data_symbols():
     library = ctypes.CDLL(str(EXTENSION))
 
     def address(symbol: str) -> int:
@@ -81,9 +67,8 @@ def test_exported_data_symbols() -> None:
 
     types = [getattr(orvane, name) for name in ELEMENT_TYPES]
     assert (ctypes.c_char * 11).in_dll(library, "TypeAsChar").raw == b"dfbBhHiIqQ?"
-    assert list((ctypes.c_void_p * 11).in_dll(library, "TypeObjectPointers")) == list(
-        map(id, types)
-    )
+    pointers = (ctypes.c_void_p * 11).in_dll(library, "TypeObjectPointers")
+    assert list(pointers) == list(map(id, types))
     for array_type, element in zip(types, ELEMENT_TYPES.values(), strict=True):
         assert address(f"OCPyArray_Type_{element}") == id(array_type)
     assert address("OCPyIter_Type") == id(extension.OCPyIter)
@@ -91,7 +76,7 @@ def test_exported_data_symbols() -> None:
     assert getters.value == b"size"
 
 
-def test_the_sdk_is_found_where_the_python_files_lie_elsewhere(tmp_path: Path) -> None:
+def test_the_sdk_is_found_where_the_python_files_lie_elsewhere(tmp_path):
     """As in an editable install, here in a checkout whose path needs quoting."""
     checkout = tmp_path / "my (own) checkout"
     (checkout / "orvane").mkdir(parents=True)
@@ -103,14 +88,14 @@ def test_the_sdk_is_found_where_the_python_files_lie_elsewhere(tmp_path: Path) -
         "print(orvane.__file__)\n"
         "print(sdk.get_include(), sdk.get_cmake_dir(), sdk.get_library_dir(), sep='\\n')"
     )
-    package, *folders = map(Path, run_python(source).splitlines())
+    package, *folders = map(Path, python(PROLOGUE + source).splitlines())
     assert package.parent == checkout / "orvane"
     assert [folder.parent for folder in folders] == [EXTENSION.parent / "orvane"] * 3
     assert all(any(folder.iterdir()) for folder in folders)
 
 
 @needs_readelf
-def test_the_library_is_found_by_a_relative_run_path() -> None:
+def test_the_library_is_found_by_a_relative_run_path():
     section = dynamic_section(EXTENSION)
     assert section["RUNPATH"] == ["$ORIGIN/orvane/lib"]
     assert "RPATH" not in section
@@ -119,17 +104,12 @@ def test_the_library_is_found_by_a_relative_run_path() -> None:
 
 
 @needs_readelf
-def test_the_library_stands_alone_under_its_plain_name() -> None:
+def test_the_library_stands_alone_under_its_plain_name():
     section = dynamic_section(LIBRARY)
     assert section["SONAME"] == ["libOrvaneDataArray.so"]
     assert not [name for name in section["NEEDED"] if "python" in name]
-    symbols = subprocess.run(
-        ["readelf", "--dyn-syms", "--wide", LIBRARY], check=True, capture_output=True, text=True
-    ).stdout
-    defined = [
-        line.split()[7] for line in symbols.splitlines() if re.search(r"DEFAULT +\d+ ", line)
-    ]
-    assert defined == ["get_function_ptr"]
+    symbols = run("readelf", "--dyn-syms", "--wide", LIBRARY)
+    assert re.findall(r" DEFAULT +\d+ (\S+)", symbols) == ["get_function_ptr"]
 
 
 USE_OF_THE_WHOLE_ROAD = """
@@ -151,18 +131,18 @@ print(*{line for line in maps if "libOrvaneDataArray" in line}, sep="", end="")
 """
 
 
-def test_the_library_of_the_package_is_the_one_that_is_loaded() -> None:
-    assert run_python(USE_OF_THE_WHOLE_ROAD).splitlines() == [str(LIBRARY.resolve())]
+def test_the_library_of_the_package_is_the_one_that_is_loaded():
+    assert python(PROLOGUE + USE_OF_THE_WHOLE_ROAD) == f"{LIBRARY.resolve()}\n"
 
 
 @pytest.mark.skipif(not REPLACEMENT.exists(), reason="no other library has been built")
-def test_another_library_can_take_its_place() -> None:
+def test_another_library_can_take_its_place():
     """One that was written from the header for C alone, and ends the process on misuse."""
     environment = {"LD_LIBRARY_PATH": str(REPLACEMENT.parent)}
-    loaded = run_python(USE_OF_THE_WHOLE_ROAD, **environment).splitlines()
-    assert loaded == [str(REPLACEMENT.resolve())]
+    loaded = python(PROLOGUE + USE_OF_THE_WHOLE_ROAD, **environment)
+    assert loaded == f"{REPLACEMENT.resolve()}\n"
     names = "buffers construction export lifecycle methods model protocols roads"
     files = [str(Path(__file__).with_name(f"test_{name}.py")) for name in names.split()]
     options = ["-q", "-x", "-p", "no:cacheprovider"]
     tests = f"import pytest; sys.exit(pytest.main({options + files}))"
-    run_python(tests, ORVANE_MODEL_EXAMPLES="100", **environment)
+    python(PROLOGUE + tests, ORVANE_MODEL_EXAMPLES="100", **environment)

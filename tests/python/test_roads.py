@@ -4,8 +4,6 @@ Arrays of awkward elements come in through buffers, bit by bit, and go through c
 views, comparison, `toarray` and `__reduce__`.
 """
 
-from __future__ import annotations
-
 import array
 import itertools
 import math
@@ -14,8 +12,9 @@ import struct
 import pytest
 
 import orvane
+from impostors import Exporter, from_stored
 from reference.array import Storage, View
-from support import KIND_OF, Exporter, each_kind, from_stored, make, nested, outcome, stored_bytes
+from support import KIND_OF, each_kind, make, nested, outcome, stored_bytes
 
 FLOATS = [
     *(0.0, -0.0, 1.0, -1.5, math.inf, -math.inf, math.nan, 5e-324, -2.2250738585072014e-308),

@@ -1,7 +1,5 @@
 """What type checkers see: the stubs against the built module, and what they say of typical use."""
 
-from __future__ import annotations
-
 import os
 import subprocess
 import sys
@@ -49,7 +47,6 @@ def test_the_stubs_tell_what_the_module_has_and_are_typed_throughout(directory):
 # use, and strict checking complains of that.
 
 ALL_TYPES = """
-from __future__ import annotations
 from array import array
 from typing import Any
 from typing_extensions import assert_type
@@ -96,7 +93,6 @@ class Derived({name}): ...  # refused
 """
 
 NUMERIC_TYPES = """
-from __future__ import annotations
 from typing import Any
 from typing_extensions import assert_type
 from orvane import {name}

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import itertools
 import math
 import operator
 from collections.abc import Iterator
@@ -19,27 +20,11 @@ OTHER_SHAPE = (
     "unable to perform assignment because the left and right sides have a different shape."
 )
 BAD_RESHAPE = "reshape() must be passed a nonempty sequence of nonnegative integers."
+NOTHING = range(0)
 
 
-@dataclass(frozen=True)
-class Narrowing:
-    """The positions start, start + step, ... of one dimension, as far as stop in the step's
-    direction. A stop below zero is a bound like any other and does not count from the end."""
-
-    start: int
-    stop: int
-    step: int
-    length: int
-
-    def positions(self) -> range:
-        return range(self.start, self.stop, self.step)
-
-
-NOTHING = Narrowing(0, 0, 1, 0)
-
-
-def read_slice(subscript: slice, length: int) -> Narrowing:
-    """Measures a slice against a length, with this module's word for a step that is no step."""
+def read_slice(subscript: slice, length: int) -> range:
+    """The positions of a slice, with this module's word for a step that is no step."""
     try:
         step = 1 if subscript.step is None else operator.index(subscript.step)
     except Exception:
@@ -47,26 +32,15 @@ def read_slice(subscript: slice, length: int) -> Narrowing:
     if step == 0:
         raise ValueError("slice step cannot be zero.")
     step = max(-(2**63 - 1), min(step, 2**63 - 1))
-    start, stop, _ = slice(subscript.start, subscript.stop, step).indices(length)
-    count = len(range(start, stop, step))
-    return Narrowing(start, stop, step, count) if count else NOTHING
+    return range(*slice(subscript.start, subscript.stop, step).indices(length)) or NOTHING
 
 
-def compose(new: Narrowing, old: Narrowing) -> Narrowing:
+def compose(new: range, old: range) -> range:
     """Reads a slice in the coordinates of the slice that stands before it."""
-    positions = old.positions()
-    start = new.start
-    if new.length == 0:
-        new, start = NOTHING, 0
-    else:
-        start = max(0, min(start, old.length - 1))
-    if not positions:
+    if not old:
         return old
-    if start >= len(positions):
-        return NOTHING
-    length = min(new.length, len(positions))
-    step = new.step * old.step
-    return Narrowing(positions[start], positions[start] + length * step, step, length)
+    first, step = old[min(new.start, len(old) - 1)], new.step * old.step
+    return range(first, first + min(len(new), len(old)) * step, step)
 
 
 @dataclass
@@ -80,80 +54,20 @@ class Storage:
     def pack(self) -> bytes:
         return b"".join(map(self.kind.pack, self.elements))
 
-    def strides(self) -> list[int]:
-        return [math.prod(self.shape[:d]) for d in range(len(self.shape))]
-
-    def offset(self, indices: list[int]) -> int | None:
-        """The place in storage, or none where the indices lead outside the elements."""
-        offset = sum(i * stride for i, stride in zip(indices, self.strides(), strict=False))
-        return offset if 0 <= offset < len(self.elements) else None
+    def place(self, indices: list[int], refusal: Exception) -> int:
+        """The place of an element; indices that lead outside the elements are refused."""
+        strides = (math.prod(self.shape[:d]) for d in range(len(self.shape)))
+        place = sum(map(operator.mul, indices, strides))
+        if not 0 <= place < len(self.elements):
+            raise refusal
+        return place
 
     def read(self, indices: list[int]) -> Any:
-        offset = self.offset(indices)
-        if offset is None:
-            raise IndexError(f"index has an invalid value: {indices[-1]}")
-        return self.kind.read(self.elements[offset])
+        refusal = IndexError(f"index has an invalid value: {indices[-1]}")
+        return self.kind.read(self.elements[self.place(indices, refusal)])
 
     def write(self, indices: list[int], stored: Stored) -> None:
-        offset = self.offset(indices)
-        if offset is None:
-            raise RuntimeError("unable to set value.")
-        self.elements[offset] = stored
-
-
-@dataclass
-class Bounds:
-    """Start, stop and step of every dimension under a chain; a fixed dimension has step 0."""
-
-    shape: list[int]
-    fixed: list[int]
-    narrowed: Narrowing | None
-
-    def of(self, dimension: int) -> tuple[int, int, int]:
-        if dimension < len(self.fixed):
-            return self.fixed[dimension], self.fixed[dimension] + 1, 0
-        if dimension == len(self.fixed) and self.narrowed is not None:
-            return self.narrowed.start, self.narrowed.stop, self.narrowed.step
-        return 0, self.shape[dimension], 1
-
-    def start(self, count: int) -> list[int]:
-        """The first position; a dimension that the shape has not got starts at 0."""
-        return [self.of(d)[0] if d < len(self.shape) else 0 for d in range(count)]
-
-    def contain(self, indices: list[int]) -> bool:
-        if len(indices) > len(self.shape):
-            return False
-        for d, index in enumerate(indices):
-            start, stop, step = self.of(d)
-            if step >= 0:
-                stop += self.shape[d] if stop < 0 else 0
-                if not start <= index < stop:
-                    return False
-            elif index > start:
-                return False
-            elif stop < 0:
-                return True
-            elif index <= stop:
-                return False
-        return True
-
-    def advance(self, indices: list[int]) -> bool:
-        """Moves to the next position, last dimension fastest; false at the end."""
-        for d in reversed(range(len(indices))):
-            start, stop, step = self.of(d)
-            current = indices[d]
-            if step < 0:
-                if not stop < current <= start:
-                    return False
-                fits = current + step > stop
-            else:
-                if step == 0 or not start <= current < stop:
-                    return False
-                fits = current + step < stop
-            if fits:
-                indices[d:] = [current + step, *self.start(len(indices))[d + 1 :]]
-                return True
-        return False
+        self.elements[self.place(indices, RuntimeError("unable to set value."))] = stored
 
 
 @dataclass(eq=False)
@@ -162,7 +76,7 @@ class View:
 
     storage: Storage
     fixed: list[int] = field(default_factory=list)
-    narrowed: Narrowing | None = None
+    narrowed: range | None = None
     snapshot: Storage | None = None
     exported: Storage | None = None
 
@@ -174,19 +88,22 @@ class View:
     def shape(self) -> list[int]:
         return self.storage.shape
 
-    def bounds(self) -> Bounds:
-        return Bounds(self.shape, self.fixed, self.narrowed)
-
     def _require_free_dimension(self) -> int:
         if len(self.fixed) >= len(self.shape):
             raise RuntimeError(TOO_MANY)
         return len(self.fixed)
 
+    def positions(self) -> range:
+        """Where the first free dimension leads, if there is one."""
+        if len(self.fixed) >= len(self.shape):
+            return NOTHING
+        return range(self.shape[len(self.fixed)]) if self.narrowed is None else self.narrowed
+
     # Reading
 
     def __len__(self) -> int:
-        active = self._require_free_dimension()
-        return self.shape[active] if self.narrowed is None else self.narrowed.length
+        self._require_free_dimension()
+        return len(self.positions())
 
     @property
     def size(self) -> tuple[int, ...]:
@@ -194,7 +111,7 @@ class View:
         if len(self.fixed) + sliced > len(self.shape):
             raise RuntimeError(TOO_MANY)
         rest = self.shape[len(self.fixed) + sliced :]
-        return (self.narrowed.length, *rest) if sliced else tuple(rest)
+        return (len(self.narrowed), *rest) if sliced else tuple(rest)
 
     def __getitem__(self, subscript: Any) -> Any:
         if isinstance(subscript, int):
@@ -207,32 +124,27 @@ class View:
         return View(self.storage, list(self.fixed), new)
 
     def _item(self, i: int) -> Any:
-        length = len(self)
-        if not -length <= i < length:
+        if not -len(self) <= i < len(self):
             raise IndexError(f"index has an invalid value: {i}")
-        place = i + length if i < 0 else i
-        if self.narrowed is not None:
-            place = self.narrowed.positions()[place]
-        indices = [*self.fixed, place]
+        indices = [*self.fixed, self.positions()[i]]
         if len(indices) == len(self.shape):
             return self.storage.read(indices)
         return View(self.storage, indices)
 
-    def nested(self, indices: list[int]) -> list[Any]:
-        """Everything below a prefix of indices as nested lists."""
+    def nested(self, indices: list[int], run: range | None = None) -> list[Any]:
+        """Everything below a prefix of indices, or a run of it, as nested lists."""
         depth = len(indices)
-        if depth >= len(self.shape):
-            return []
+        if run is None:
+            run = range(self.shape[depth]) if depth < len(self.shape) else NOTHING
         read = self.storage.read if depth == len(self.shape) - 1 else self.nested
-        return [read([*indices, i]) for i in range(self.shape[depth])]
+        return [read([*indices, i]) for i in run]
 
     def to_list(self) -> list[Any]:
         """What the view selects as nested lists."""
         if self.narrowed is None:
             return self.nested(self.fixed)
-        read = self.storage.read if len(self.fixed) + 1 == len(self.shape) else self.nested
         try:
-            return [read([*self.fixed, place]) for place in self.narrowed.positions()]
+            return self.nested(self.fixed, self.narrowed)
         except IndexError:
             raise RuntimeError("unable to set list item.") from None
 
@@ -260,19 +172,18 @@ class View:
         elif type(subscript) is not slice:
             raise RuntimeError(NO_SUBSCRIPT)
         elif last:
-            self._assign_run(read_slice(subscript, length).positions(), value)
+            self._assign_run(read_slice(subscript, length), value)
         else:
             self._assign_block(read_slice(subscript, length), value)
 
     def _assign_at(self, index: int, length: int, value: Any, last: bool) -> None:
         if not -length <= index < length:
             raise IndexError(f"index has an invalid value: {index}")
-        place = index + length if index < 0 else index
+        place = range(length)[index]
         if self.narrowed is not None:
-            positions = self.narrowed.positions()
-            if place >= len(positions):
+            if place >= len(self.narrowed):
                 raise RuntimeError("unable to index into slice.")
-            place = positions[place]
+            place = self.narrowed[place]
         indices = [*self.fixed, place]
         if last:
             if value is ABSENT:
@@ -293,25 +204,23 @@ class View:
         for place, stored in zip(positions, walk.elements, strict=True):
             self.storage.write([*self.fixed, place], stored)
 
-    def _assign_block(self, new: Narrowing, value: Any) -> None:
+    def _assign_block(self, new: range, value: Any) -> None:
         elements = Walk(self.storage.kind, value, constructing=False).elements
-        if elements and new.length == 0:
+        if elements and not new:
             raise ValueError(
                 "slice is empty, but number of elements assigned is greater than zero."
             )
+        if new and not elements:
+            raise ValueError("slice is nonempty but values are empty.")
         if not elements:
-            if new.length:
-                raise ValueError("slice is nonempty but values are empty.")
             return
         composed = new if self.narrowed is None else compose(new, self.narrowed)
-        bounds = Bounds(self.shape, self.fixed, composed)
-        indices = bounds.start(len(self.shape))
-        written, more = 0, True
-        while more and written < len(elements):
-            self.storage.write(indices, elements[written])
-            written += 1
-            more = bounds.advance(indices)
-        if more or written < len(elements):
+        below = map(range, self.shape[len(self.fixed) + 1 :])
+        # Of a run without positions the first one is written to all the same.
+        runs = [run or [run.start] for run in (composed, *below)]
+        for spot, stored in zip(itertools.product(*runs), elements, strict=False):
+            self.storage.write([*self.fixed, *spot], stored)
+        if math.prod(map(len, runs)) != len(elements):
             raise ValueError("length of slice does not match number of elements.")
 
     # Methods
@@ -342,12 +251,9 @@ class View:
         """The selection as storage of its own; what the first call gave is given ever after."""
         if self.snapshot is None:
             walk = Walk(self.storage.kind, self.to_list(), constructing=True)
-            dims = [1, *walk.dims] if len(walk.dims) == 1 else walk.dims
-            if not walk.elements:
-                self.snapshot = Storage(self.storage.kind, [0, *self.shape[1:]], [])
-            else:
-                elements = storage_order(dims, walk.elements)
-                self.snapshot = Storage(self.storage.kind, dims, elements)
+            dims = walk.dims if walk.elements else [0, *self.shape[1:]]
+            dims = [1, *dims] if len(dims) == 1 else dims
+            self.snapshot = Storage(walk.kind, dims, storage_order(dims, walk.elements))
         return self.snapshot
 
     def clone(self) -> View:
@@ -396,23 +302,20 @@ class View:
 
 
 class ViewIterator(Iterator[Any]):
-    """Walks the first free dimension; sees a later reshape only through the indices it holds."""
+    """Walks the first free dimension; sees a later reshape only through the place it holds."""
 
     def __init__(self, view: View) -> None:
-        active = len(view.fixed)
-        self._view = View(view.storage, list(view.fixed), view.narrowed)
-        self._yields_views = len(view.shape) - active > 1
-        bounds = self._view.bounds()
-        self._indices = bounds.start(active + 1)
-        self._exhausted = not bounds.contain(self._indices)
+        self._view, run = view, view.positions()
+        self._yields_views = len(view.shape) - len(view.fixed) > 1
+        self._place = run.start if run else None
 
     def __next__(self) -> Any:
-        if len(self._indices) > len(self._view.shape):
-            self._exhausted = True
-        if self._exhausted:
+        run, place = self._view.positions(), self._place
+        following = None if place is None else place + run.step
+        self._place = following if place in run and following in run else None
+        if place is None or len(self._view.fixed) >= len(self._view.shape):
             raise StopIteration
-        indices = list(self._indices)
-        self._exhausted = not self._view.bounds().advance(self._indices)
+        indices = [*self._view.fixed, place]
         if self._yields_views:
             return View(self._view.storage, indices)
         return self._view.storage.read(indices)

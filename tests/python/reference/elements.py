@@ -1,7 +1,5 @@
 """The eleven element types: what they accept, what they store, what they give back."""
 
-from __future__ import annotations
-
 import math
 import struct
 from dataclasses import dataclass

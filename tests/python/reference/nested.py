@@ -1,7 +1,5 @@
 """From nested Python values to shapes and elements, and the four forms of construction."""
 
-from __future__ import annotations
-
 import itertools
 import math
 from collections.abc import Iterator
