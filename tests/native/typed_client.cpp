@@ -70,164 +70,157 @@ Reference visitFormat(const std::string& format, Visit visit) {
     return calls.at(format)(visit);
 }
 
-std::vector<unsigned long> extentsOf(PyObject* tuple) {
-    std::vector<unsigned long> dims;
-    for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(tuple); ++i) {
-        dims.push_back(PyLong_AsUnsignedLong(PyTuple_GET_ITEM(tuple, i)));
-    }
-    return dims;
+/// What was passed at a position; null, which no test passes on, where there is none.
+PyObject* argument(PyObject* arguments, Py_ssize_t i) {
+    return PyTuple_GetItem(arguments, i);
+}
+
+std::string text(PyObject* arguments, Py_ssize_t i) {
+    return PyUnicode_AsUTF8(argument(arguments, i));
+}
+
+Reference none() {
+    return Reference(Py_NewRef(Py_None));
 }
 
 /// make(format, extents, bytes): a new Python array and the address that its elements had here.
-PyObject* make(PyObject*, PyObject* args) {
-    const char* format;
-    PyObject* dims;
-    Py_buffer bytes;
-    if (PyArg_ParseTuple(args, "sO!y*", &format, &PyTuple_Type, &dims, &bytes) == 0) {
-        return nullptr;
+Reference make(PyObject* arguments) {
+    std::vector<unsigned long> dims;
+    for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(argument(arguments, 1)); ++i) {
+        dims.push_back(PyLong_AsUnsignedLong(PyTuple_GET_ITEM(argument(arguments, 1), i)));
     }
-    return python::guarded([&] {
-        return visitFormat(format, [&]<class T>() {
-            auto array = makeArray<T>(extentsOf(dims), bytes.buf);
-            PyBuffer_Release(&bytes);
-            Reference address = addressObject(std::as_const(array).begin().get());
-            // By position 0: native code goes on using the array that it gave.
-            Reference object(Orvane_ImportCapsule()->arrayFromImpl(array.detach()));
-            return Reference(Py_BuildValue("(NN)", object.release(), address.release()));
-        });
+    return visitFormat(text(arguments, 0), [&]<class T>() {
+        Py_buffer bytes;
+        PyObject_GetBuffer(argument(arguments, 2), &bytes, PyBUF_SIMPLE);
+        auto array = makeArray<T>(dims, bytes.buf);
+        PyBuffer_Release(&bytes);
+        Reference address = addressObject(std::as_const(array).begin().get());
+        // By position 0: native code goes on using the array that it gave.
+        Reference object(Orvane_ImportCapsule()->arrayFromImpl(array.detach()));
+        return Reference(Py_BuildValue("(NN)", object.release(), address.release()));
     });
 }
 
 /// take(format, object): what `fromPython` gives for that element type.
-PyObject* take(PyObject*, PyObject* args) {
-    const char* format;
-    PyObject* object;
-    if (PyArg_ParseTuple(args, "sO", &format, &object) == 0) {
-        return nullptr;
+Reference take(PyObject* arguments) {
+    return visitFormat(text(arguments, 0),
+                       [&]<class T>() { return describe(python::fromPython<T>(argument(arguments, 1))); });
+}
+
+Reference takeAny(PyObject* arguments) {
+    return data::apply_numeric_visitor(python::anyFromPython(argument(arguments, 0)),
+                                       [](const auto& array) -> Reference { return describe(array); });
+}
+
+Reference takeNull(PyObject* arguments) {
+    if (argument(arguments, 0) == Py_True) {
+        PyErr_SetString(PyExc_KeyError, "the true reason");
     }
-    return python::guarded(
-        [&] { return visitFormat(format, [&]<class T>() { return describe(python::fromPython<T>(object)); }); });
+    return describe(python::fromPython<double>(nullptr));
 }
 
-PyObject* takeAny(PyObject*, PyObject* object) {
-    return python::guarded([&] {
-        return data::apply_numeric_visitor(python::anyFromPython(object),
-                                           [](const auto& array) -> Reference { return describe(array); });
-    });
-}
-
-PyObject* takeNull(PyObject*, PyObject* withErrorSet) {
-    return python::guarded([&] {
-        if (PyObject_IsTrue(withErrorSet) == 1) {
-            PyErr_SetString(PyExc_KeyError, "the true reason");
-        }
-        return describe(python::fromPython<double>(nullptr));
-    });
-}
-
-PyObject* fromBuffer(PyObject*, PyObject* object) {
-    return python::guarded([&] { return python::arrayFromBuffer(object); });
+Reference fromBuffer(PyObject* arguments) {
+    return python::arrayFromBuffer(argument(arguments, 0));
 }
 
 std::optional<data::TypedArray<double>> kept;
 
-/// keep(object, copied): holds a handle to the object's elements, or to a copy of them.
-PyObject* keep(PyObject*, PyObject* args) {
-    PyObject* object;
-    int copied;
-    if (PyArg_ParseTuple(args, "Op", &object, &copied) == 0) {
-        return nullptr;
-    }
-    return python::guarded([&] {
-        kept = copied != 0 ? python::copyFromPython<double>(object) : python::fromPython<double>(object);
-        return describe(*kept);
-    });
+Reference describeKept(PyObject*) {
+    return describe(*kept);
 }
 
-PyObject* describeKept(PyObject*, PyObject*) {
-    return python::guarded([&] { return describe(*kept); });
+/// keep(object, copied): holds a handle to the object's elements, or to a copy of them.
+Reference keep(PyObject* arguments) {
+    PyObject* const object = argument(arguments, 0);
+    kept =
+        argument(arguments, 1) == Py_True ? python::copyFromPython<double>(object) : python::fromPython<double>(object);
+    return describe(*kept);
 }
 
 /// Drops the kept handle on another thread, while this one holds the lock or not.
-PyObject* dropKeptElsewhere(PyObject*, PyObject* holdingLock) {
+Reference dropKeptElsewhere(PyObject* arguments) {
     std::optional<python::WithoutInterpreterLock> unlocked;
-    if (holdingLock != Py_True) {
+    if (argument(arguments, 0) != Py_True) {
         unlocked.emplace();
     }
     std::thread([] { kept.reset(); }).join();
     unlocked.reset();
-    return Py_NewRef(Py_None);
+    return none();
 }
 
 /// hold(object, callable): calls, or for None waits without the lock, with a handle and a reference on the stack.
-PyObject* hold(PyObject*, PyObject* args) {
-    return python::guarded([&] {
-        const auto array = python::fromPython<double>(PyTuple_GetItem(args, 0));
-        PyObject* const callable = PyTuple_GetItem(args, 1);
-        const Reference held(Py_NewRef(callable));
-        if (callable != Py_None) {
-            return Reference(PyObject_CallNoArgs(callable));
-        }
-        const python::WithoutInterpreterLock unlocked;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        return Reference(Py_NewRef(Py_None));
-    });
+Reference hold(PyObject* arguments) {
+    const auto array = python::fromPython<double>(argument(arguments, 0));
+    PyObject* const callable = argument(arguments, 1);
+    const Reference held(Py_NewRef(callable));
+    if (callable != Py_None) {
+        return Reference(PyObject_CallNoArgs(callable));
+    }
+    const python::WithoutInterpreterLock unlocked;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    return none();
 }
 
-PyObject* setWhenFreed(PyObject*, PyObject* callable) {
+Reference setWhenFreed(PyObject* arguments) {
+    PyObject* const callable = argument(arguments, 0);
     const Reference former(std::exchange(whenFreed, callable != Py_None ? Py_NewRef(callable) : nullptr));
-    return Py_NewRef(Py_None);
+    return none();
 }
 
 /// The address of an implementation for position 0, some of which Python cannot have.
-PyObject* foreignImpl(PyObject*, PyObject* kind) {
-    return python::guarded([&] {
-        data::Array array;
-        const std::vector<char16_t> zeros(6);
-        if (PyUnicode_CompareWithASCIIString(kind, "character") == 0) {
-            array = makeArray<char16_t>({2, 3}, zeros.data());
-        } else if (PyUnicode_CompareWithASCIIString(kind, "one dimension") == 0) {
-            array = makeArray<std::int16_t>({6}, zeros.data());
-        } else if (PyUnicode_CompareWithASCIIString(kind, "matrix") == 0) {
-            array = makeArray<std::int16_t>({2, 3}, zeros.data());
-        } else if (PyUnicode_CompareWithASCIIString(kind, "null block") == 0) {
-            data::Buffer<double> none(nullptr, [](double*) {});
-            array = data::ArrayFactory().createArrayFromBuffer<double>({0, 3}, std::move(none));
-        }
-        return addressObject(array.detach());
-    });
+Reference foreignImpl(PyObject* arguments) {
+    data::Array array;
+    const std::vector<char16_t> zeros(6);
+    const std::string kind = text(arguments, 0);
+    if (kind == "character") {
+        array = makeArray<char16_t>({2, 3}, zeros.data());
+    } else if (kind == "one dimension") {
+        array = makeArray<std::int16_t>({6}, zeros.data());
+    } else if (kind == "matrix") {
+        array = makeArray<std::int16_t>({2, 3}, zeros.data());
+    } else if (kind == "null block") {
+        data::Buffer<double> nothing(nullptr, [](double*) {});
+        array = data::ArrayFactory().createArrayFromBuffer<double>({0, 3}, std::move(nothing));
+    }
+    return addressObject(array.detach());
 }
 
-PyObject* throwFault(PyObject*, PyObject* kind) {
-    return python::guarded([&]() -> Reference {
-        if (PyUnicode_CompareWithASCIIString(kind, "memory") == 0) {
-            data::ArrayFactory().createBuffer<double>(1UL << 58);
-        }
-        if (PyUnicode_CompareWithASCIIString(kind, "refusal") == 0) {
-            data::TypedArray<float>(data::ArrayFactory().createScalar(1.0));
-        }
-        throw std::runtime_error("a fault of the client's own");
-    });
+Reference throwFault(PyObject* arguments) {
+    const std::string kind = text(arguments, 0);
+    if (kind == "memory") {
+        data::ArrayFactory().createBuffer<double>(1UL << 58);
+    } else if (kind == "refusal") {
+        data::TypedArray<float>(data::ArrayFactory().createScalar(1.0));
+    }
+    throw std::runtime_error("a fault of the client's own");
 }
 
-PyObject* countFreedBuffers(PyObject*, PyObject*) {
-    return PyLong_FromLong(std::exchange(freedBuffers, 0));
+Reference countFreedBuffers(PyObject*) {
+    return Reference(PyLong_FromLong(std::exchange(freedBuffers, 0)));
+}
+
+template <Reference (*function)(PyObject* arguments)>
+constexpr PyMethodDef method(const char* name) {
+    const auto call = [](PyObject*, PyObject* arguments) {
+        return python::guarded([&] { return function(arguments); });
+    };
+    return {name, call, METH_VARARGS, nullptr};
 }
 
 PyMethodDef methods[] = {
-    {"make", make, METH_VARARGS, nullptr},
-    {"take", take, METH_VARARGS, nullptr},
-    {"take_any", takeAny, METH_O, nullptr},
-    {"take_null", takeNull, METH_O, nullptr},
-    {"from_buffer", fromBuffer, METH_O, nullptr},
-    {"keep", keep, METH_VARARGS, nullptr},
-    {"describe_kept", describeKept, METH_NOARGS, nullptr},
-    {"drop_kept_elsewhere", dropKeptElsewhere, METH_O, nullptr},
-    {"hold", hold, METH_VARARGS, nullptr},
-    {"set_when_freed", setWhenFreed, METH_O, nullptr},
-    {"foreign_impl", foreignImpl, METH_O, nullptr},
-    {"throw_fault", throwFault, METH_O, nullptr},
-    {"count_freed_buffers", countFreedBuffers, METH_NOARGS, nullptr},
+    method<make>("make"),
+    method<take>("take"),
+    method<takeAny>("take_any"),
+    method<takeNull>("take_null"),
+    method<fromBuffer>("from_buffer"),
+    method<keep>("keep"),
+    method<describeKept>("describe_kept"),
+    method<dropKeptElsewhere>("drop_kept_elsewhere"),
+    method<hold>("hold"),
+    method<setWhenFreed>("set_when_freed"),
+    method<foreignImpl>("foreign_impl"),
+    method<throwFault>("throw_fault"),
+    method<countFreedBuffers>("count_freed_buffers"),
     {nullptr, nullptr, 0, nullptr},
 };
 

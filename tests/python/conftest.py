@@ -7,6 +7,7 @@ import pytest
 
 import orvane
 import orvanemultidimarrayforpython
+from native_clients import client
 
 # How long an example takes says more about the machine than about the code, and a failing run on
 # one machine is to be repeatable on the next. Under the sanitizers everything takes longer.
@@ -23,3 +24,9 @@ hypothesis.settings.load_profile(
 
 def pytest_report_header(config: pytest.Config) -> str:
     return f"orvane {orvane.__version__}: {orvanemultidimarrayforpython.__file__}"
+
+
+@pytest.fixture(scope="session")
+def typed():
+    """The client that tells what native code sees of arrays."""
+    return client("typed_client")

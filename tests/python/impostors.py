@@ -3,6 +3,7 @@
 import ctypes
 import math
 from collections.abc import Callable
+from ctypes import POINTER, PYFUNCTYPE, c_char_p, c_int, c_ssize_t, c_uint, c_void_p
 from typing import Any
 
 from reference.elements import Kind, Stored
@@ -38,42 +39,33 @@ class PyBuffer(ctypes.Structure):
     """The interpreter's `Py_buffer`."""
 
     _fields_ = (
-        ("buf", ctypes.c_void_p),
-        ("obj", ctypes.c_void_p),
-        ("len", ctypes.c_ssize_t),
-        ("itemsize", ctypes.c_ssize_t),
-        ("readonly", ctypes.c_int),
-        ("ndim", ctypes.c_int),
-        ("format", ctypes.c_char_p),
-        ("shape", ctypes.POINTER(ctypes.c_ssize_t)),
-        ("strides", ctypes.POINTER(ctypes.c_ssize_t)),
-        ("suboffsets", ctypes.POINTER(ctypes.c_ssize_t)),
-        ("internal", ctypes.c_void_p),
+        *((name, c_void_p) for name in ("buf", "obj")),
+        *((name, c_ssize_t) for name in ("len", "itemsize")),
+        *(("readonly", c_int), ("ndim", c_int), ("format", c_char_p)),
+        *((name, POINTER(c_ssize_t)) for name in ("shape", "strides", "suboffsets")),
+        ("internal", c_void_p),
     )
 
 
 get_buffer = ctypes.pythonapi.PyObject_GetBuffer
-get_buffer.argtypes = (ctypes.py_object, ctypes.POINTER(PyBuffer), ctypes.c_int)
+get_buffer.argtypes = (ctypes.py_object, POINTER(PyBuffer), c_int)
 release_buffer = ctypes.pythonapi.PyBuffer_Release
-release_buffer.argtypes = (ctypes.POINTER(PyBuffer),)
+release_buffer.argtypes = (POINTER(PyBuffer),)
 release_buffer.restype = None
 
 
 class _Slot(ctypes.Structure):
-    _fields_ = (("slot", ctypes.c_int), ("function", ctypes.c_void_p))
+    _fields_ = (("slot", c_int), ("function", c_void_p))
 
 
 class _Spec(ctypes.Structure):
     _fields_ = (
-        ("name", ctypes.c_char_p),
-        ("basicsize", ctypes.c_int),
-        ("itemsize", ctypes.c_int),
-        ("flags", ctypes.c_uint),
-        ("slots", ctypes.POINTER(_Slot)),
+        *(("name", c_char_p), ("basicsize", c_int), ("itemsize", c_int), ("flags", c_uint)),
+        ("slots", POINTER(_Slot)),
     )
 
 
-@ctypes.PYFUNCTYPE(ctypes.c_int, ctypes.py_object, ctypes.POINTER(PyBuffer), ctypes.c_int)
+@PYFUNCTYPE(c_int, ctypes.py_object, POINTER(PyBuffer), c_int)
 def _fill_view(exporter: Any, view: Any, _flags: int) -> int:
     exporter.fill(view.contents)
     ctypes.pythonapi.Py_IncRef(ctypes.py_object(exporter))
@@ -82,7 +74,7 @@ def _fill_view(exporter: Any, view: Any, _flags: int) -> int:
     return 0
 
 
-@ctypes.PYFUNCTYPE(None, ctypes.py_object, ctypes.POINTER(PyBuffer))
+@PYFUNCTYPE(None, ctypes.py_object, POINTER(PyBuffer))
 def _forget_view(exporter: Any, _view: Any) -> None:
     exporter.open_views -= 1
 
@@ -90,14 +82,11 @@ def _forget_view(exporter: Any, _view: Any) -> None:
 def _exporting_base() -> type:
     """A type whose buffer slots call Python, which the language itself offers only from 3.12."""
     get, release, basetype = 1, 2, 1 << 10
-    slots = (_Slot * 3)(
-        _Slot(get, ctypes.cast(_fill_view, ctypes.c_void_p)),
-        _Slot(release, ctypes.cast(_forget_view, ctypes.c_void_p)),
-        _Slot(0, None),
-    )
+    functions = (ctypes.cast(function, c_void_p) for function in (_fill_view, _forget_view))
+    slots = (_Slot * 3)(*map(_Slot, (get, release), functions))
     spec = _Spec(b"support.ExportingBase", object.__basicsize__, 0, basetype, slots)
     from_spec = ctypes.pythonapi.PyType_FromSpec
-    from_spec.argtypes, from_spec.restype = (ctypes.POINTER(_Spec),), ctypes.py_object
+    from_spec.argtypes, from_spec.restype = (POINTER(_Spec),), ctypes.py_object
     return from_spec(ctypes.byref(spec))
 
 
@@ -122,10 +111,8 @@ class Exporter(_exporting_base()):  # type: ignore[misc]
         self._length = len(data) if length is None else length
         self._format = None if format_ is None else format_.encode()
         self._itemsize = itemsize
-        if ndim is None:
-            ndim = 1 if shape is None else len(shape)
-        self._ndim = ndim
-        vector = ctypes.c_ssize_t * max(ndim, 1)
+        self._ndim = len(shape or (1,)) if ndim is None else ndim
+        vector = c_ssize_t * max(self._ndim, 1)
         self._shape = None if shape is None else vector(*shape)
         self._strides = None if strides is None else vector(*strides)
         self._block = ctypes.create_string_buffer(len(data) + 16)
@@ -134,11 +121,10 @@ class Exporter(_exporting_base()):  # type: ignore[misc]
 
     def fill(self, view: PyBuffer) -> None:
         self.before_fill()
-        null = ctypes.POINTER(ctypes.c_ssize_t)()
         view.buf, view.len, view.itemsize = self._address, self._length, self._itemsize
         view.readonly, view.ndim, view.format = 1, self._ndim, self._format
-        view.shape = null if self._shape is None else self._shape
-        view.strides = null if self._strides is None else self._strides
+        null = POINTER(c_ssize_t)()
+        view.shape, view.strides = self._shape or null, self._strides or null
         view.suboffsets, view.internal = null, None
 
 

@@ -28,15 +28,16 @@ def tool(name: str) -> str:
     return found
 
 
-def run(*command: str | Path, timeout: float = 1000, **environment: str) -> str:
+def run(
+    *command: str | Path, timeout: float = 1000, cwd: Path | None = None, **environment: str
+) -> str:
     """What a program prints that must succeed."""
     inherited = dict(os.environ)
     if Path(command[0]).name in ("cmake", "cc", Path(COMPILER[0]).name):
         # The sanitizers' runtimes are for what loads sanitized libraries, not for compilers.
         inherited.pop("LD_PRELOAD", None)
-    done = subprocess.run(
-        command, capture_output=True, text=True, timeout=timeout, env=inherited | environment
-    )
+    options = {"timeout": timeout, "cwd": cwd, "env": inherited | environment}
+    done = subprocess.run(command, capture_output=True, text=True, **options)
     assert done.returncode == 0, done.stdout + done.stderr
     return done.stdout
 
@@ -47,12 +48,8 @@ def ask_package(option: str) -> str:
 
 def cmake_build(source: Path, build: Path, *definitions: str) -> Path:
     """Configures and builds; an earlier build in the same folder is brought up to date."""
-    run(
-        *(tool("cmake"), "-S", source, "-B", build, "-G", "Ninja"),
-        f"-DCMAKE_MAKE_PROGRAM={tool('ninja')}",
-        f"-DPython_EXECUTABLE={sys.executable}",
-        *definitions,
-    )
+    tools = f"-DCMAKE_MAKE_PROGRAM={tool('ninja')}", f"-DPython_EXECUTABLE={sys.executable}"
+    run(tool("cmake"), "-S", source, "-B", build, "-G", "Ninja", *tools, *definitions)
     run(tool("cmake"), "--build", build)
     return build
 

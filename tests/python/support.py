@@ -2,6 +2,7 @@
 
 import math
 import os
+import re
 import subprocess
 import sys
 from collections.abc import Callable, Iterator
@@ -44,12 +45,8 @@ ERRORS = {
     **{e.__name__: e for e in (BufferError, KeyError, MemoryError, ZeroDivisionError)},
     **{e.__name__: e for e in (ShapeError, SizeError)},
 }
-NAMESPACE: dict[str, Any] = {
-    **{name: getattr(orvane, name) for name in NAMES},
-    "BIG": BIG,
-    "inf": math.inf,
-    "nan": math.nan,
-}
+NAMESPACE = {name: getattr(orvane, name) for name in NAMES} | {"BIG": BIG}
+NAMESPACE |= {"inf": math.inf, "nan": math.nan}
 
 
 def evaluate(expression: str, **names: Any) -> Any:
@@ -63,12 +60,7 @@ def execute(statement: str, **names: Any) -> None:
 
 def table(text: str) -> Any:
     """Rows of `expression -> answer`; an indented line continues the row above it."""
-    rows: list[str] = []
-    for line in text.strip("\n").splitlines():
-        if line.startswith(" "):
-            rows[-1] += " " + line.strip()
-        else:
-            rows.append(line)
+    rows = re.sub(r"\n +", " ", text.strip("\n")).splitlines()
     split = [tuple(part.strip() for part in row.split(" -> ")) for row in rows]
     return pytest.mark.parametrize(("expression", "answer"), split, ids=[row[0] for row in split])
 

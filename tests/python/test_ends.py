@@ -2,27 +2,19 @@
 
 import sys
 from array import array
-from typing import Any
 
 import pytest
 
 import orvane
 import orvanemultidimarrayforpython as native
-from native_clients import build_directory, client, run
+from native_clients import build_directory, run
 from support import nested, refused
 from test_native_capsule import capsule, object_at
-
-
-@pytest.fixture(scope="module")
-def typed() -> Any:
-    return client("typed_client")
 
 
 def python(program: str, *arguments: object) -> str:
     return run(sys.executable, "-c", program, *map(str, arguments), timeout=100)
 
-
-# --- the interpreter's end ------------------------------------------------------------------------
 
 CALLERS_CODE = """
 import sys, threading, time
@@ -78,9 +70,6 @@ def test_a_lent_handle_is_dropped_anywhere(typed):
         assert now == references
 
 
-# --- last holds -----------------------------------------------------------------------------------
-
-
 def test_a_deleter_may_run_code_while_an_error_is_pending(typed, monkeypatch):
     left, reported = [], []
 
@@ -124,9 +113,6 @@ def test_an_empty_block_may_be_null(typed):
     assert empty.reshape(3, 0).size == (3, 0)
     assert (nested(empty), memoryview(empty).nbytes) == ([[], [], []], 0)
     assert typed.take("d", empty)[:3] == ((3, 0), (1, 3), b"")
-
-
-# --- starts ---------------------------------------------------------------------------------------
 
 
 def test_a_failed_start_in_another_interpreter_leaves_the_process_free():

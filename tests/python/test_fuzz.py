@@ -17,17 +17,11 @@ from support import BIG, ERRORS, NAMES, grid, make, nested, stored_bytes
 BOUNDARY = [0, -1, 1, 2**63 - 1, 2**63, -(2**63), -(2**63) - 1, 2**64 - 1, BIG, -BIG]
 
 
-numbers = st.one_of(
-    st.integers(-9, 9), st.floats(), st.complex_numbers(), st.booleans(), st.sampled_from(BOUNDARY)
-)
+PARAMETERS = "size", "vector", "is_complex"
 leaves = st.one_of(
-    numbers,
-    st.none(),
-    st.text(max_size=3),
-    st.lists(st.integers(0, 9), max_size=3).map(bytes),
-    st.builds(object),
-    st.builds(Index, st.just(1)),
-    st.fractions(),
+    *(st.integers(-9, 9), st.floats(), st.complex_numbers(), st.booleans(), st.fractions()),
+    *(st.sampled_from(BOUNDARY), st.none(), st.text(max_size=3), st.binary(max_size=3)),
+    *(st.builds(object), st.builds(Index, st.just(1))),
     st.sampled_from([int, ..., NotImplemented, math, b"", bytearray(3), memoryview(b"12345678")]),
     st.slices(4),
     st.builds(grid, st.integers(0, 3), st.integers(0, 3), kind=st.sampled_from(KINDS)),
@@ -42,17 +36,13 @@ things = st.recursive(
     lambda inner: st.one_of(
         st.lists(inner, max_size=3),
         st.lists(inner, max_size=3).map(tuple),
-        st.dictionaries(
-            st.sampled_from(["size", "vector", "is_complex", "x", 1]), inner, max_size=2
-        ),
+        st.dictionaries(st.sampled_from([*PARAMETERS, "x", 1]), inner, max_size=2),
         st.builds(Sequence, st.lists(inner, max_size=3), st.integers(0, 4)),
         st.sets(st.integers(), max_size=2),
     ),
     max_leaves=8,
 )
-keywords = st.dictionaries(
-    st.sampled_from(["initializer", "size", "vector", "is_complex"]), things, max_size=4
-)
+keywords = st.dictionaries(st.sampled_from(["initializer", *PARAMETERS]), things, max_size=4)
 
 
 def survives(call):

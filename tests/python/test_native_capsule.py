@@ -5,13 +5,14 @@ import ctypes
 import re
 import shlex
 import sys
+from ctypes import POINTER, PYFUNCTYPE, c_bool, c_int, c_void_p
 from typing import Any
 
 import pytest
 
 import orvane
 from impostors import Exporter, exporting, from_stored
-from native_clients import ROOT, ask_package, client, run, samples
+from native_clients import ROOT, ask_package, run, samples
 from support import KIND_OF, answered_by, each_kind, evaluate, make, refused, stored_bytes, table
 
 NO_TYPE = 32
@@ -21,14 +22,11 @@ class Capsule(ctypes.Structure):
     """The table. Objects go in as addresses, null as none, and come out as new references."""
 
     _fields_ = (
-        ("array_from_impl", ctypes.PYFUNCTYPE(ctypes.c_void_p, ctypes.c_void_p)),
-        ("impl_of_array", ctypes.PYFUNCTYPE(ctypes.c_void_p, ctypes.c_void_p)),
-        (
-            "array_from_buffer",
-            ctypes.PYFUNCTYPE(ctypes.c_void_p, ctypes.c_void_p, ctypes.POINTER(ctypes.c_int)),
-        ),
-        ("destroy_array", ctypes.PYFUNCTYPE(None, ctypes.c_void_p)),
-        ("exports_buffer", ctypes.PYFUNCTYPE(ctypes.c_bool, ctypes.c_void_p)),
+        ("array_from_impl", PYFUNCTYPE(c_void_p, c_void_p)),
+        ("impl_of_array", PYFUNCTYPE(c_void_p, c_void_p)),
+        ("array_from_buffer", PYFUNCTYPE(c_void_p, c_void_p, POINTER(c_int))),
+        ("destroy_array", PYFUNCTYPE(None, c_void_p)),
+        ("exports_buffer", PYFUNCTYPE(c_bool, c_void_p)),
     )
 
 
@@ -54,13 +52,8 @@ def impl_of(value: Any) -> int | None:
     return capsule.impl_of_array(address_of(value))
 
 
-def from_buffer(value: Any, code: ctypes.c_int) -> Any:
+def from_buffer(value: Any, code: c_int) -> Any:
     return object_at(capsule.array_from_buffer(address_of(value), ctypes.byref(code)))
-
-
-@pytest.fixture(scope="module")
-def typed() -> Any:
-    return client("typed_client")
 
 
 def taken(typed: Any, kind_format: str, value: Any) -> tuple[tuple[int, ...], list[Any]]:
@@ -72,6 +65,8 @@ def taken(typed: Any, kind_format: str, value: Any) -> tuple[tuple[int, ...], li
 def test_position_0_refuses_and_destroys_what_python_cannot_have(typed):
     with refused(RuntimeError, "NULL"):
         capsule.array_from_impl(None)
+    with refused(RuntimeError, "NULL"):  # nowhere to put the type code
+        capsule.array_from_buffer(id(b"ab"), None)
     for kind in ("character", "one dimension"):
         typed.count_freed_buffers()
         with refused(RuntimeError, "invalid type."):
@@ -79,9 +74,6 @@ def test_position_0_refuses_and_destroys_what_python_cannot_have(typed):
         assert typed.count_freed_buffers() == 1
     empty = object_at(capsule.array_from_impl(typed.foreign_impl("empty")))
     assert (type(empty), empty.size) == (orvane.double, (0, 0))
-
-
-# --- position 1 ----------------------------------------------------------------------------------
 
 
 def test_no_implementation_of_what_is_no_array():
@@ -93,19 +85,17 @@ def test_no_implementation_of_what_is_no_array():
             impl_of(no_array)
 
 
-@pytest.mark.parametrize(
-    ("statement", "extents", "elements"),
-    [
-        ("memoryview(a), a.clone()", (2, 3), [1, 4, 2, 5, 3, 6]),
-        ("a[1][0] = 30", (2, 3), [1, 30, 2, 5, 3, 6]),
-        ("a[0] = [7, 8, 9]", (2, 3), [7, 4, 8, 5, 9, 6]),
-        ("a.reshape(6, 1); a[5][0] = 60", (6, 1), [1, 4, 2, 5, 3, 60]),
-    ],
-)
-def test_native_code_and_python_see_every_change(typed, statement, extents, elements):
+@table("""
+memoryview(a), a.clone() -> (2, 3), [1, 4, 2, 5, 3, 6]
+a[1].__setitem__(0, 30) -> (2, 3), [1, 30, 2, 5, 3, 6]
+a.__setitem__(0, [7, 8, 9]) -> (2, 3), [7, 4, 8, 5, 9, 6]
+a.reshape(6, 1)[5].__setitem__(0, 60) -> (6, 1), [1, 4, 2, 5, 3, 60]
+""")
+def test_native_code_and_python_see_every_change(typed, expression, answer):
     a = orvane.double([[1, 2, 3], [4, 5, 6]])
     place, impl, before = typed.take("d", a)[3], impl_of(a), memoryview(a)
-    exec(statement)
+    evaluate(expression, a=a, memoryview=memoryview)
+    extents, elements = evaluate(answer)
     assert taken(typed, "d", a) == (a.size, list(a._data)) == (extents, elements)
     assert list(array.array("d", stored_bytes(a))) == elements
     # An export from before goes on showing the elements, with the extents that it was given.
@@ -142,12 +132,9 @@ def test_a_view_is_handed_out_as_a_copy_that_stays(typed):
     assert impl_of(limit)
 
 
-# --- position 2 ----------------------------------------------------------------------------------
-
-
 @each_kind
 def test_a_buffer_of_every_format_becomes_its_type(kind):
-    stored, code = samples(kind), ctypes.c_int()
+    stored, code = samples(kind), c_int()
     made = from_buffer(exporting(kind, stored, 2, 3), code)
     assert type(made) is getattr(orvane, kind.name)
     assert (made._is_complex, made.size) == (kind.is_complex, (2, 3))
@@ -172,7 +159,7 @@ def test_a_buffer_of_every_format_becomes_its_type(kind):
 def test_formats_that_are_read_by_their_first_characters(expression, answer):
     format_, itemsize = evaluate(expression)
     number, made = evaluate(answer)
-    code = ctypes.c_int()
+    code = c_int()
     result = from_buffer(Exporter(b"\x01" + bytes(15), format_, itemsize, (16 // itemsize,)), code)
     assert (type(result), result._is_complex) == (type(made), made._is_complex)
     assert (code.value, stored_bytes(result)) == (number, stored_bytes(made))
@@ -191,23 +178,14 @@ Exporter(bytes(16), 'Z', 16, (1,)) -> 13 & BufferError: input buffer format ('Z'
 memoryview(b'abcd')[::2] -> BufferError: memoryview: underlying buffer is not contiguous
 """)
 def test_what_is_refused_as_a_buffer(expression, answer):
-    source, code = evaluate(expression, Exporter=Exporter), ctypes.c_int()
+    source, code = evaluate(expression, Exporter=Exporter), c_int()
     number, _, refusal = answer.rpartition(" & ")
     with answered_by(refusal) as expects_value:
         made = from_buffer(source, code)
         assert expects_value
         assert made is None
     assert code.value == int(number or NO_TYPE)
-    # Nothing of the exporter is held on to.
     assert not getattr(source, "open_views", 0)
-
-
-def test_nowhere_to_put_the_type_code():
-    with refused(RuntimeError, "NULL"):
-        capsule.array_from_buffer(id(b"ab"), None)
-
-
-# --- positions 3 and 4 ---------------------------------------------------------------------------
 
 
 def test_destroying(typed):
@@ -228,9 +206,6 @@ def test_who_exports_buffers():
         assert not capsule.exports_buffer(address_of(no))
 
 
-# --- the library's functions by their numbers ----------------------------------------------------
-
-
 def test_the_example_in_c_of_the_guide(tmp_path):
     guide = (ROOT / "docs" / "native.md").read_text("utf-8")
     (code,) = re.findall(r"```c\n(#include <orvane/boundary.h>.*?)```", guide, re.DOTALL)
@@ -240,6 +215,6 @@ def test_the_example_in_c_of_the_guide(tmp_path):
     libraries = shlex.split(ask_package("--libs"))
     run("cc", *flags, "-shared", "-fPIC", source, *libraries, "-o", built)
     total = ctypes.CDLL(str(built)).sum
-    total.argtypes, total.restype = (ctypes.c_void_p,), ctypes.c_double
+    total.argtypes, total.restype = (c_void_p,), ctypes.c_double
     matrix = orvane.double([[1, 2], [3, 4.5]])
     assert total(capsule.impl_of_array(id(matrix))) == 10.5

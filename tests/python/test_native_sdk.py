@@ -29,11 +29,6 @@ from support import KINDS, answered_by, check, each_kind, evaluate, refused, sto
 REPLACEMENT = Path(os.environ.get("ORVANE_REPLACEMENT_LIBRARY", "nowhere"))
 
 
-@pytest.fixture(scope="module")
-def typed() -> Any:
-    return client("typed_client")
-
-
 @pytest.fixture(params=["pybind11_client", "nanobind_client"])
 def bound(request: pytest.FixtureRequest) -> Any:
     return client(request.param)
@@ -116,9 +111,6 @@ def test_faults_become_errors_of_python(typed, expression, answer):
     check(f"typed.{expression}", answer.replace("NO WORDS", ""), typed=typed, Exporter=Exporter)
 
 
-# --- binding libraries ---------------------------------------------------------------------------
-
-
 def test_bound_functions_take_and_return_arrays(bound):
     a = orvane.double([[1, 2], [3, 4]])
     references = sys.getrefcount(a)
@@ -177,14 +169,9 @@ def test_stubs_tell_real_from_complex(tmp_path):
     path = os.pathsep.join([str(build_directory()), str(Path(orvane.__file__).parents[1])])
     stub, use = tmp_path / "nanobind_client.pyi", tmp_path / "use.py"
     use.write_text(USE_OF_STUBS)
-    for call in (
-        ("nanobind.stubgen", "-m", stub.stem, "-o", stub),
-        ("mypy", "--strict", stub, use),
-    ):
+    make_stub = "nanobind.stubgen", "-m", stub.stem, "-o", stub
+    for call in (make_stub, ("mypy", "--strict", stub, use)):
         run(sys.executable, "-m", *call, PYTHONPATH=path, MYPYPATH=str(tmp_path))
-
-
-# --- what is installed ---------------------------------------------------------------------------
 
 
 def test_the_client_classes_work_without_python():
@@ -196,15 +183,15 @@ def test_flags_for_other_build_systems(tmp_path):
     flags = [*shlex.split(ask_package("--includes")), *shlex.split(ask_package("--libs"))]
     source, module = ROOT / "tests" / "native" / "typed_client.cpp", tmp_path / "typed_client.so"
     run(*COMPILER, "-std=c++20", "-shared", "-fPIC", source, *flags, "-o", module)
-    stable = (
+    stable = [
+        "-fsyntax-only",
         "-DPy_LIMITED_API=0x030A0000",
         "-include",
         "orvane/python.hpp",
         "-x",
         "c++",
-        os.devnull,
-    )
-    run(*COMPILER, "-std=c++20", "-fsyntax-only", *flags, *stable)
+    ]
+    run(*COMPILER, "-std=c++20", *flags, *stable, os.devnull)
     use = "import orvane, typed_client; print(typed_client.make('d', (1, 2), bytes(16))[0])"
     path = f"import sys; sys.path.append({str(tmp_path)!r}); "
     assert run(sys.executable, "-c", path + use) == "[[0.0,0.0]]\n"

@@ -82,12 +82,10 @@ def test_the_sdk_is_found_where_the_python_files_lie_elsewhere(tmp_path):
     (checkout / "orvane").mkdir(parents=True)
     for file in Path(orvane.__file__).parent.glob("*.py"):
         shutil.copy(file, checkout / "orvane")
-    source = (
-        f"sys.path.insert(0, {str(checkout)!r})\n"
-        "import orvane, orvane._sdk as sdk\n"
-        "print(orvane.__file__)\n"
-        "print(sdk.get_include(), sdk.get_cmake_dir(), sdk.get_library_dir(), sep='\\n')"
-    )
+    source = f"""sys.path.insert(0, {str(checkout)!r})
+import orvane, orvane._sdk as sdk
+print(orvane.__file__, sdk.get_include(), sdk.get_cmake_dir(), sdk.get_library_dir(), sep="\\n")
+"""
     package, *folders = map(Path, python(PROLOGUE + source).splitlines())
     assert package.parent == checkout / "orvane"
     assert [folder.parent for folder in folders] == [EXTENSION.parent / "orvane"] * 3

@@ -59,9 +59,6 @@ def test_the_right_side_is_read_before_anything_is_written():
         ctypes.pythonapi.PySequence_SetItem(ctypes.py_object(a), 0, ctypes.py_object(5))
 
 
-# --- iteration -----------------------------------------------------------------------------------
-
-
 @each_kind
 @pytest.mark.parametrize("every", [1, 2, 3])
 def test_numbers_that_a_loop_keeps_stay_as_they_are(kind, every):
@@ -85,9 +82,6 @@ def test_a_chain_that_has_no_dimension_left_is_iterated_as_empty_and_else_refuse
         with refused(RuntimeError, "TOO_MANY"):
             evaluate(use, v=view)
     assert capfd.readouterr().out == "numDims (3) >= numShapeDims (2)\n"
-
-
-# --- comparison ----------------------------------------------------------------------------------
 
 
 @table("""
@@ -136,9 +130,6 @@ def test_an_error_inside_an_item_goes_through():
     assert column != same  # found before the fault is met
 
 
-# --- text ----------------------------------------------------------------------------------------
-
-
 def as_python_prints(kind, stored):
     return str([[kind.read(element) for element in stored]]).replace(" ", "")
 
@@ -160,9 +151,6 @@ def test_awkward_doubles_and_long_texts():
     assert str(from_stored(DOUBLE, stored * 999)) == as_python_prints(DOUBLE, stored * 999)
     pairs = [(x, y) for x in stored[-8:] for y in stored[-8:]]
     assert str(from_stored(COMPLEX, pairs)) == as_python_prints(COMPLEX, pairs)
-
-
-# --- pickling ------------------------------------------------------------------------------------
 
 
 @each_kind

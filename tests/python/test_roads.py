@@ -113,10 +113,8 @@ def test_one_element_among_many_decides(kind):
     for place in (0, 1, 15, 31, 32, 63, 127, 255, 256, 511, 640, 690, PLACES - 1):
         for pairs, equal in ((alike, True), (unlike, False)):
             for pair in pairs:
-                x, y = (
-                    from_stored(kind, [*stored[:place], e, *stored[place + 1 :]], 13, 9, 6)
-                    for e in pair
-                )
+                runs = ([*stored[:place], element, *stored[place + 1 :]] for element in pair)
+                x, y = (from_stored(kind, run, 13, 9, 6) for run in runs)
                 assert (x == y, y != x, x[:] == y[:]) == (equal, not equal, equal)
                 i, j = place % 13, place // 13 % 9
                 assert (x[i] == y[i], x[i][j][::-1] == y[i][j][::-1]) == (equal, equal)
@@ -128,10 +126,8 @@ def test_real_and_complex_elements_compare_across(kind):
     partner = KIND_OF.get("Z" + kind.format)
     parts = awkward_parts(kind.element) if partner else []
     for part, real_part, tilt in itertools.product(parts, parts, [0, 1]):
-        real, pair = (
-            from_stored(kind, [part]),
-            from_stored(partner, [(real_part, type(part)(tilt))]),
-        )
+        real = from_stored(kind, [part])
+        pair = from_stored(partner, [(real_part, type(part)(tilt))])
         equal = kind.read(part) == pair[0][0]
         assert (real == pair, pair == real) == (equal, equal)
 
@@ -142,10 +138,8 @@ def test_bits_of_single():
     quiet = [0x7FC00001, 0x7F800000, 0xFFC00005, 0x80000001, 0x7F800000]
     data, expected = (struct.pack("=5I", *x) for x in (bits, quiet))
     for kind, repeats in ((KIND_OF["f"], 1), (KIND_OF["Zf"], 2)):
-        buffer = Exporter(
-            data * repeats, kind.format, kind.size, (5, 1), (kind.size, 5 * kind.size)
-        )
-        a = make(kind, buffer)
+        strides = kind.size, 5 * kind.size
+        a = make(kind, Exporter(data * repeats, kind.format, kind.size, (5, 1), strides))
         assert stored_bytes(a) == data * repeats
         assert stored_bytes(a.clone()) == stored_bytes(a[0:5]) == expected * repeats
     expected = struct.pack("=5I", *quiet[:1], *bits[1:])  # toarray keeps minus infinity

@@ -1,20 +1,19 @@
 """What type checkers see: the stubs against the built module, and what they say of typical use."""
 
 import os
-import subprocess
 import sys
 from pathlib import Path
 
 import pytest
 
 import orvane
+from native_clients import run
 from reference.elements import TYPES
 
 PACKAGES = ("orvanemultidimarrayforpython", "orvane", "ovexceptions")
 
-pytestmark = [
-    pytest.mark.skipif("ORVANE_SANITIZED" in os.environ, reason="no native code is tested here"),
-]
+reason = "no native code is tested here"
+pytestmark = pytest.mark.skipif("ORVANE_SANITIZED" in os.environ, reason=reason)
 pytest.importorskip("mypy", reason="the type checker is not installed")
 
 
@@ -26,21 +25,14 @@ def directory(tmp_path_factory):
     return directory
 
 
-def complaints(directory: Path, module: str, *arguments: str) -> str:
+def check(directory, module, *arguments):
     installed = Path(orvane.__file__).parents[1]
-    done = subprocess.run(
-        [sys.executable, "-m", module, *arguments],
-        cwd=directory,
-        env=os.environ | {"PYTHONPATH": str(installed), "NO_COLOR": "1"},
-        capture_output=True,
-        text=True,
-    )
-    return "" if done.returncode == 0 else done.stdout + done.stderr
+    run(sys.executable, "-m", module, *arguments, cwd=directory, PYTHONPATH=str(installed))
 
 
 def test_the_stubs_tell_what_the_module_has_and_are_typed_throughout(directory):
-    assert not complaints(directory, "mypy.stubtest", *PACKAGES)
-    assert not complaints(directory, "mypy", *(f"--package={package}" for package in PACKAGES))
+    check(directory, "mypy.stubtest", *PACKAGES)
+    check(directory, "mypy", *(f"--package={package}" for package in PACKAGES))
 
 
 # A line that must be refused says so. Where it is not, the comment that it is turned into is of no
@@ -128,5 +120,4 @@ def test_typical_use(directory):
             words |= {"row": f"{element}, {element}", "stored": element}
             write(f"complex_{name}.py", NUMERIC_TYPES.format_map(words))
         write(f"use_of_{name}.py", ALL_TYPES.format_map(words))
-    samples = [file.name for file in directory.glob("*.py")]
-    assert not complaints(directory, "mypy", *samples)
+    check(directory, "mypy", *(file.name for file in directory.glob("*.py")))

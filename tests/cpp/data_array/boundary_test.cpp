@@ -67,11 +67,7 @@ TEST(Buffers, areAlignedAndWritableToTheirEndAndLeaveNoTraceInTheNextArray) {
 
 TEST(Creation, refusesUnknownKindsAndWhatCannotBeCountedOrHeld) {
     constexpr unsigned long half = 1UL << 32;
-    struct {
-        int type;
-        Extents extents;
-        Status expected;
-    } rows[] = {
+    const std::tuple<int, Extents, Status> rows[] = {
         {-1, {1, 1}, Status::ArrayTypeMismatch},
         {2, {1, 1}, Status::ArrayTypeMismatch},
         {23, {1, 1}, Status::ArrayTypeMismatch},
@@ -85,47 +81,43 @@ TEST(Creation, refusesUnknownKindsAndWhatCannotBeCountedOrHeld) {
         {doubleType, {1UL << 58, 1}, Status::OutOfMemory},
         {uint8Type, {most >> 1, 1}, Status::OutOfMemory},
     };
-    for (auto& row : rows) {
-        impl::ArrayImpl* array = nullptr;
-        EXPECT_EQ(
-            call<FunctionType::FactoryCreateArray>(factory(), row.type, row.extents.data(), row.extents.size(), &array),
-            row.expected);
+    impl::ArrayImpl* array = nullptr;
+    for (auto [type, extents, expected] : rows) {
+        EXPECT_EQ(call<FunctionType::FactoryCreateArray>(factory(), type, extents.data(), extents.size(), &array),
+                  expected);
         EXPECT_EQ(array, nullptr);
-        if (row.extents.back() == 1) {
-            const MadeBuffer made(row.type, row.extents[0]);
-            EXPECT_EQ(made.status, row.expected);
+        if (extents.back() == 1) {
+            const MadeBuffer made(type, extents[0]);
+            EXPECT_EQ(made.status, expected);
             EXPECT_EQ(made.buffer, nullptr);
         }
     }
-    const double value = 1;
-    impl::ArrayImpl* array = nullptr;
-    EXPECT_EQ(call<FunctionType::FactoryCreateScalar>(factory(), 2, &value, &array), Status::ArrayTypeMismatch);
+    EXPECT_EQ(call<FunctionType::FactoryCreateScalar>(factory(), 2, rows, &array), Status::ArrayTypeMismatch);
 }
 
 TEST(Creation, aBufferStaysInPlaceAndIsFreedOnceAlsoWhenRefused) {
     freedBuffers = 0;
     int freed = 0;
-    const auto adopt = [&](impl::ArrayFactoryImpl* by, int type, Extents extents, int layout, Status expected) {
+    unsigned long extents[] = {2, 3};
+    const auto adopt = [&](impl::ArrayFactoryImpl* by, int type, int layout, Status expected) {
         void* const block = std::calloc(6, sizeof(std::int16_t));
-        impl::ArrayImpl* array = nullptr;
-        EXPECT_EQ(call<FunctionType::FactoryCreateArrayFromBuffer>(by, type, extents.data(), extents.size(), block,
-                                                                   countedFree, &array, layout),
-                  expected);
-        EXPECT_EQ(array != nullptr, expected == Status::Success);
-        if (array != nullptr) {
-            EXPECT_EQ(static_cast<const void*>(TypedArray<std::int16_t>(Array(array)).cbegin().get()), block);
+        impl::ArrayImpl* made = nullptr;
+        EXPECT_EQ(
+            call<FunctionType::FactoryCreateArrayFromBuffer>(by, type, extents, 2UL, block, countedFree, &made, layout),
+            expected);
+        EXPECT_EQ(made != nullptr, expected == Status::Success);
+        if (made != nullptr) {
+            EXPECT_EQ(static_cast<const void*>(TypedArray<std::int16_t>(Array(made)).cbegin().get()), block);
         }
         EXPECT_EQ(freedBuffers, ++freed);
     };
-    adopt(factory(), int16Type, {2, 3}, 0, Status::Success);
-    adopt(factory(), int16Type, {2, 3}, 1, Status::Success);
-    adopt(factory(), int16Type, {2, 3}, 2, Status::Unsupported);
-    adopt(factory(), 2, {2, 3}, 0, Status::ArrayTypeMismatch);
-    adopt(factory(), int16Type, {most, 2}, 0, Status::TooManyElements);
-    adopt(nullptr, int16Type, {2, 3}, 0, Status::SystemError);
-
-    std::int16_t own[6] = {1, 2, 3, 4, 5, 6};
-    unsigned long extents[] = {2, 3};
+    adopt(factory(), int16Type, 0, Status::Success);
+    adopt(factory(), int16Type, 1, Status::Success);
+    adopt(factory(), int16Type, 2, Status::Unsupported);
+    adopt(factory(), 2, 0, Status::ArrayTypeMismatch);
+    adopt(nullptr, int16Type, 0, Status::SystemError);
+    extents[0] = most;
+    adopt(factory(), int16Type, 0, Status::TooManyElements);
     const auto adoptColumns = [&](std::int16_t* block, detail::BufferDeleter deleter, unsigned long* dims) {
         impl::ArrayImpl* array = nullptr;
         const Status status = call<FunctionType::FactoryCreateArrayFromColumnMajorBuffer>(factory(), int16Type, dims,
@@ -133,6 +125,8 @@ TEST(Creation, aBufferStaysInPlaceAndIsFreedOnceAlsoWhenRefused) {
         call<FunctionType::ArrayDestroy>(array);
         return status;
     };
+    std::int16_t own[6] = {1, 2, 3, 4, 5, 6};
+    extents[0] = 2;
     EXPECT_EQ(adoptColumns(own, nullptr, extents), Status::Success);
     EXPECT_EQ(own[5], 6) << "what has no deleter stays the caller's";
     EXPECT_EQ(adoptColumns(own, nullptr, nullptr), Status::SystemError);
@@ -204,13 +198,10 @@ TEST(Nulls, areAnsweredWithNullsAndStatuses) {
     int type = 0;
     unsigned long count = 1;
     unsigned long* extents = &count;
-    const auto create = [&](impl::ArrayFactoryImpl* by, unsigned long* dims, impl::ArrayImpl** out) {
-        return call<FunctionType::FactoryCreateArray>(by, doubleType, dims, 1UL, out);
-    };
     for (const Status status : {
-             create(nullptr, extents, &made),
-             create(factory(), nullptr, &made),
-             create(factory(), extents, nullptr),
+             call<FunctionType::FactoryCreateArray>(nullptr, doubleType, extents, 1UL, &made),
+             call<FunctionType::FactoryCreateArray>(factory(), doubleType, nullptr, 1UL, &made),
+             call<FunctionType::FactoryCreateArray>(factory(), doubleType, extents, 1UL, nullptr),
              call<FunctionType::FactoryCreate>(nullptr),
              call<FunctionType::FactoryCreateScalar>(factory(), doubleType, nullptr, &made),
              call<FunctionType::FactoryCreateBuffer>(factory(), nullptr, nullptr, doubleType, 1UL),
@@ -228,10 +219,7 @@ TEST(Nulls, areAnsweredWithNullsAndStatuses) {
     EXPECT_EQ(call<FunctionType::ArrayGetNumberOfElements>(noArray) + count, 0u);
     EXPECT_EQ(call<FunctionType::ArrayBegin>(noArray, false), nullptr);
     EXPECT_EQ(call<FunctionType::ArrayEnd>(noArray, false), nullptr);
-    EXPECT_EQ(extents, nullptr);
-    EXPECT_EQ(place, nullptr);
-    EXPECT_EQ(reference, nullptr);
-    EXPECT_EQ(made, nullptr);
+    EXPECT_TRUE(extents == nullptr && place == nullptr && reference == nullptr && made == nullptr);
     call<FunctionType::ArrayDestroy>(noArray);
     call<FunctionType::ReferenceDestroy>(nullptr);
     call<FunctionType::IteratorDestroy>(nullptr);

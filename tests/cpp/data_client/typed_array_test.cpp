@@ -7,8 +7,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <concepts>
 #include <cstdint>
+#include <ranges>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -20,6 +22,8 @@ namespace {
 
 static_assert(std::contiguous_iterator<TypedIterator<double>>);
 static_assert(std::contiguous_iterator<TypedIterator<const std::complex<float>>>);
+// Loops over handles only read.
+static_assert(std::ranges::contiguous_range<const TypedArray<double>> && !std::ranges::range<TypedArray<double>&>);
 static_assert(std::is_nothrow_default_constructible_v<Array> && std::is_nothrow_move_constructible_v<Array>);
 
 using Extents = std::vector<unsigned long>;
@@ -130,6 +134,25 @@ TEST(TypedArrays, releaseHandsOverTheVeryBufferOrACopyOfASharedOne) {
         EXPECT_EQ(buffer.get(), address);
         EXPECT_EQ(std::vector<T>(buffer.get(), buffer.get() + 6), values<T>());
     });
+}
+
+TEST(TypedArrays, aSpanIsReadByPlacesColumnsAndStrides) {
+    TypedArray<double> array = ArrayFactory().createArray<double>({2, 3, 4});
+    std::ranges::iota_view<int, int> numbers(0, 24);
+    std::ranges::copy(numbers, writableElementsOf(array).flat().begin());
+    const auto elements = elementsOf(array);
+    EXPECT_EQ(elements.rank(), 3u);
+    EXPECT_EQ(elements.extents(), (std::vector<std::size_t>{2, 3, 4}));
+    EXPECT_EQ(elements.strides(), (std::vector<std::ptrdiff_t>{1, 2, 6}));
+    EXPECT_EQ(elements(1, 2, 3) - elements(1, 0) - elements(0, 1, 1), 23 - 1 - 8);
+    EXPECT_EQ(elements(1, 2, 3, 0), 23) << "a dimension that was dropped";
+    EXPECT_EQ(elements.extent(3), 1u);
+    EXPECT_TRUE(std::ranges::equal(elements.column(2), std::vector{4, 5}));
+#ifdef __cpp_lib_mdspan
+    const auto view = elements.toMdspan<4>();
+    EXPECT_EQ((std::vector{view.extent(1), view.extent(3), view.stride(2)}), (std::vector<std::size_t>{3, 1, 6}));
+    EXPECT_EQ((&view[std::array<std::size_t, 4>{1, 2, 3, 0}]), &elements(1, 2, 3));
+#endif
 }
 
 TEST(TypedArrays, aHandleOfAnotherTypeIsRefusedAndLeavesTheSource) {

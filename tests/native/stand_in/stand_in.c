@@ -29,9 +29,8 @@ static void require(bool holds, const char* what) {
 
 /* ---- Objects that are known to be alive or gone ---- */
 
-typedef struct Object {
-    unsigned kind; /* first member of all that is handed out */
-} Object;
+/* First member of all that is handed out. */
+typedef unsigned Tag;
 
 /* What is gone keeps its memory for a while, so that whoever still uses it is noticed. */
 static void free_later(void* memory) {
@@ -42,32 +41,31 @@ static void free_later(void* memory) {
     next = (next + 1) % RETIRED;
 }
 
-static void retire(Object* object) {
-    object->kind = GONE;
-    free_later(object);
-}
-
 static void* make_object(Kind kind, size_t size) {
-    Object* object = calloc(1, size);
+    Tag* object = calloc(1, size);
     require(object != NULL, "no memory for a few bytes");
-    object->kind = kind;
+    *object = kind;
     return object;
 }
 
 static void require_alive(const void* object, Kind kind) {
     require(object != NULL, "null in place of an object");
-    require(((const Object*)object)->kind != GONE, "an object that is gone is used");
-    require(((const Object*)object)->kind == kind, "an object of another kind");
+    require(*(const Tag*)object != GONE, "an object that is gone is used");
+    require(*(const Tag*)object == kind, "an object of another kind");
+}
+
+static void retire(void* object, Kind kind) {
+    require_alive(object, kind);
+    *(Tag*)object = GONE;
+    free_later(object);
 }
 
 static void iterator_destroy(OrvaneIterator* iterator) {
-    require_alive(iterator, ITERATOR);
-    retire((Object*)iterator);
+    retire(iterator, ITERATOR);
 }
 
 static void reference_destroy(OrvaneReference* reference) {
-    require_alive(reference, REFERENCE);
-    retire((Object*)reference);
+    retire(reference, REFERENCE);
 }
 
 /* ---- Element types and sizes ---- */
@@ -84,17 +82,14 @@ static bool is_complex(int type) {
 static int count_elements(int type, const unsigned long* dims, unsigned long numDims, size_t* count) {
     if (element_size(type) == 0)
         return BAD_TYPE;
+    bool fits = true, isEmpty = false;
     *count = 1;
     for (unsigned long d = 0; d < numDims; ++d) {
-        if (dims[d] == 0)
-            *count = 0;
-    }
-    for (unsigned long d = 0; *count != 0 && d < numDims; ++d) {
-        if (dims[d] > LONG_MAX / element_size(type) / *count)
-            return TOO_MANY;
+        isEmpty = isEmpty || dims[d] == 0;
+        fits = fits && (isEmpty || *count <= LONG_MAX / element_size(type) / dims[d]);
         *count *= dims[d];
     }
-    return OK;
+    return fits || isEmpty ? OK : TOO_MANY;
 }
 
 /* ---- Buffers and the blocks of arrays ---- */
@@ -107,10 +102,10 @@ typedef struct Header {
 static void free_buffer(void* buffer) {
     Header* header = (Header*)buffer - 1;
     require(header->size != SIZE_MAX, "a buffer is freed twice");
-    const bool isSmall = header->size < SEALED_BYTES;
-    memset(buffer, GONE, header->size);
+    const size_t size = header->size;
+    memset(buffer, GONE, size);
     header->size = SIZE_MAX;
-    (isSmall ? free_later : free)(header);
+    (size < SEALED_BYTES ? free_later : free)(header);
 }
 
 static void* make_buffer(size_t size) {
@@ -168,8 +163,8 @@ static Block* copy_block(const Block* block) {
 /* ---- Factories ---- */
 
 static struct OrvaneFactory {
-    Object object;
-} theFactory = {{FACTORY}};
+    Tag tag;
+} theFactory = {FACTORY};
 
 static int factory_create(OrvaneFactory** out) {
     *out = &theFactory;
@@ -194,7 +189,7 @@ static int create_buffer(OrvaneFactory* factory, void** buffer, OrvaneDeleter* d
 /* ---- Arrays ---- */
 
 struct OrvaneArray {
-    Object object;
+    Tag tag;
     int type;
     unsigned long numDims;
     unsigned long* dims;
@@ -243,19 +238,15 @@ static int create_complex(OrvaneFactory* factory, int type, unsigned long* dims,
     size_t count = 0;
     require(is_complex(type), "number 1 is asked for an array of real elements");
     const int status = count_elements(type, dims, numDims, &count);
-    if (status != OK)
-        return status;
-    void* buffer = make_buffer(count * element_size(type));
-    return buffer != NULL ? create_from_buffer(factory, type, dims, numDims, buffer, free_buffer, out) : NO_MEMORY;
+    void* buffer = status == OK ? make_buffer(count * element_size(type)) : NULL;
+    if (status == OK && buffer == NULL)
+        return NO_MEMORY;
+    return create_from_buffer(factory, type, dims, numDims, buffer, free_buffer, out);
 }
 
 static int create_scalar(OrvaneFactory* factory, int type, void const* value, OrvaneArray** out) {
-    unsigned long dims[] = {1, 1};
-    void* buffer = make_buffer(element_size(type));
-    if (buffer == NULL)
-        return NO_MEMORY;
-    memcpy(buffer, value, element_size(type));
-    return create_from_buffer(factory, type, dims, 2, buffer, free_buffer, out);
+    void* buffer = memcpy(make_buffer(element_size(type)), value, element_size(type));
+    return create_from_buffer(factory, type, (unsigned long[]){1, 1}, 2, buffer, free_buffer, out);
 }
 
 static OrvaneArray* create_empty(void) {
@@ -269,7 +260,7 @@ static void array_destroy(OrvaneArray* array) {
         drop_block(array->block);
     }
     free(array->dims);
-    retire(&array->object);
+    retire(array, ARRAY);
 }
 
 static void get_dimensions(OrvaneArray* array, unsigned long* numDims, unsigned long** dims) {
@@ -291,16 +282,15 @@ static int get_type(OrvaneArray* array, int* type) {
 
 static bool unshare(OrvaneArray* array, bool isUnique, OrvaneArray** copy) {
     require_readable(array);
-    if (!isUnique) {
-        /* Who holds an address for writing may use it at any time, so only unwritten elements can be shared. */
-        Block* block = array->block->mayBeWritten ? copy_block(array->block) : array->block;
-        block->owners += block == array->block;
-        *copy = make_array(array->type, array->dims, array->numDims, array->count, block);
-        (*copy)->isUnshared = true;
-        return true;
-    }
-    array->isUnshared = true;
-    return false;
+    array->isUnshared = array->isUnshared || isUnique;
+    if (isUnique)
+        return false;
+    /* Who holds an address for writing may use it at any time, so only unwritten elements can be shared. */
+    Block* block = array->block->mayBeWritten ? copy_block(array->block) : array->block;
+    block->owners += block == array->block;
+    *copy = make_array(array->type, array->dims, array->numDims, array->count, block);
+    (*copy)->isUnshared = true;
+    return true;
 }
 
 static int types_are_convertible(int wanted, int actual, bool* convertible) {
@@ -336,35 +326,33 @@ static void prepare_for_writing(OrvaneArray* array) {
 }
 
 struct OrvaneIterator {
-    Object object;
+    Tag tag;
     OrvaneArray* array;
     const Block* block;
-    bool isEnd;
+    unsigned char* place;
 };
 
 struct OrvaneReference {
-    Object object;
+    Tag tag;
     int type;
     unsigned char* element;
 };
 
-static OrvaneIterator* make_iterator(OrvaneArray* array, bool forWriting, bool isEnd) {
+static OrvaneIterator* array_begin(OrvaneArray* array, bool forWriting) {
     require_readable(array);
     if (forWriting)
         prepare_for_writing(array);
     OrvaneIterator* iterator = make_object(ITERATOR, sizeof *iterator);
     iterator->array = array;
     iterator->block = array->block;
-    iterator->isEnd = isEnd;
+    iterator->place = array->block->bytes;
     return iterator;
 }
 
-static OrvaneIterator* array_begin(OrvaneArray* array, bool forWriting) {
-    return make_iterator(array, forWriting, false);
-}
-
 static OrvaneIterator* array_end(OrvaneArray* array, bool forWriting) {
-    return make_iterator(array, forWriting, true);
+    OrvaneIterator* iterator = array_begin(array, forWriting);
+    iterator->place += array->block->size;
+    return iterator;
 }
 
 static OrvaneIterator* iterator_clone(OrvaneIterator* iterator) {
@@ -376,7 +364,7 @@ static unsigned char* place_of(const OrvaneIterator* iterator) {
     require_alive(iterator, ITERATOR);
     require_readable(iterator->array);
     require(iterator->block == iterator->array->block, "an iterator from before the elements moved");
-    return iterator->block->bytes + (iterator->isEnd ? iterator->block->size : 0);
+    return iterator->place;
 }
 
 static void get_element(OrvaneIterator* iterator, void** element) {

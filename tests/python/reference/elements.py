@@ -110,31 +110,22 @@ class Kind:
         """Makes an element of a Python value, or raises what the value is refused with."""
         if self.is_complex:
             return self._complex(value)
-        name = self.name
         if isinstance(value, int):
             return self._from_int(value)
-        if isinstance(value, float):
-            if name == "double":
-                return float(value)
-            if name == "single":
-                return single_from_float(value)
-            if name == "logical" and constructing:
-                return value != 0.0
-            raise TypeError(f"orvane.{name} does not accept floating-point values.")
-        if isinstance(value, complex):
-            if name == "logical" and constructing:
-                return value != 0
-            raise TypeError(
-                f"orvane.{name} does not accept complex values "
-                "if 'is_complex' is not set to 'True'."
-            )
-        if isinstance(value, str):
-            raise TypeError("value is not numeric.")
-        if is_sequence(value):
-            raise TypeError("sequence passed when scalar was expected.")
-        if value is None:
-            raise TypeError("value must not be 'None'.")
-        raise TypeError("type does not match.")
+        if isinstance(value, float) and self.name in ("double", "single"):
+            return self._from_part(float(value))
+        if isinstance(value, float | complex) and self.name == "logical" and constructing:
+            return value != 0
+        refusals = {
+            float: f"orvane.{self.name} does not accept floating-point values.",
+            complex: f"orvane.{self.name} does not accept complex values "
+            "if 'is_complex' is not set to 'True'.",
+            str: "value is not numeric.",
+            type(None): "value must not be 'None'.",
+        }
+        known = [words for kind, words in refusals.items() if isinstance(value, kind)]
+        sequence = ["sequence passed when scalar was expected."] * is_sequence(value)
+        raise TypeError([*known, *sequence, "type does not match."][0])
 
     def _refused(self, value: int | float) -> OverflowError:
         written = f"{value:g}" if isinstance(value, float) else str(int(value))
@@ -146,15 +137,10 @@ class Kind:
         value = int(value)
         if self.name == "single":
             return single_from_int(value)
-        if self.element.is_integer and self.element.low == 0:
-            if not -(2**63) <= value < 2**64:
-                raise OverflowError(TOO_LARGE)
-        elif not -(2**63) <= value < 2**63:
+        if not -(2**63) <= value < 2 ** (64 if self.element.format in "BHIQ" else 63):
             raise OverflowError(TOO_LARGE)
-        if self.name == "double":
-            return float(value)
-        if self.name == "logical":
-            return value != 0
+        if not self.element.is_integer:
+            return float(value) if self.name == "double" else value != 0
         if not self.element.low <= value <= self.element.high:
             raise self._refused(value)
         return value
@@ -181,9 +167,5 @@ class Kind:
         return self.zero
 
 
-KINDS = tuple(
-    Kind(element, is_complex)
-    for element in TYPES
-    for is_complex in (False, True)
-    if not (is_complex and element.name == "logical")
-)
+_FORMS = ((element, is_complex) for element in TYPES for is_complex in (False, True))
+KINDS = tuple(Kind(*form) for form in _FORMS if form != (TYPES[-1], True))
