@@ -11,15 +11,10 @@ from native_clients import client
 
 # How long an example takes says more about the machine than about the code, and a failing run on
 # one machine is to be repeatable on the next. Under the sanitizers everything takes longer.
-hypothesis.settings.register_profile(
-    "orvane", deadline=None, derandomize=True, print_blob=True, max_examples=200
-)
-hypothesis.settings.register_profile(
-    "orvane-sanitized", hypothesis.settings.get_profile("orvane"), max_examples=30
-)
-hypothesis.settings.load_profile(
-    "orvane-sanitized" if os.environ.get("ORVANE_SANITIZED") else "orvane"
-)
+examples = 30 if os.environ.get("ORVANE_SANITIZED") else 200
+settings = {"deadline": None, "derandomize": True, "print_blob": True, "max_examples": examples}
+hypothesis.settings.register_profile("orvane", **settings)
+hypothesis.settings.load_profile("orvane")
 
 
 def pytest_report_header(config: pytest.Config) -> str:

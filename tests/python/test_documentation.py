@@ -7,7 +7,7 @@ from pathlib import Path
 import pytest
 
 import orvane
-from support import evaluate, execute, refused
+from support import ERRORS, evaluate, execute, refused
 
 ROOT = Path(__file__).parents[2]
 ARRAYS = ROOT / "docs" / "arrays.md"
@@ -16,9 +16,8 @@ ARRAYS = ROOT / "docs" / "arrays.md"
 def code_on(page: str) -> str:
     if page == "help(orvane)":
         return orvane.__doc__
-    return "\n".join(
-        re.findall(r"```python\n(.*?)```", (ROOT / page).read_text("utf-8"), re.DOTALL)
-    )
+    text = (ROOT / page).read_text("utf-8")
+    return "\n".join(re.findall(r"```python\n(.*?)```", text, re.DOTALL))
 
 
 @pytest.mark.parametrize("page", ["README.md", "docs/arrays.md", "help(orvane)"])
@@ -48,9 +47,6 @@ def test_the_table_of_constructions(call, size):
 @pytest.mark.parametrize(("statement", "message"), rows_of_table("| statement | message |"))
 def test_the_table_of_messages(statement, message):
     exception, words = re.fullmatch(r"`(\w+)`: (.*)", message).groups()
-    names = {
-        "a": orvane.double([[1, 2, 3], [4, 5, 6]]),
-        "z": orvane.double([1j], is_complex=True),
-    }
-    with refused(getattr(orvane, exception, None) or evaluate(exception), words):
-        execute(statement, **names)
+    a, z = orvane.double([[1, 2, 3], [4, 5, 6]]), orvane.double([1j], is_complex=True)
+    with refused(ERRORS.get(exception) or evaluate(exception), words):
+        execute(statement, a=a, z=z)

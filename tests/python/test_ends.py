@@ -1,7 +1,9 @@
 """Ends and beginnings: threads that the interpreter ends, last holds under an error, starts."""
 
+import re
 import sys
 from array import array
+from contextlib import suppress
 
 import pytest
 
@@ -10,6 +12,7 @@ import orvanemultidimarrayforpython as native
 from native_clients import build_directory, run
 from support import nested, refused
 from test_native_capsule import capsule, object_at
+from test_packaging import ELEMENT_TYPES
 
 
 def python(program: str, *arguments: object) -> str:
@@ -40,18 +43,16 @@ def work():
 """
 
 
-@pytest.mark.parametrize(
-    "statement",
-    [
-        *("orvane.double(S())", "orvane.single(vector=S())", "orvane.int8(size=S())"),
-        *("orvane.int16([S(), S()], is_complex=True)", "orvane.double(Items())"),
-        *("orvane.double(size=Items())", "orvane.double(Exporter())", "a.reshape(S())"),
-        *("a[0] = S()", "a[:] = S()", "a[0][:] = S()", "a[0] = Items()", "a[Late():]"),
-        "c.hold(a, None)",
-        "c.hold(a, lambda: later(None))",
-        "c.set_when_freed(lambda: later(None)); c.make('d', (1, 1), bytes(8))",
-    ],
-)
+STATEMENTS = """
+orvane.double(S()) | orvane.single(vector=S()) | orvane.int8(size=S()) | orvane.double(Items())
+orvane.int16([S(), S()], is_complex=True) | orvane.double(size=Items()) | orvane.double(Exporter())
+a.reshape(S()) | a[0] = S() | a[:] = S() | a[0][:] = S() | a[0] = Items() | a[Late():]
+c.hold(a, None) | c.hold(a, lambda: later(None))
+c.set_when_freed(lambda: later(None)); c.make('d', (1, 1), bytes(8))
+"""
+
+
+@pytest.mark.parametrize("statement", re.split(r"\n| \| ", STATEMENTS.strip()))
 def test_threads_that_wait_in_callers_code_when_the_interpreter_ends(statement):
     directory = build_directory() if "c." in statement else ""
     program = "import typed_client as c\n" if directory else ""
@@ -73,11 +74,10 @@ def test_a_lent_handle_is_dropped_anywhere(typed):
 def test_a_deleter_may_run_code_while_an_error_is_pending(typed, monkeypatch):
     left, reported = [], []
 
-    def run_code() -> None:
-        try:
+    def run_code():
+        with suppress(KeyError):
             raise KeyError("cleared")
-        except KeyError:
-            left.append(OSError("left behind"))
+        left.append(OSError("left behind"))
         raise left[-1]
 
     monkeypatch.setattr(sys, "unraisablehook", lambda told: reported.append(told.exc_value))
@@ -89,18 +89,13 @@ def test_a_deleter_may_run_code_while_an_error_is_pending(typed, monkeypatch):
         with refused(ZeroDivisionError, "division by zero"):
             [use(typed.make("d", (2, 1), bytes(16))[0]), 1 / 0]
     typed.set_when_freed(None)
-    assert reported == left
-    assert len(left) == 5
+    assert (reported, len(left)) == (left, 5)
 
 
 def test_a_deleter_may_use_the_array_whose_block_it_gives_back(typed):
     made, _ = typed.make("d", (2, 3), array("d", range(6)))
 
-    def use() -> None:
-        made.reshape(6, 1)
-        made[5] = [9]
-
-    typed.set_when_freed(use)
+    typed.set_when_freed(lambda: made.reshape(6, 1).__setitem__(5, [9]))
     made.reshape(3, 2)
     taken = typed.take("d", made)
     typed.set_when_freed(None)
@@ -137,9 +132,7 @@ print(failed, orvane.double([1.5])[0].toarray().typecode)
     assert python(program) == "None d\n"
 
 
-@pytest.mark.skipif(
-    sys.version_info[:2] == (3, 13), reason="PyType_Ready itself dies for want of memory"
-)
+@pytest.mark.skipif(sys.version_info[:2] == (3, 13), reason="PyType_Ready dies of it itself")
 def test_a_start_that_runs_short_of_memory_can_be_tried_again():
     pytest.importorskip("_testcapi")
     program = """
@@ -177,9 +170,8 @@ print(first is second, len(names), all(getattr(first, n) is getattr(second, n) f
 
 
 def test_the_exported_symbols_are_these():
-    elements = "double float int8_t uint8_t int16_t uint16_t int32_t uint32_t int64_t uint64_t bool"
     tables = ("Type", "SequenceMethods", "MappingMethods")
-    expected = {f"OCPyArray_{table}_{element}" for table in tables for element in elements.split()}
+    expected = {f"OCPyArray_{t}_{element}" for t in tables for element in ELEMENT_TYPES.values()}
     expected |= {"OCPyArray_BufferProcs", "OCPyArray_GetSetMethods", "OCPyIter_Type", "init_types"}
     expected |= {"TypeAsChar", "TypeObjectPointers", f"PyInit_{native.__name__}"}
     expected |= {"OCPyError::shapeErr", "OCPyError::sizeErr"}

@@ -13,8 +13,8 @@ NOT_WRITABLE = "underlying buffer is not writable."
 NOT_C = "underlying buffer not C-contiguous."
 
 
-# PyBUF_SIMPLE, FORMAT, ND, STRIDES, F_CONTIGUOUS, ANY_CONTIGUOUS, INDIRECT, RECORDS_RO, FULL_RO;
-# refused are WRITABLE, CONTIG, STRIDED, RECORDS, FULL, and C_CONTIGUOUS alone and with the others.
+# SIMPLE, FORMAT, ND, STRIDES, F_CONTIGUOUS, ANY_CONTIGUOUS, INDIRECT, RECORDS_RO, FULL_RO; refused
+# are WRITABLE, CONTIG, STRIDED, RECORDS, FULL, and C_CONTIGUOUS alone and with the others.
 @pytest.mark.parametrize("flags", [0, FORMAT, 0x8, STRIDES, 0x58, 0x98, 0x118, 0x1C, 0x11C])
 def test_granted_requests_are_described_completely_and_others_refused(flags):
     exporter, view = grid(2, 3), PyBuffer()

@@ -7,7 +7,7 @@ import pytest
 
 import orvane
 from impostors import Sequence
-from support import check, grid, nested, table
+from support import check, evaluate, grid, nested, table
 
 
 class Mapping(dict):
@@ -45,15 +45,10 @@ def test_forms_of_construction(expression, answer):
 
 
 def test_the_interpreter_refuses_what_the_signature_does_not_hold():
-    for call in (
-        lambda: orvane.double(shape=(1, 1)),
-        lambda: orvane.double({"shape": (1, 1)}),
-        lambda: orvane.double({1: 2}),
-        lambda: orvane.double([1], [1], [1], False, 5),
-        lambda: orvane.double({"size": (1, 1)}, None, (2, 2)),
-    ):
+    calls = "shape=(1, 1)", "{'shape': (1, 1)}", "{1: 2}", "[1], [1], [1], False, 5"
+    for arguments in (*calls, "{'size': (1, 1)}, None, (2, 2)"):
         with pytest.raises(TypeError):
-            call()
+            evaluate(f"double({arguments})")
 
 
 def test_the_dictionary_is_left_as_it_was_and_may_change_under_way():

@@ -9,14 +9,11 @@ from impostors import Sequence
 from support import answered_by, each_kind, evaluate, grid, nested, refused, table
 
 BAD = "ValueError: reshape() must be passed a nonempty sequence of nonnegative integers."
-COUNT = (
-    "ShapeError: number of elements specified by arguments to reshape() ({}) "
-    "does not match current number (6)."
-)
+COUNT = """ShapeError: number of elements specified by arguments to reshape() ({}) \
+does not match current number (6)."""
 ONE_DIMENSION = "toarray() can be called only on a one-dimensional sequence."
 
 
-# Calls of reshape on a 2 by 3 array.
 @table(r"""
 b'\x02\x03' -> (2, 3)
 Sequence([3, 2]) -> (3, 2)

@@ -10,6 +10,7 @@ import collections
 import math
 import os
 import random
+from contextlib import suppress
 
 import numpy
 import pytest
@@ -29,8 +30,9 @@ shapes = st.one_of(
     st.lists(st.integers(1, 3), min_size=4, max_size=4),
     st.lists(st.sampled_from([0, 1, 2, 3]), min_size=2, max_size=4),
 ).map(without_trailing_ones)
-s = numpy.s_
-wide = st.sampled_from([s[:], s[1:], s[:-1], s[:2], s[1:3], s[2:4], s[3::-2], s[::-1], s[-1:0:-1]])
+at = numpy.s_
+some = at[:], at[1:], at[:-1], at[:2], at[1:3], at[2:4], at[3::-2], at[::-1], at[-1:0:-1]
+wide = st.sampled_from(some)
 small = st.none() | st.integers(-3, 6)
 gentle = st.builds(slice, small, small, st.sampled_from([None, None, 1, -1, 2, -2]))
 bounds = st.none() | st.integers(-7, 7) | st.sampled_from([BIG, -BIG, 2**63 - 1, -(2**63)])
@@ -56,12 +58,10 @@ calls = st.tuples(names, handles, subscripts, recipes, st.integers(0, 2**16), sc
 
 def fitting_shape(view, subscript):
     """The shape of the right side that an assignment would most likely take."""
-    active = len(view.fixed)
-    rest = view.shape[active + 1 :]
-    try:
-        return [len(range(*subscript.indices(view.shape[active]))), *rest]
-    except (AttributeError, IndexError, TypeError, ValueError):
-        return rest
+    length, *rest = view.shape[len(view.fixed) :] or [0]
+    with suppress(AttributeError, TypeError, ValueError):
+        return [len(range(*subscript.indices(length))), *rest]
+    return rest
 
 
 def right_side(view, subscript, recipe, number, scalar):

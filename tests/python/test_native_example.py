@@ -68,8 +68,7 @@ def test_refusals(spectral, expression, answer):
 
 def test_the_example_installs_beside_the_package(spectral, tmp_path):
     """The installed module finds the library without any help, even if it is imported first."""
-    package = Path(orvane.__file__).parent
-    build = Path(spectral.__file__).parent
+    package, build = Path(orvane.__file__).parent, Path(spectral.__file__).parent
     run(tool("cmake"), "--install", build, "--prefix", tmp_path)
     (tmp_path / "orvane").symlink_to(package)
     for extension in package.parent.glob("orvanemultidimarrayforpython.*"):

@@ -11,19 +11,11 @@ from typing import Any
 
 import pytest
 
+import native_clients
 import orvane
 import orvanemultidimarrayforpython
 from impostors import Exporter, from_stored
-from native_clients import (
-    COMPILER,
-    ROOT,
-    ask_package,
-    build_directory,
-    client,
-    cmake_build,
-    run,
-    samples,
-)
+from native_clients import COMPILER, ROOT, ask_package, build_directory, client, run, samples
 from support import KINDS, answered_by, check, each_kind, evaluate, refused, stored_bytes, table
 
 REPLACEMENT = Path(os.environ.get("ORVANE_REPLACEMENT_LIBRARY", "nowhere"))
@@ -183,15 +175,8 @@ def test_flags_for_other_build_systems(tmp_path):
     flags = [*shlex.split(ask_package("--includes")), *shlex.split(ask_package("--libs"))]
     source, module = ROOT / "tests" / "native" / "typed_client.cpp", tmp_path / "typed_client.so"
     run(*COMPILER, "-std=c++20", "-shared", "-fPIC", source, *flags, "-o", module)
-    stable = [
-        "-fsyntax-only",
-        "-DPy_LIMITED_API=0x030A0000",
-        "-include",
-        "orvane/python.hpp",
-        "-x",
-        "c++",
-    ]
-    run(*COMPILER, "-std=c++20", *flags, *stable, os.devnull)
+    stable = ["-DPy_LIMITED_API=0x030A0000", "-include", "orvane/python.hpp", "-x", "c++"]
+    run(*COMPILER, "-std=c++20", "-fsyntax-only", *flags, *stable, os.devnull)
     use = "import orvane, typed_client; print(typed_client.make('d', (1, 2), bytes(16))[0])"
     path = f"import sys; sys.path.append({str(tmp_path)!r}); "
     assert run(sys.executable, "-c", path + use) == "[[0.0,0.0]]\n"
@@ -231,5 +216,5 @@ def test_built_clients_work_with_a_package_elsewhere_and_another_library(tmp_pat
 @pytest.mark.skipif("ORVANE_TEST_REBUILD" not in os.environ, reason="takes a minute")
 def test_built_clients_work_with_an_extension_that_is_built_anew(tmp_path):
     """Without optimisation, so that it is another binary through and through."""
-    build = cmake_build(ROOT, tmp_path, "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O0")
-    use_clients_with(build / "package")
+    native_clients.cmake_build(ROOT, tmp_path, "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O0")
+    use_clients_with(tmp_path / "package")

@@ -63,10 +63,7 @@ def test_the_right_side_is_read_before_anything_is_written():
 @pytest.mark.parametrize("every", [1, 2, 3])
 def test_numbers_that_a_loop_keeps_stay_as_they_are(kind, every):
     row = grid(1, 60, kind=kind)[0]
-    kept = []
-    for i, number in enumerate(row):
-        if i % every == 0:
-            kept.append(number)
+    kept = [number for i, number in enumerate(row) if i % every == 0]
     assert kept == [row[i] for i in range(0, 60, every)]
     iterator = iter(row)
     assert iter(iterator) is iterator
@@ -121,7 +118,7 @@ def test_neither_identity_nor_the_other_side_decides():
 
 def test_an_error_inside_an_item_goes_through():
     a = grid(4, 2)
-    column, same = a[3], make(DOUBLE, [3, 5, 7, 0])[0]
+    column, same = a[3], orvane.double([3, 5, 7, 0])[0]
     a.reshape(2, 4)
     for one, other in ((column, same), (same, column)):
         with refused(IndexError, "index has an invalid value: 3"):

@@ -4,7 +4,6 @@ import gc
 import itertools
 import os
 import sys
-from contextlib import contextmanager
 
 import pytest
 
@@ -143,9 +142,6 @@ def test_overflowing_places(expression, answer):
     check(expression, answer, a=grid(4, 2), tall=tall, deep=deep)
 
 
-# Code of the caller's that runs inside an operation
-
-
 def test_bounds_that_reshape_the_array():
     a = grid(6, 4)
     for view, shape in itertools.product((a, a[1:5], a[::-1]), ((1, 24), (2, 3, 4), (24, 1))):
@@ -187,17 +183,15 @@ def test_values_that_reshape_or_write_the_array_under_way():
     assert (a.size, meddling.open_views) == ((2, 3), 0)
 
 
-@contextmanager
-def collecting(*thresholds):
+@pytest.fixture
+def eager_collector():
     before = gc.get_threshold()
-    gc.set_threshold(*thresholds)
-    try:
-        yield
-    finally:
-        gc.set_threshold(*before)
+    gc.set_threshold(1, 1, 1)
+    yield
+    gc.set_threshold(*before)
 
 
-def test_finalizers_at_any_allocation():
+def test_finalizers_at_any_allocation(eager_collector):
     a, shapes = grid(4, 6), itertools.cycle([(6, 4), (2, 3, 4), (4, 6)])
     texts = {str(a.reshape(*shape)) for shape in itertools.islice(shapes, 3)}
 
@@ -208,17 +202,16 @@ def test_finalizers_at_any_allocation():
         def __del__(self):
             a.reshape(*next(shapes))
 
-    with collecting(1, 1, 1):
-        for _ in range(300):
-            Finalizer()
-            assert str(a) in texts
-            Finalizer()
-            assert str(a.__reduce__()[1][1]).replace(" ", "") in texts
-            Finalizer()
-            assert (a[:].clone().buffer_info()[1], a == 5) == (24, False)
+    for _ in range(300):
+        Finalizer()
+        assert str(a) in texts
+        Finalizer()
+        assert str(a.__reduce__()[1][1]).replace(" ", "") in texts
+        Finalizer()
+        assert (a[:].clone().buffer_info()[1], a == 5) == (24, False)
 
 
-def test_collections_that_write_while_toarray_makes_its_array():
+def test_collections_that_write_while_toarray_makes_its_array(eager_collector):
     a = grid(1, 500)
     image, address, row = memoryview(a), a.buffer_info()[0], a[0]
 
@@ -226,26 +219,19 @@ def test_collections_that_write_while_toarray_makes_its_array():
         a[0][0] = -1.0
 
     gc.callbacks.append(write)
-    try:
-        with collecting(1):
-            made = [row.toarray() for _ in range(20)]
-        gc.collect()
-    finally:
-        gc.callbacks.remove(write)
+    made = [row.toarray() for _ in range(20)]
+    gc.collect()
+    gc.callbacks.remove(write)
     assert (a.buffer_info()[0], image[0, 0]) == (address, -1.0)
     assert {len(numbers) for numbers in made} == {500}
     assert row.toarray().tolist() == list(row)
-
-
-# The process as a whole
 
 
 def test_what_is_kept_of_other_modules_survives_their_names():
     assert python("""
 import array, gc
 class Pair(list):
-    def __init__(self, code, items):
-        super().__init__([code, *items])
+    def __init__(self, code, items): super().__init__([code, *items])
 array.array = Pair
 import orvane, ovexceptions, orvanemultidimarrayforpython as native
 for module in (orvane, ovexceptions, native):
@@ -253,10 +239,8 @@ for module in (orvane, ovexceptions, native):
 del array.array
 gc.collect()
 for size in ((3,), (2, 1)):
-    try:
-        orvane.double([[1, 2]], size=size)
-    except Exception as error:
-        print(type(error).__name__)
+    try: orvane.double([[1, 2]], size=size)
+    except Exception as error: print(type(error).__name__)
 made = orvane.int16([1, 2])[0].toarray()
 print(type(made).__name__, *made)
 """).split() == ["ShapeError", "SizeError", "Pair", "h", "1", "2"]
@@ -281,12 +265,9 @@ double(source); double(rows, is_complex=True); big.clone(); str(big); repr(colum
 big.__reduce__(); memoryview(column); column.clone(); copy.copy(big); big == column
 a.__setitem__(slice(None), rows); pickle.dumps(big); a.__setitem__(slice(None), flat)'''
 for use in uses.replace("\n", ";").split(";"):
-    try:
-        eval(use.strip(), {**vars(orvane), **globals()})
-    except (MemoryError, RuntimeError) as error:
-        refused += 1
-    except ValueError:
-        pass
+    try: eval(use.strip(), {**vars(orvane), **globals()})
+    except (MemoryError, RuntimeError): refused += 1
+    except ValueError: pass
 print(refused >= 8, a[0][1], big[0][0], big.buffer_info()[1])
 """)
     assert told == "True 0.0 1.0 4000000\n"

@@ -5,7 +5,6 @@
 
 #include <tuple>
 #include <type_traits>
-#include <utility>
 
 namespace {
 

@@ -5,9 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <complex>
-#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <utility>
@@ -76,7 +73,6 @@ TEST_F(Factory, onlyTheSoleHandleGivesAwayTheArrayItself) {
         impl::ArrayImpl* const itself = array.impl();
         EXPECT_EQ(array.detach(), itself);
         array = TypedArray<float>(Array(itself));
-
         TypedArray<float> other = array;
         const Array taken(other.detach());
         EXPECT_NE(taken.impl(), itself);
@@ -98,23 +94,12 @@ TEST_F(Factory, refusalsComeAsTheirExceptionsAndFreeTheBufferOnce) {
     EXPECT_EQ(factory.createArray<float>({1UL << 32, 1UL << 32, 0}).getNumberOfElements(), 0u);
 }
 
-TEST_F(Factory, newArraysAreZerosWhateverTheLibraryHandsOut) {
-    const auto isZero = [](const auto& array) {
-        return std::ranges::count(array, typename std::remove_cvref_t<decltype(array)>::value_type{}) == 9;
-    };
-    EXPECT_TRUE(isZero(factory.createArray<std::int16_t>({3, 3})));
-    EXPECT_TRUE(isZero(factory.createArray<std::complex<float>>({3, 3})));
-}
-
 TEST_F(Factory, rowMajorBuffersNeedALibraryThatKnowsLayouts) {
-    using Missing = Refusal<ExceptionType::FeatureNotSupported>;
-    const auto create = [&] {
-        return factory.createArrayFromBuffer<float>({2, 3}, countedBuffer(), MemoryLayout::RowMajor);
-    };
+    const auto create = [&] { factory.createArrayFromBuffer<float>({2, 3}, countedBuffer(), MemoryLayout::RowMajor); };
     if (get_function_ptr(110) != nullptr) {
-        EXPECT_EQ(create().getNumberOfElements(), 6u);
+        create();
     } else {
-        EXPECT_THROW(create(), Missing);
+        EXPECT_THROW(create(), Refusal<ExceptionType::FeatureNotSupported>);
     }
     EXPECT_EQ(freedBuffers, 1);
 }

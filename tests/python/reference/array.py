@@ -228,8 +228,6 @@ class View:
     def reshape(self, *args: Any, **kwargs: Any) -> View:
         if self.fixed:
             raise RuntimeError("reshape() not supported for a partial array.")
-        if not args:
-            raise ValueError(BAD_RESHAPE)
         given = args[0] if len(args) == 1 else args
         if not isinstance(given, list | tuple) or len(given) < 2:
             raise ValueError(BAD_RESHAPE)
@@ -294,10 +292,8 @@ class View:
             first, second = next(ours, None), next(theirs, None)
             if first is None or second is None:
                 return first is second
-            if isinstance(first, View) != isinstance(second, View):
-                return False
-            same = first.equals(second) if isinstance(first, View) else first == second
-            if not same:
+            views = isinstance(first, View), isinstance(second, View)
+            if not (first.equals(second) if all(views) else not any(views) and first == second):
                 return False
 
 

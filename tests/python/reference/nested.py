@@ -17,9 +17,8 @@ NOT_RECTANGULAR = "arrays must be rectangular."
 
 
 def without_trailing_ones(dims: list[int]) -> list[int]:
-    dims = list(dims)
     while len(dims) > 2 and dims[-1] == 1:
-        dims.pop()
+        dims = dims[:-1]
     return dims
 
 
@@ -46,12 +45,11 @@ def agreed_length(value: Any) -> int:
     length = len(value)
     if length < 2:
         return length
-    first = item_of(value, 0)
-    first_length = len(first) if is_sequence(first) else None
-    for i in range(1, length):
-        item = item_of(value, i)
-        if (len(item) if is_sequence(item) else None) != first_length:
-            raise ValueError("elements of array are of different lengths or types.")
+    items = (item_of(value, i) for i in range(length))
+    lengths = (len(item) if is_sequence(item) else None for item in items)
+    first = next(lengths)
+    if any(other != first for other in lengths):
+        raise ValueError("elements of array are of different lengths or types.")
     return length
 
 
@@ -99,8 +97,7 @@ class Walk:
 def read_size(size: Any) -> list[int]:
     if not is_sequence(size):
         raise TypeError("value of 'size' must be a sequence.")
-    length = len(size)
-    if length == 0:
+    if not (length := len(size)):
         raise ValueError("sequence passed to 'size' must not be empty.")
     dims = []
     for i in range(length):
