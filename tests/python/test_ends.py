@@ -39,7 +39,7 @@ a = orvane.double(size=(5, 5))
 def work():
     while True:
         try: exec(sys.argv[2])
-        except Exception: pass
+        except Exception: later(None) # or it would be the interpreter that dies, on some versions
 """
 
 
