@@ -18,6 +18,13 @@
 #include <mdspan>
 #endif
 
+// Says that what a function returns does not point into the object that it was called on.
+#if defined(__has_cpp_attribute) && __has_cpp_attribute(gnu::no_dangling)
+#define ORVANE_POINTS_ELSEWHERE [[gnu::no_dangling]]
+#else
+#define ORVANE_POINTS_ELSEWHERE
+#endif
+
 namespace orvane::data {
 
 /// Elements with their extents, outermost Python level first, and their strides in elements. Those of an array stand in
@@ -111,16 +118,15 @@ public:
         return true;
     }
 
-    // What these three return points to the array's elements and not into the span, so that the span may be gone:
-    // GCC, which cannot know, would warn of a dangling reference where users loop over `elementsOf(array).flat()`.
-#if defined(__GNUC__) && !defined(__clang__) && __GNUC__ >= 13
+    // GCC 13 warns of dangling references, but does not know the attribute yet.
+#if defined(__GNUC__) && !defined(__clang__) && __GNUC__ == 13
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdangling-reference"
 #endif
 
     /// The element at the subscripts, one a dimension; dimensions that are left out count as 0. Not checked.
     template <std::integral... Subscript>
-    T& operator()(Subscript... subscript) const noexcept {
+    ORVANE_POINTS_ELSEWHERE T& operator()(Subscript... subscript) const noexcept {
         std::size_t dimension = 0;
         std::ptrdiff_t offset = 0;
         ((offset += static_cast<std::ptrdiff_t>(subscript) * stride(dimension++)), ...);
@@ -128,19 +134,19 @@ public:
     }
 
     /// All elements in the order of storage. `std::invalid_argument` when there are gaps between them.
-    std::span<T> flat() const {
+    ORVANE_POINTS_ELSEWHERE std::span<T> flat() const {
         requireNoGaps(isContiguous());
         return {m_elements, m_size};
     }
 
     /// The elements behind the first subscript at one position of all others: of a matrix, a column.
     /// `std::invalid_argument` when there are gaps between them.
-    std::span<T> column(std::size_t position) const {
+    ORVANE_POINTS_ELSEWHERE std::span<T> column(std::size_t position) const {
         requireNoGaps(stride(0) == 1 || extent(0) <= 1);
         return {m_elements + static_cast<std::ptrdiff_t>(position) * stride(1), extent(0)};
     }
 
-#if defined(__GNUC__) && !defined(__clang__) && __GNUC__ >= 13
+#if defined(__GNUC__) && !defined(__clang__) && __GNUC__ == 13
 #pragma GCC diagnostic pop
 #endif
 
