@@ -6,7 +6,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <numeric>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -92,11 +91,6 @@ PYBIND11_MODULE(loan_client, module) {
         }
         return Either(
             Open(withoutGaps ? python::lendContiguousElements<double>(object) : python::lendElements<double>(object)));
-    });
-    module.def("sum", [](const py::object& array) {
-        const auto loan = python::lendContiguousElements<double>(array.ptr());
-        const auto elements = loan.span().flat();
-        return std::accumulate(elements.begin(), elements.end(), 0.0);
     });
     // What position 1 hands out.
     module.def("handed_out",

@@ -25,3 +25,9 @@ def pytest_report_header(config: pytest.Config) -> str:
 def typed():
     """The client that tells what native code sees of arrays."""
     return client("typed_client")
+
+
+@pytest.fixture(params=["pybind11_client", "nanobind_client"])
+def bound(request):
+    """Bound functions of either binding library."""
+    return client(request.param)

@@ -1,14 +1,9 @@
 """What ended the process, hung, or told less than it knew: each row did so once."""
 
-from __future__ import annotations
-
-import subprocess
-import sys
-
 import pytest
 
 import orvane
-from support import check, grid, refused, table
+from support import check, grid, python, refused, table
 
 PROLOGUE = """
 import array, gc, io, resource, signal, sys
@@ -32,10 +27,7 @@ def told(use):
 
 def run(program):
     """What a program says in a process of its own, one line a thing."""
-    command = [sys.executable, "-c", PROLOGUE + program]
-    done = subprocess.run(command, capture_output=True, text=True, timeout=20)
-    assert (done.returncode, done.stderr) == (0, "")
-    return done.stdout.splitlines()
+    return python(PROLOGUE + program).splitlines()
 
 
 REENTRANT = """

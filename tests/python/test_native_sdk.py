@@ -15,15 +15,10 @@ import native_clients
 import orvane
 import orvanemultidimarrayforpython
 from impostors import Exporter, from_stored
-from native_clients import COMPILER, ROOT, ask_package, build_directory, client, run, samples
+from native_clients import COMPILER, ROOT, ask_package, build_directory, run, samples
 from support import KINDS, answered_by, check, each_kind, evaluate, refused, stored_bytes, table
 
 REPLACEMENT = Path(os.environ.get("ORVANE_REPLACEMENT_LIBRARY", "nowhere"))
-
-
-@pytest.fixture(params=["pybind11_client", "nanobind_client"])
-def bound(request: pytest.FixtureRequest) -> Any:
-    return client(request.param)
 
 
 def doubles(described: tuple[Any, ...]) -> list[float]:
