@@ -3,7 +3,7 @@
 
 #include <Python.h>
 
-#include <orvane/python/ending_thread.hpp>
+#include "vocabulary/ending_thread.hpp"
 
 namespace orvane::python {
 
