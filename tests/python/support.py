@@ -36,7 +36,6 @@ WORDS = {
     "TYPE": "type does not match.",
     "LARGE": "Python int too large to convert to C long long",
     "SSIZE": "Python int too large to convert to C ssize_t",
-    "DIVISION": "integer division or modulo by zero",
     "STEP": "slice step cannot be zero.",
 }
 

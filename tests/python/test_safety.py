@@ -22,8 +22,8 @@ from support import (
     table,
 )
 
-LONG = Sequence(lambda i: 1 if i < 3 else 1 // 0, 2**62)
-BAD = Sequence(int, lambda: 1 // 0)
+LONG = Sequence(lambda i: 1 if i < 3 else 1 / 0, 2**62)
+BAD = Sequence(int, lambda: 1 / 0)
 
 
 @table("""
@@ -70,12 +70,12 @@ double([[[]], [1]], size=(9, 9)) -> ValueError: RECTANGULAR
 double([[[]], ['x']]) -> ValueError: NUMERIC
 a.__setitem__(0, [[[]], [1]]) -> ValueError: RECTANGULAR
 a[0].__setitem__(slice(1), [[[]], [1]]) -> ValueError: RECTANGULAR
-double(size=BAD) -> ZeroDivisionError: DIVISION
-double(vector=BAD) -> ZeroDivisionError: DIVISION
-double(BAD) -> ZeroDivisionError: DIVISION
-double([[1], BAD]) -> ZeroDivisionError: DIVISION
-a.__setitem__(0, BAD) -> ZeroDivisionError: DIVISION
-a.__setitem__(slice(1), [BAD]) -> ZeroDivisionError: DIVISION
+double(size=BAD) -> ZeroDivisionError: division by zero
+double(vector=BAD) -> ZeroDivisionError: division by zero
+double(BAD) -> ZeroDivisionError: division by zero
+double([[1], BAD]) -> ZeroDivisionError: division by zero
+a.__setitem__(0, BAD) -> ZeroDivisionError: division by zero
+a.__setitem__(slice(1), [BAD]) -> ZeroDivisionError: division by zero
 a.reshape(BAD) -> ValueError: reshape() must be passed a nonempty sequence of nonnegative integers.
 """)
 def test_lengths_that_lie(expression, answer):
