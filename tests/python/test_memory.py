@@ -20,7 +20,7 @@ import pytest
 
 import orvane
 from impostors import Exporter, Sequence
-from support import BIG, evaluate, grid
+from support import NAMESPACE, evaluate, grid
 
 REPETITIONS = 4_000
 
@@ -94,26 +94,14 @@ REFUSED = """def repeat(times):
 
 
 def names():
-    cube, b = grid(2, 2, 2), grid(4, 2)
-    line, column = cube[1][1], b[3]
+    cube, b, z = grid(2, 2, 2), grid(4, 2), orvane.double([[1, 2j]], is_complex=True)
+    line, column, row = cube[1][1], b[3], orvane.double([3, 5, 7, 0])[0]
     cube.reshape(4, 2), b.reshape(2, 4)
-    return {
-        **vars(orvane),
-        "a": grid(2, 3),
-        "b": grid(2, 3, first=1),
-        "line": line,
-        "column": column,
-        "row": orvane.double([3, 5, 7, 0])[0],
-        "z": orvane.double([[1, 2j]], is_complex=True),
-        "buffer": array.array("d", [1.0, 2.0]),
-        "rows": numpy.arange(4.0).reshape(2, 2),
-        "exporter": Exporter(bytes(16), "d", 8),
-        "uneven": Exporter(bytes(12), "d", 8),
-        **{c.__name__: c for c in (Sequence, numpy, copy, pickle)},
-        "BIG": BIG,
-        "empty": orvane.double(),
-        "count": itertools.count(1),
-    }
+    a, b, empty, count = grid(2, 3), grid(2, 3, first=1), orvane.double(), itertools.count(1)
+    buffer, rows = array.array("d", [1.0, 2.0]), numpy.arange(4.0).reshape(2, 2)
+    exporter, uneven = Exporter(bytes(16), "d", 8), Exporter(bytes(12), "d", 8)
+    modules = {c.__name__: c for c in (Sequence, numpy, copy, pickle)}
+    return NAMESPACE | modules | locals()
 
 
 @measured
