@@ -19,7 +19,8 @@ endfunction()
 
 orvane_add_sdk_files("${sdkHeaders}" include/orvane *.h *.hpp)
 orvane_add_sdk_files("${sdkHeaders}/python" include/orvane/python *.hpp)
-orvane_add_sdk_files("${CMAKE_CURRENT_SOURCE_DIR}/src/vocabulary" include/orvane/python ending_thread.hpp)
+orvane_add_sdk_files("${CMAKE_CURRENT_SOURCE_DIR}/src/vocabulary" include/orvane/python ending_thread.hpp
+                     pending_error.hpp)
 orvane_add_sdk_files("${clientHeaders}" include/orvane/data *.hpp)
 orvane_add_sdk_files("${libraryHeaders}" include/orvane_data_array *.hpp)
 orvane_add_sdk_files("${CMAKE_CURRENT_SOURCE_DIR}/sdk/cmake" cmake *.cmake)

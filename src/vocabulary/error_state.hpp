@@ -1,36 +1,12 @@
-// The interpreter's error indicator, kept safe while code runs that may disturb it.
+// What is held for a while and released with the pending error kept as it is.
 #pragma once
 
 #include <Python.h>
 
 #include "vocabulary/ending_thread.hpp"
+#include "vocabulary/pending_error.hpp"
 
 namespace orvane::python {
-
-/// Takes the pending error (or its absence) away on construction and puts it back on destruction. For releases on the
-/// way out of a failure that may run code of others': an error that this leaves behind is reported as what nobody
-/// can handle.
-class PendingError {
-public:
-    PendingError() noexcept {
-        if (detail::mayTouchPython())
-            PyErr_Fetch(&m_type, &m_value, &m_traceback);
-    }
-    ~PendingError() {
-        detail::releaseAtScopeEnd([this] {
-            if (PyErr_Occurred() != nullptr)
-                PyErr_WriteUnraisable(nullptr);
-            PyErr_Restore(m_type, m_value, m_traceback);
-        });
-    }
-    PendingError(const PendingError&) = delete;
-    PendingError& operator=(const PendingError&) = delete;
-
-private:
-    PyObject* m_type = nullptr;
-    PyObject* m_value = nullptr;
-    PyObject* m_traceback = nullptr;
-};
 
 /// A buffer acquired from an exporter, released on destruction with the pending error kept as it is.
 class BufferView {

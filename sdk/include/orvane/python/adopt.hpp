@@ -16,6 +16,31 @@
 namespace orvane {
 namespace [[gnu::visibility("hidden")]] python {
 
+namespace detail {
+
+/// A new Python array around a block whose elements have that number; the rest as by `adoptBlock`.
+template <class Owner>
+Reference adopt(void* elements, int type, const std::vector<std::ptrdiff_t>& extents, bool isReadOnly, Owner owner) {
+    auto kept = std::make_unique<Owner>(std::move(owner));
+    OrvaneBlock block{};
+    block.size = sizeof block;
+    block.elements = elements;
+    block.type = type;
+    block.rank = static_cast<int>(extents.size());
+    block.extents = extents.data();
+    block.isReadOnly = isReadOnly;
+    block.release = [](void* object) { delete static_cast<Owner*>(object); };
+    const OrvaneExchange& table = exchange();
+    block.owner = kept.release();
+    Reference array(table.arrayFromBlock(&block));
+    if (!array) {
+        throw PythonError();
+    }
+    return array;
+}
+
+} // namespace detail
+
 /// A new Python array around a block, without a copy. `owner` is whatever keeps the block: a vector that was moved in,
 /// a `std::shared_ptr`, a `Reference` to a Python object, a guard of your own whose destructor frees. It is destroyed,
 /// with the interpreter lock held, when nothing uses the block any more: no array, view, export or loan; or before this
@@ -29,23 +54,9 @@ namespace [[gnu::visibility("hidden")]] python {
 template <class T, class Owner>
     requires PythonElement<std::remove_const_t<T>> && std::is_nothrow_destructible_v<Owner>
 Reference adoptBlock(T* elements, const std::vector<std::size_t>& extents, Owner owner) {
-    const std::vector<std::ptrdiff_t> signedExtents(extents.begin(), extents.end());
-    auto kept = std::make_unique<Owner>(std::move(owner));
-    OrvaneBlock block{};
-    block.size = sizeof block;
-    block.elements = const_cast<std::remove_const_t<T>*>(elements);
-    block.type = arrayTypeNumber<std::remove_const_t<T>>;
-    block.rank = static_cast<int>(signedExtents.size());
-    block.extents = signedExtents.data();
-    block.isReadOnly = std::is_const_v<T>;
-    block.release = [](void* object) { delete static_cast<Owner*>(object); };
-    const OrvaneExchange& table = detail::exchange();
-    block.owner = kept.release();
-    Reference array(table.arrayFromBlock(&block));
-    if (!array) {
-        throw PythonError();
-    }
-    return array;
+    using Element = std::remove_const_t<T>;
+    return detail::adopt(const_cast<Element*>(elements), arrayTypeNumber<Element>, {extents.begin(), extents.end()},
+                         std::is_const_v<T>, std::move(owner));
 }
 
 /// A new Python array that takes a vector over, without a copy: a row, or of the extents told, whose product is the
