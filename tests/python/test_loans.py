@@ -3,6 +3,8 @@
 from __future__ import annotations
 
 import gc
+import os
+import sys
 import threading
 from concurrent.futures import ThreadPoolExecutor
 from typing import Any
@@ -10,8 +12,8 @@ from typing import Any
 import pytest
 
 import orvane
-from native_clients import client
-from support import evaluate, refused, table
+from native_clients import build_directory, client
+from support import evaluate, python, refused, table
 
 
 @pytest.fixture(scope="module")
@@ -143,6 +145,37 @@ def test_threads(loans):
         stop.set()
     assert [borrower.result() for borrower in borrowers] == [None] * 8
     assert loans.handed_out(array) == list(array.noncomplex())
+
+
+WITHOUT_TABLE = """
+import ctypes, orvane, orvanemultidimarrayforpython
+ctypes.pythonapi.PyCapsule_SetContext(ctypes.py_object(orvanemultidimarrayforpython._capi), None)
+import pybind11_client
+print(pybind11_client.halved(orvane.double([1])))
+for use in ('pybind11_client.halve(orvane.double(), False)', 'import newer_client'):
+    try:
+        exec(use)
+    except ImportError as error:
+        print(error)
+"""
+
+
+def test_modules_built_against_another_version_of_the_table():
+    older, newer = client("older_client"), client("newer_client")
+    (old, present), (new, met) = older.sizes(), newer.sizes()
+    assert old < present == met < new
+    assert older.count(rows()) == newer.count(rows()) == 6
+    assert older.require()
+    words = (
+        "the installed orvane is older than this module needs, it has no '{}': please install a"
+        " newer one"
+    )
+    with refused(ImportError, words.format("countOf")):
+        newer.require()
+    without_table = python(
+        WITHOUT_TABLE, PYTHONPATH=os.pathsep.join([str(build_directory()), *sys.path])
+    )
+    assert without_table.splitlines() == ["[[0.5]]", words.format("lend"), words.format("lend")]
 
 
 # --- parameters of bound functions ---------------------------------------------------------------

@@ -3,7 +3,8 @@
  * <orvane/capsule.h>. For C and C++; <orvane/python.hpp> has the comfortable form.
  *
  * The table and the structures that the extension makes only ever grow at their end, and `size` tells how far an
- * extension's reach: ask `ORVANE_EXCHANGE_HAS` before using what came after version 1.
+ * extension's reach. A module that is built against this header may meet an older extension: before using what came
+ * after version 1, ask `ORVANE_EXCHANGE_HAS` to do without it, or `ORVANE_EXCHANGE_REQUIRE` to have an error set.
  *
  * The interpreter lock must be held for every function but `giveBack`. Null comes with a Python error set. */
 #ifndef ORVANE_EXCHANGE_H
@@ -103,8 +104,25 @@ typedef struct OrvaneExchange {
     PyObject* (*arrayFromBlock)(const OrvaneBlock* block);
 } OrvaneExchange;
 
+/** How far a table has to reach to have a member. */
+#define ORVANE_EXCHANGE_REACH(member) (offsetof(OrvaneExchange, member) + sizeof(((OrvaneExchange*)NULL)->member))
+
 /** Whether the table of the extension at hand has a member. */
-#define ORVANE_EXCHANGE_HAS(table, member) ((table)->size >= offsetof(OrvaneExchange, member) + sizeof((table)->member))
+#define ORVANE_EXCHANGE_HAS(table, member) ((table)->size >= ORVANE_EXCHANGE_REACH(member))
+
+/** The same; where it has not, ImportError is set, which names the member. */
+#define ORVANE_EXCHANGE_REQUIRE(table, member) Orvane_RequireExchange(table, ORVANE_EXCHANGE_REACH(member), #member)
+
+/** What `ORVANE_EXCHANGE_REQUIRE` calls. An extension without a table has no member of it. */
+static inline bool Orvane_RequireExchange(const OrvaneExchange* table, size_t reach, const char* member) {
+    if (table != NULL && table->size >= reach) {
+        return true;
+    }
+    PyErr_Format(PyExc_ImportError,
+                 "the installed orvane is older than this module needs, it has no '%s': please install a newer one",
+                 member);
+    return false;
+}
 
 /** The table; null with an error set: that of a failing import, or ImportError for an extension from before there was
  * one. It lives as long as the process. */
@@ -119,8 +137,7 @@ static inline const OrvaneExchange* Orvane_ImportExchange(void) {
     if (capsule != NULL) {
         table = (const OrvaneExchange*)PyCapsule_GetContext(capsule);
         if (table == NULL && !PyErr_Occurred()) {
-            PyErr_SetString(PyExc_ImportError, "the installed orvane is older than this module needs: it cannot lend "
-                                               "elements; please install a newer one");
+            ORVANE_EXCHANGE_REQUIRE(table, lend);
         }
         Py_DECREF(capsule);
     }
