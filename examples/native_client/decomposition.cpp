@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <stdexcept>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -27,7 +26,6 @@ namespace spectral {
 namespace {
 
 using orvane::data::ArrayFactory;
-using orvane::data::elementsOf;
 using orvane::data::writableElementsOf;
 
 enum class Want : char { ValuesOnly = 'N', Vectors = 'S' };
@@ -51,13 +49,13 @@ void gesdd(Want want, int m, int n, Complex* a, int lda, double* s, Complex* u, 
 }
 
 template <class T>
-Decomposition<T> run(Want want, Matrix<T> matrix) {
-    const auto a = writableElementsOf(matrix);
+Decomposition<T> run(Want want, const Elements<T>& a) {
     const int m = static_cast<int>(a.extent(0));
     const int n = static_cast<int>(a.extent(1));
     const auto k = std::min(a.extent(0), a.extent(1));
     const int rowsOfRight = std::max(1, static_cast<int>(k));
-    const int lda = std::max(1, m);
+    const int ldu = std::max(1, m);
+    const int lda = n > 1 ? std::max(1, static_cast<int>(a.stride(1))) : ldu;
 
     ArrayFactory factory;
     const auto vectors = [&](std::size_t rows, std::size_t columns) {
@@ -71,7 +69,7 @@ Decomposition<T> run(Want want, Matrix<T> matrix) {
     std::vector<int> iwork(8 * k);
     int info = 0;
     const auto call = [&](T* work, int size) {
-        gesdd(want, m, n, a.data(), lda, values, left, lda, right, rowsOfRight, work, size, iwork.data(), &info);
+        gesdd(want, m, n, a.data(), lda, values, left, ldu, right, rowsOfRight, work, size, iwork.data(), &info);
     };
     T wantedSize{};
     call(&wantedSize, -1);
@@ -91,18 +89,17 @@ Decomposition<T> run(Want want, Matrix<T> matrix) {
 } // namespace
 
 template <class T>
-Decomposition<T> decompose(Matrix<T> matrix) {
-    return run(Want::Vectors, std::move(matrix));
+Decomposition<T> decompose(const Elements<T>& matrix) {
+    return run(Want::Vectors, matrix);
 }
 
 template <class T>
-Matrix<double> singularValues(Matrix<T> matrix) {
-    return run(Want::ValuesOnly, std::move(matrix)).values;
+Matrix<double> singularValues(const Elements<T>& matrix) {
+    return run(Want::ValuesOnly, matrix).values;
 }
 
 template <class T>
-Matrix<T> centreColumns(Matrix<T>& matrix) {
-    const auto elements = writableElementsOf(matrix);
+Matrix<T> centreColumns(const Elements<T>& elements) {
     Matrix<T> means = ArrayFactory().createArray<T>({1, elements.extent(1)});
     const auto meansOfColumns = writableElementsOf(means);
     for (std::size_t j = 0; j < elements.extent(1); ++j) {
@@ -120,11 +117,11 @@ Matrix<T> centreColumns(Matrix<T>& matrix) {
     return means;
 }
 
-template Decomposition<double> decompose(Matrix<double>);
-template Decomposition<Complex> decompose(Matrix<Complex>);
-template Matrix<double> singularValues(Matrix<double>);
-template Matrix<double> singularValues(Matrix<Complex>);
-template Matrix<double> centreColumns(Matrix<double>&);
-template Matrix<Complex> centreColumns(Matrix<Complex>&);
+template Decomposition<double> decompose(const Elements<double>&);
+template Decomposition<Complex> decompose(const Elements<Complex>&);
+template Matrix<double> singularValues(const Elements<double>&);
+template Matrix<double> singularValues(const Elements<Complex>&);
+template Matrix<double> centreColumns(const Elements<double>&);
+template Matrix<Complex> centreColumns(const Elements<Complex>&);
 
 } // namespace spectral

@@ -10,6 +10,12 @@ namespace spectral {
 template <class T>
 using Matrix = orvane::data::TypedArray<T>;
 
+/// Elements of a matrix that LAPACK works on where they lie: those of a column next to each other, columns in ascending
+/// order with room between them if need be. The extents and the stride from column to column fit an `int`. `T` is
+/// `double` or `std::complex<double>`.
+template <class T>
+using Elements = orvane::data::ColumnMajorSpan<T, 2>;
+
 /// matrix = left * diag(values) * right, with k = min(m, n) columns in `left` (m x k) and rows in `right` (k x n).
 template <class T>
 struct Decomposition {
@@ -18,18 +24,17 @@ struct Decomposition {
     Matrix<T> right; ///< for complex matrices the conjugate transpose is taken already
 };
 
-/// `T` is `double` or `std::complex<double>`. `matrix` has two dimensions that fit an `int`; its block serves LAPACK as
-/// working space, so elements are copied only when others share it. Throws `std::runtime_error` when elements are not
-/// finite or the iteration does not converge.
+/// Overwrites `matrix`, which serves LAPACK as working space. Throws `std::runtime_error` when elements are not finite
+/// or the iteration does not converge.
 template <class T>
-Decomposition<T> decompose(Matrix<T> matrix);
+Decomposition<T> decompose(const Elements<T>& matrix);
 
-/// The values alone, which takes a fraction of the time.
+/// The values alone, which takes a fraction of the time. Overwrites `matrix` as well.
 template <class T>
-Matrix<double> singularValues(Matrix<T> matrix);
+Matrix<double> singularValues(const Elements<T>& matrix);
 
-/// Subtracts from every column its mean and returns the means, 1 x n. What shares `matrix` keeps the old elements.
+/// Subtracts from every column its mean and returns the means, 1 x n.
 template <class T>
-Matrix<T> centreColumns(Matrix<T>& matrix);
+Matrix<T> centreColumns(const Elements<T>& matrix);
 
 } // namespace spectral

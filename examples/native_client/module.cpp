@@ -8,15 +8,19 @@
 #include <cstddef>
 #include <limits>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 
 namespace {
 
 namespace python = orvane::python;
+using orvane::data::ColumnMajorSpan;
 using orvane::data::elementsOf;
 using orvane::data::writableElementsOf;
 using python::Reference;
+using spectral::Elements;
 using spectral::Matrix;
+using Complex = std::complex<double>;
 
 [[noreturn]] void refuse(const char* message) {
     PyErr_SetString(PyExc_ValueError, message);
@@ -34,46 +38,81 @@ Reference tupleOf(Array... array) {
     return tuple;
 }
 
-/// Calls `compute` with a copy of the matrix in `object`, real or complex, which it may do with as it likes.
-template <class Compute>
-Reference withMatrix(PyObject* object, Compute compute) {
-    const auto checked = [&]<class T>(Matrix<T> matrix) {
-        const auto extents = matrix.getDimensions();
-        if (extents.size() != 2) {
-            refuse("a matrix has two dimensions");
-        }
-        if (std::ranges::max(extents) > static_cast<unsigned long>(std::numeric_limits<int>::max())) {
-            refuse("the matrix is too large for LAPACK");
-        }
-        matrix.unshare();
-        return compute(std::move(matrix));
-    };
-    if (auto complex = python::tryFromPython<std::complex<double>>(object)) {
-        return checked(*std::move(complex));
+/// Elements of two dimensions as LAPACK takes them.
+template <class T>
+Elements<T> matrixOf(const ColumnMajorSpan<T>& elements) {
+    if (elements.rank() != 2) {
+        refuse("a matrix has two dimensions");
     }
-    return checked(python::fromPython<double>(object));
+    const bool hasColumns = (elements.stride(0) == 1 || elements.extent(0) <= 1) &&
+                            (elements.stride(1) >= static_cast<std::ptrdiff_t>(elements.extent(0)) ||
+                             elements.extent(1) <= 1 || elements.extent(0) == 0);
+    if (!hasColumns) {
+        refuse("LAPACK works in place on whole columns or on neighbouring rows");
+    }
+    constexpr std::size_t most = std::numeric_limits<int>::max();
+    if (std::max({elements.extent(0), elements.extent(1), static_cast<std::size_t>(elements.stride(1))}) > most) {
+        refuse("the matrix is too large for LAPACK");
+    }
+    return elements;
 }
 
-PyObject* singularValues(PyObject*, PyObject* object) {
+/// What Python passes.
+struct Arguments {
+    PyObject* object = nullptr;
+    Py_ssize_t count = 0; ///< of components, where the function has it
+    int overwrite = 0;
+};
+
+/// Calls `compute` with the elements of the matrix, real or complex, which it may do with as it likes: a copy, or, with
+/// `overwrite`, those that Python has.
+template <class Compute>
+Reference withMatrix(const Arguments& arguments, Compute compute) {
+    const auto with = [&]<class T>(std::type_identity<T>) {
+        if (arguments.overwrite != 0) {
+            const auto loan = python::lendWritableElements<T>(arguments.object);
+            return compute(matrixOf<T>(loan));
+        }
+        auto copy = python::copyFromPython<T>(arguments.object);
+        return compute(matrixOf<T>(writableElementsOf(copy)));
+    };
+    return python::isArray<Complex>(arguments.object) ? with(std::type_identity<Complex>())
+                                                      : with(std::type_identity<double>());
+}
+
+/// As `compute()`, while other Python threads run.
+template <class Compute>
+auto withoutLock(Compute compute) {
+    const python::WithoutInterpreterLock unlocked;
+    return compute();
+}
+
+bool parse(PyObject* args, PyObject* keywords, const char* format, Arguments& arguments) {
+    static const char* names[] = {"matrix", "overwrite", nullptr};
+    return PyArg_ParseTupleAndKeywords(args, keywords, format, const_cast<char**>(names), &arguments.object,
+                                       &arguments.overwrite) != 0;
+}
+
+PyObject* singularValues(PyObject*, PyObject* args, PyObject* keywords) {
+    Arguments arguments;
+    if (!parse(args, keywords, "O|$p:singular_values", arguments)) {
+        return nullptr;
+    }
     return python::guarded([&] {
-        return withMatrix(object, []<class T>(Matrix<T> matrix) {
-            const auto compute = [&] {
-                const python::WithoutInterpreterLock unlocked;
-                return spectral::singularValues(std::move(matrix));
-            };
-            return python::toPython(compute());
+        return withMatrix(arguments, []<class T>(const Elements<T>& matrix) {
+            return python::toPython(withoutLock([&] { return spectral::singularValues(matrix); }));
         });
     });
 }
 
-PyObject* svd(PyObject*, PyObject* object) {
+PyObject* svd(PyObject*, PyObject* args, PyObject* keywords) {
+    Arguments arguments;
+    if (!parse(args, keywords, "O|$p:svd", arguments)) {
+        return nullptr;
+    }
     return python::guarded([&] {
-        return withMatrix(object, []<class T>(Matrix<T> matrix) {
-            const auto compute = [&] {
-                const python::WithoutInterpreterLock unlocked;
-                return spectral::decompose(std::move(matrix));
-            };
-            auto [values, left, right] = compute();
+        return withMatrix(arguments, []<class T>(const Elements<T>& matrix) {
+            auto [values, left, right] = withoutLock([&] { return spectral::decompose(matrix); });
             return tupleOf(std::move(left), std::move(values), std::move(right));
         });
     });
@@ -105,40 +144,48 @@ Matrix<T> scaledColumns(const Matrix<T>& matrix, const Matrix<double>& values, s
     return columns;
 }
 
-PyObject* principalComponents(PyObject*, PyObject* args) {
-    PyObject* object = nullptr;
-    Py_ssize_t wanted = 0;
-    if (PyArg_ParseTuple(args, "On:principal_components", &object, &wanted) == 0) {
+PyObject* principalComponents(PyObject*, PyObject* args, PyObject* keywords) {
+    static const char* names[] = {"matrix", "count", "overwrite", nullptr};
+    Arguments arguments;
+    if (PyArg_ParseTupleAndKeywords(args, keywords, "On|$p:principal_components", const_cast<char**>(names),
+                                    &arguments.object, &arguments.count, &arguments.overwrite) == 0) {
         return nullptr;
     }
     return python::guarded([&] {
-        return withMatrix(object, [&]<class T>(Matrix<T> matrix) {
-            const auto extents = matrix.getDimensions();
-            if (wanted < 0 || static_cast<std::size_t>(wanted) > std::min(extents[0], extents[1])) {
+        return withMatrix(arguments, [&]<class T>(const Elements<T>& matrix) {
+            const Py_ssize_t wanted = arguments.count;
+            if (wanted < 0 || static_cast<std::size_t>(wanted) > std::min(matrix.extent(0), matrix.extent(1))) {
                 refuse("there are not that many components");
             }
             const auto count = static_cast<std::size_t>(wanted);
-            const auto compute = [&] {
-                const python::WithoutInterpreterLock unlocked;
-                Matrix<T> means = spectral::centreColumns(matrix);
-                auto [values, left, right] = spectral::decompose(std::move(matrix));
-                return std::tuple(std::move(means), topRows(right, count), scaledColumns(left, values, count));
-            };
-            auto [means, components, scores] = compute();
+            auto [means, components, scores] = withoutLock([&] {
+                Matrix<T> meansOfColumns = spectral::centreColumns(matrix);
+                const auto [values, left, right] = spectral::decompose(matrix);
+                return std::tuple(std::move(meansOfColumns), topRows(right, count), scaledColumns(left, values, count));
+            });
             return tupleOf(std::move(means), std::move(components), std::move(scores));
         });
     });
 }
 
+PyCFunction asMethod(PyCFunctionWithKeywords function) {
+    return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
+}
+
+constexpr int withKeywords = METH_VARARGS | METH_KEYWORDS;
+
 PyMethodDef methods[] = {
-    {"singular_values", singularValues, METH_O,
-     "singular_values(matrix)\n\nThe singular values of an orvane.double matrix, real or complex: 1 x k, descending."},
-    {"svd", svd, METH_O,
-     "svd(matrix)\n\n(left, values, right) with matrix = left * diag(values) * right; k = min(m, n) columns and rows."},
-    {"principal_components", principalComponents, METH_VARARGS,
-     "principal_components(matrix, count)\n\n(means, components, scores) of observations in rows: the row i of the "
-     "matrix "
-     "is\nnearest to means + scores[i] * components, with means 1 x n, components count x n, scores m x count."},
+    {"singular_values", asMethod(singularValues), withKeywords,
+     "singular_values(matrix, *, overwrite=False)\n\n"
+     "The singular values of an orvane.double matrix, real or complex: 1 x k, descending.\n"
+     "With overwrite, LAPACK works on the elements of the matrix itself, which are spent afterwards."},
+    {"svd", asMethod(svd), withKeywords,
+     "svd(matrix, *, overwrite=False)\n\n"
+     "(left, values, right) with matrix = left * diag(values) * right; k = min(m, n) columns and rows."},
+    {"principal_components", asMethod(principalComponents), withKeywords,
+     "principal_components(matrix, count, *, overwrite=False)\n\n"
+     "(means, components, scores) of observations in rows: the row i of the matrix is nearest to\n"
+     "means + scores[i] * components, with means 1 x n, components count x n, scores m x count."},
     {nullptr, nullptr, 0, nullptr},
 };
 

@@ -53,12 +53,22 @@ def test_decompositions(spectral, shape, is_complex):
     np.testing.assert_allclose(means + scores @ components, matrix, atol=1e-12)
     np.testing.assert_allclose(components @ components.conj().T, np.eye(k), atol=1e-12)
     assert stored_bytes(a) == matrix.tobytes(order="F")
+    taller = from_numpy(np.vstack([matrix, matrix, matrix]))
+    place, rows = taller.buffer_info(), [str(row) for row in taller]
+    spent = slice(shape[0], 2 * shape[0])
+    _, values_in_place, _ = spectral.svd(taller[spent], overwrite=True)
+    np.testing.assert_allclose(to_numpy(values_in_place), values, atol=1e-12)
+    changed = {i for i, row in enumerate(taller) if str(row) != rows[i]}
+    assert changed <= {*range(3 * shape[0])[spent]}
+    assert (bool(changed), taller.buffer_info()) == (matrix.size > 0, place)
 
 
 @table("""
 svd(single([[1, 2]])) -> TypeError: expected a real orvane.double array, got orvane.single
 singular_values(double(size=(2, 2, 2))) -> ValueError: a matrix has two dimensions
 principal_components(double([[1, 2]]), 2) -> ValueError: there are not that many components
+svd(double([[1, 2], [3, 4]])[::-1], overwrite=True) ->
+ ValueError: LAPACK works in place on whole columns or on neighbouring rows
 """)
 def test_refusals(spectral, expression, answer):
     check(f"spectral.{expression}", answer, spectral=spectral)
