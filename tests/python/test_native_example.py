@@ -1,7 +1,10 @@
 """The example of a native module and that of the guide, built from the installed package alone."""
 
+import _thread
+import math
 import re
 import sys
+import threading
 from pathlib import Path
 from typing import Any
 
@@ -14,12 +17,15 @@ from support import check, stored_bytes, table
 np = pytest.importorskip("numpy")
 
 
+def built(name: str, example: str, build: Path) -> Any:
+    settings = ["-DCMAKE_BUILD_TYPE=None", f"-DOrvane_DIR={ask_package('--cmake-dir')}"]
+    return load(name, cmake_build(ROOT / "examples" / example, build, *settings))
+
+
 @pytest.fixture(scope="module")
 def spectral(tmp_path_factory: pytest.TempPathFactory) -> Any:
-    source, build = ROOT / "examples" / "native_client", tmp_path_factory.mktemp("spectral")
-    settings = ["-DCMAKE_BUILD_TYPE=None", f"-DOrvane_DIR={ask_package('--cmake-dir')}"]
     try:
-        return load("spectral", cmake_build(source, build, *settings))
+        return built("spectral", "native_client", tmp_path_factory.mktemp("spectral"))
     except AssertionError as error:
         if "LAPACK was not found" in str(error):
             pytest.skip("LAPACK is not installed")
@@ -86,6 +92,34 @@ def test_the_example_installs_beside_the_package(spectral, tmp_path):
     use = "import spectral, orvane; print(spectral.singular_values(orvane.double([[3, 4]])))"
     path = f"import sys; sys.path.insert(0, {str(tmp_path)!r})"
     assert run(sys.executable, "-I", "-c", f"{path}; {use}").startswith("[[5.0")
+
+
+def test_a_native_thread_fills_an_array(tmp_path):
+    pytest.importorskip("pybind11")
+    recorder = built("recorder", "native_producer", tmp_path)
+    array = orvane.double(size=(2, 50))
+    finished = recorder.Recording(array, interval=0)
+    assert (finished.wait(), finished.columns, finished.running) == (True, 50, False)
+    array = orvane.double(size=(2, 10**6))
+    for end in ("stop", "interrupt", "drop"):
+        recording = recorder.Recording(array, interval=1e-3)
+        while recording.columns < 2:
+            assert not recording.wait(1e-3)
+        seen = recording.columns - 1
+        assert array[1][seen] == pytest.approx(math.sin(0.02 * seen))
+        if end == "interrupt":
+            threading.Timer(0.1, _thread.interrupt_main).start()
+            with pytest.raises(KeyboardInterrupt):
+                recording.wait()
+        elif end == "stop":
+            recording.stop()
+        assert end == "drop" or recording.wait()
+        assert recording.columns < 10**6
+        del recording
+        array[1][seen] = 2
+        assert array[1][seen] == 2
+    with pytest.raises(ValueError, match="more dimensions"):
+        recorder.Recording(orvane.double(size=(2, 2, 2)), 0)
 
 
 def test_the_guide_leads_from_an_empty_folder_to_a_module(tmp_path):
