@@ -184,7 +184,8 @@ namespace detail {
 
 /// The extents of an array. Some libraries have an empty array of no dimensions, whose product would be 1.
 inline std::vector<unsigned long> extentsOf(const Array& array) {
-    std::vector<unsigned long> extents = array.getDimensions();
+    const auto borrowed = array.extents(); // unlike `getDimensions`, leaves want of memory to this function
+    std::vector<unsigned long> extents(borrowed.begin(), borrowed.end());
     if (extents.empty() && array.getNumberOfElements() == 0) {
         extents.push_back(0);
     }

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 #include <thread>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -21,7 +23,7 @@ py::object taken(python::Reference reference) {
 }
 
 int dropped = 0;
-alignas(16) unsigned char memory[64];
+alignas(16) unsigned char memory[64] = {1, 2, 3, 4, 5, 6, 0, 1, 2};
 
 template <class Form>
 python::DlpackTensor<Form> tensor(const py::dict& told) {
@@ -80,8 +82,6 @@ PYBIND11_MODULE(dlpack_client, module) {
                            : through<dlpack::ManagedTensor>(inCapsule, told, python::DlpackCopy{copy});
     });
     module.def("dropped", [] { return dropped; });
-    module.def("memory",
-               [](py::bytes bytes) { return std::string_view(bytes).copy(reinterpret_cast<char*>(memory), 64); });
     // Tensors of loans and of an array of C++, dropped on a thread that Python does not know.
     module.def("drop_elsewhere", [](const py::object& array) {
         dropElsewhere(python::toDlpack(python::lendElements<double>(array.ptr())));

@@ -170,7 +170,7 @@ def test_flags_for_other_build_systems(tmp_path):
     flags = [*shlex.split(ask_package("--includes")), *shlex.split(ask_package("--libs"))]
     source, module = ROOT / "tests" / "native" / "typed_client.cpp", tmp_path / "typed_client.so"
     run(*COMPILER, "-std=c++20", "-shared", "-fPIC", source, *flags, "-o", module)
-    stable = ["-DPy_LIMITED_API=0x030A0000", "-include", "orvane/python.hpp", "-x", "c++"]
+    stable = ["-DPy_LIMITED_API=0x030A0000", "-include", "orvane/dlpack.hpp", "-x", "c++"]
     run(*COMPILER, "-std=c++20", "-fsyntax-only", *flags, *stable, os.devnull)
     use = "import orvane, typed_client; print(typed_client.make('d', (1, 2), bytes(16))[0])"
     path = f"import sys; sys.path.append({str(tmp_path)!r}); "
