@@ -67,6 +67,7 @@ declare -rA need_title=(
     [googletest]="GoogleTest"
     [google_benchmark]="Google Benchmark"
     [lapack]="LAPACK, which the native example computes with"
+    [eigen]="Eigen, whose matrices native modules take"
 )
 declare -rA need_packages=(
     [python]="python3 python3-dev python3-venv"
@@ -74,6 +75,7 @@ declare -rA need_packages=(
     [googletest]="libgtest-dev"
     [google_benchmark]="libbenchmark-dev"
     [lapack]="libopenblas-dev"
+    [eigen]="libeigen3-dev"
 )
 # A package that is too old on the machine's release is not worth the minutes that installing takes.
 declare -rA need_release=([python]="python3 3.10" [compiler]="g++ 11")
@@ -219,6 +221,8 @@ has_compiler() {
 has_googletest() { compiles '#include <gtest/gtest.h>'; }
 
 has_google_benchmark() { compiles '#include <benchmark/benchmark.h>'; }
+
+has_eigen() { compiles '#include <eigen3/Eigen/Core>' || compiles '#include <Eigen/Core>'; }
 
 # Whether a program that calls LAPACK can be linked, by either of the usual names.
 has_lapack() {

@@ -75,7 +75,7 @@ sanitize_on() { # PYTHON
 strictness=()
 [[ ${CI:-false} == false ]] || strictness=(CMAKE_COMPILE_WARNING_AS_ERROR=ON)
 
-ensure python compiler googletest lapack
+ensure python compiler googletest lapack eigen
 preferred=$(chosen_or_preferred_python)
 
 if [[ ${option[sanitize]} == yes ]]; then

@@ -151,19 +151,29 @@ public:
 #endif
 
 #ifdef __cpp_lib_mdspan
-    /// The same as the standard's view. Throws `std::invalid_argument` when the array has more dimensions, and when
-    /// there are gaps between the elements.
-    template <std::size_t OtherRank>
-    std::mdspan<T, std::dextents<std::size_t, OtherRank>, std::layout_left> toMdspan() const {
+    /// The same as the standard's view. `std::layout_left` asks for elements without gaps, `std::layout_stride` for
+    /// ascending order. Throws `std::invalid_argument` where that is not so, and when the array has more dimensions.
+    template <std::size_t OtherRank, class Layout = std::layout_left>
+    std::mdspan<T, std::dextents<std::size_t, OtherRank>, Layout> toMdspan() const {
+        static_assert(std::is_same_v<Layout, std::layout_left> || std::is_same_v<Layout, std::layout_stride>);
         if (rank() > OtherRank) {
             throw std::invalid_argument("the array has more dimensions than the mdspan");
         }
-        requireNoGaps(isContiguous());
-        std::array<std::size_t, OtherRank> padded;
+        std::array<std::size_t, OtherRank> extents{}, strides{};
         for (std::size_t d = 0; d < OtherRank; ++d) {
-            padded[d] = extent(d);
+            extents[d] = extent(d);
+            if (m_size > 0 && stride(d) <= 0) {
+                throw std::invalid_argument("the elements do not stand in ascending order");
+            }
+            strides[d] = m_size > 0 ? static_cast<std::size_t>(stride(d)) : 1;
         }
-        return std::mdspan<T, std::dextents<std::size_t, OtherRank>, std::layout_left>(m_elements, padded);
+        const std::dextents<std::size_t, OtherRank> shape(extents);
+        if constexpr (std::is_same_v<Layout, std::layout_stride>) {
+            return {m_elements, std::layout_stride::mapping(shape, strides)};
+        } else {
+            requireNoGaps(isContiguous());
+            return {m_elements, std::layout_left::mapping(shape)};
+        }
     }
 #endif
 

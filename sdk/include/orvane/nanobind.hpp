@@ -6,15 +6,19 @@
 // | `data::ColumnMajorSpan<T>`                   | the same for writing: in place                          | none     |
 // | either with a rank, `<T, 2>`                 | the same for arrays of at most so many dimensions       | none     |
 // | `python::OwnCopy<T>`                         | an array of the function's own, to write to and return  | one      |
+// | `python::Vector<T>`                          | a `std::vector` of the function's own                   | one      |
 // | `data::TypedArray<T>`                        | an array lent by `fromPython`, to read, pass on or keep | at first |
 //
-// Arrays are returned as well, and taken over by `toPython`. By value and by constant reference come to the same.
+// Arrays and vectors are returned as well, and taken over by `toPython`. By value and by constant reference come to the
+// same.
 //
 // A span has the strides of the view that came, and is lent until the bound function has returned. With a fixed rank
 // extents of 1 are filled up at the end; where no overload takes more dimensions, TypeError says so.
 //
 // An argument must be an array of exactly that type, real or complex as `T` is; anything else is the TypeError of
 // nanobind, which shows the signature.
+//
+// Eigen's types and `std::mdspan` have headers of their own: orvane/eigen.hpp and orvane/mdspan.hpp.
 //
 // Errors that functions of orvane/python.hpp set inside a bound function reach Python as they are.
 #pragma once
@@ -85,7 +89,7 @@ struct type_caster<Value_> {
         static_assert(Argument::isResult, "a span does not own its elements: return an array");
         PyObject* object = nullptr;
         python::detail::sleepIfEnded(
-            [&] { object = python::guarded([&] { return python::toPython(std::move(value)); }); });
+            [&] { object = python::guarded([&] { return Argument::give(std::move(value)); }); });
         return object;
     }
 

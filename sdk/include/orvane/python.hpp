@@ -25,3 +25,4 @@
 #include <orvane/python/own_copy.hpp>
 #include <orvane/python/reference.hpp>
 #include <orvane/python/to_python.hpp>
+#include <orvane/python/vector.hpp>

@@ -8,11 +8,13 @@
 #include <orvane/python/loan.hpp>
 #include <orvane/python/own_copy.hpp>
 #include <orvane/python/reference.hpp>
+#include <orvane/python/shaped_loan.hpp>
+#include <orvane/python/to_python.hpp>
+#include <orvane/python/vector.hpp>
 
 #include <cstddef>
 #include <optional>
 #include <span>
-#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -38,7 +40,7 @@ Reference keeperOf(LentElements<T> loan) {
 
 /// How a parameter of a bound function is had from a Python object, for the types that are one:
 ///  - `Element`, its element type;
-///  - `isResult`, whether functions may return it as well;
+///  - `isResult`, whether functions may return it as well, by `give(std::move(value))`;
 ///  - `tryTake(object, mayRefuse, keep)`: the value; nothing, without an error set, when another overload may take the
 ///    object. If none is going to be asked any more, `mayRefuse`, it may throw the refusal instead, in words. `keep` is
 ///    called with a reference to what has to live until the bound function has returned.
@@ -53,6 +55,7 @@ struct Argument<data::TypedArray<T>> {
     static std::optional<data::TypedArray<T>> tryTake(PyObject* object, bool, auto&&) {
         return tryFromPython<T>(object);
     }
+    static Reference give(data::TypedArray<T>&& array) { return toPython(std::move(array)); }
 };
 
 template <PythonElement T>
@@ -63,6 +66,28 @@ struct Argument<OwnCopy<T>> {
     static std::optional<OwnCopy<T>> tryTake(PyObject* object, bool, auto&&) {
         return isArray<T>(object) ? std::optional<OwnCopy<T>>(object) : std::nullopt;
     }
+    static Reference give(OwnCopy<T>&& array) { return toPython(std::move(array)); }
+};
+
+template <class T>
+struct Argument<Vector<T>> {
+    using Element = T;
+    static constexpr bool isResult = true;
+
+    static std::optional<Vector<T>> tryTake(PyObject* object, bool mayRefuse, auto&&) {
+        const auto loan = lendShaped<const T, OneLine<>>(object, mayRefuse);
+        if (!loan) {
+            return std::nullopt;
+        }
+        const std::ptrdiff_t stride = OneLine<>::stride(*loan);
+        std::optional<Vector<T>> vector(std::in_place);
+        vector->reserve(loan->size());
+        for (std::size_t i = 0; i < loan->size(); ++i) {
+            vector->push_back(loan->data()[static_cast<std::ptrdiff_t>(i) * stride]);
+        }
+        return vector;
+    }
+    static Reference give(Vector<T>&& vector) { return toPython(std::move(vector)); }
 };
 
 template <class T, std::size_t Rank>
@@ -72,19 +97,12 @@ struct Argument<data::ColumnMajorSpan<T, Rank>> {
     static constexpr bool isResult = false;
 
     static std::optional<data::ColumnMajorSpan<T, Rank>> tryTake(PyObject* object, bool mayRefuse, auto&& keep) {
-        if (!isOfKindOf<Element>(object)) {
+        std::optional<LentElements<T>> loan = lendShaped<T, RankAtMost<Rank>>(object, mayRefuse);
+        if (!loan) {
             return std::nullopt;
         }
-        LentElements<T> loan = lendFor<T>(object, std::is_const_v<T> ? 0 : ORVANE_LOAN_WRITABLE);
-        if (Rank != std::dynamic_extent && loan.rank() > Rank) {
-            if (!mayRefuse) {
-                return std::nullopt;
-            }
-            refuse(describe<Element>(isComplexElement<Element>) + " of rank " + std::to_string(Rank) + " at most",
-                   "one of rank " + std::to_string(loan.rank()));
-        }
-        const data::ColumnMajorSpan<T, Rank> span = loan;
-        keep(keeperOf(std::move(loan)));
+        const data::ColumnMajorSpan<T, Rank> span = *loan;
+        keep(keeperOf(*std::move(loan)));
         return span;
     }
 };

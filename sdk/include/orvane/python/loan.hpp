@@ -45,6 +45,15 @@ public:
     std::size_t size() const noexcept { return m_loan->elementCount; }
     /// 2 at least for an array, 1 at least for a view.
     std::size_t rank() const noexcept { return static_cast<std::size_t>(m_loan->rank); }
+    /// 1 beyond the last dimension.
+    std::size_t extent(std::size_t dimension) const noexcept {
+        return dimension < rank() ? static_cast<std::size_t>(m_loan->extents[dimension]) : 1;
+    }
+    /// In elements.
+    std::ptrdiff_t stride(std::size_t dimension) const noexcept {
+        return dimension < rank() ? m_loan->strides[dimension] / static_cast<std::ptrdiff_t>(sizeof(T))
+                                  : static_cast<std::ptrdiff_t>(size());
+    }
 
     /// The elements with their extents and strides; valid as long as the loan is. A fixed rank is filled up with
     /// extents of 1; `std::invalid_argument` when there are more dimensions.
@@ -59,10 +68,8 @@ public:
             throw std::invalid_argument("the array has more dimensions than the span");
         }
         for (std::size_t d = 0; d < extents.size(); ++d) {
-            const bool isPresent = d < rank();
-            extents[d] = isPresent ? static_cast<std::size_t>(m_loan->extents[d]) : 1;
-            strides[d] = isPresent ? m_loan->strides[d] / static_cast<std::ptrdiff_t>(sizeof(T))
-                                   : static_cast<std::ptrdiff_t>(size());
+            extents[d] = extent(d);
+            strides[d] = stride(d);
         }
         return {data(), std::move(extents), std::move(strides)};
     }

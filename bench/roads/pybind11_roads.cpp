@@ -1,0 +1,40 @@
+// The ways in and out with pybind11: our arrays, and beside them NumPy's as `py::array_t`.
+#include <orvane/pybind11.hpp>
+
+#include "work.hpp"
+
+#include <pybind11/numpy.h>
+
+namespace py = pybind11;
+
+namespace {
+
+using Array = py::array_t<double, py::array::f_style>;
+
+Array newPeer(std::size_t rows, std::size_t columns) {
+    return Array({rows, columns});
+}
+
+} // namespace
+
+PYBIND11_MODULE(orvane_pybind11_roads, module) {
+    orvane::python::importOrvane();
+    roads::defineOurs(module);
+
+    // Views of NumPy's that are not column-major are copied by `f_style`; without it they come as they are.
+    module.def("peer_way_in", [](const py::array_t<double>& matrix) { return *matrix.data(); });
+    module.def("peer_out", [](std::size_t rows, std::size_t columns) {
+        Array result = newPeer(rows, columns);
+        std::fill_n(result.mutable_data(), rows * columns, 0.5);
+        return result;
+    });
+    module.def("peer_identity", [](Array array) { return array; });
+    module.def("peer_halve", [](Array matrix) {
+        roads::halve(matrix.data(), static_cast<std::size_t>(matrix.size()), matrix.mutable_data());
+    });
+    module.def("peer_halved", [](const Array& matrix) {
+        Array result = newPeer(static_cast<std::size_t>(matrix.shape(0)), static_cast<std::size_t>(matrix.shape(1)));
+        roads::halve(matrix.data(), static_cast<std::size_t>(matrix.size()), result.mutable_data());
+        return result;
+    });
+}
