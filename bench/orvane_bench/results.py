@@ -140,7 +140,7 @@ def rows_text(results: list[RowResult]) -> list[str]:
                 "" if row.at_least is None else f"{row.at_least:g}",
                 result.verdict,
                 "" if result.memcpy is None else seconds_text(result.memcpy),
-                row.peer,
+                row.peer_is or row.peer,
             ]
         )
     judged = [result for result in results if result.holds is not None]

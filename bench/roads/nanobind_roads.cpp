@@ -39,4 +39,10 @@ NB_MODULE(orvane_nanobind_roads, module) {
         roads::halve(matrix.data(), matrix.size(), block.get());
         return newPeer(matrix.shape(0), matrix.shape(1), std::move(block));
     });
+    module.def("peer_halved_copy", [](const Array& matrix) {
+        std::unique_ptr<double[]> block(new double[matrix.size()]);
+        std::copy_n(matrix.data(), matrix.size(), block.get());
+        roads::halve(block.get(), matrix.size(), block.get());
+        return newPeer(matrix.shape(0), matrix.shape(1), std::move(block));
+    });
 }

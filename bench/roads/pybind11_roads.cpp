@@ -23,6 +23,7 @@ PYBIND11_MODULE(orvane_pybind11_roads, module) {
 
     // Views of NumPy's that are not column-major are copied by `f_style`; without it they come as they are.
     module.def("peer_way_in", [](const py::array_t<double>& matrix) { return *matrix.data(); });
+    module.def("peer_way_in_any_rank", [](const py::array_t<double>& array) { return *array.data(); });
     module.def("peer_out", [](std::size_t rows, std::size_t columns) {
         Array result = newPeer(rows, columns);
         std::fill_n(result.mutable_data(), rows * columns, 0.5);
@@ -36,5 +37,12 @@ PYBIND11_MODULE(orvane_pybind11_roads, module) {
         Array result = newPeer(static_cast<std::size_t>(matrix.shape(0)), static_cast<std::size_t>(matrix.shape(1)));
         roads::halve(matrix.data(), static_cast<std::size_t>(matrix.size()), result.mutable_data());
         return result;
+    });
+    module.def("peer_halved_copy", [](const Array& matrix) {
+        Array copy = newPeer(static_cast<std::size_t>(matrix.shape(0)), static_cast<std::size_t>(matrix.shape(1)));
+        const auto count = static_cast<std::size_t>(matrix.size());
+        std::copy_n(matrix.data(), count, copy.mutable_data());
+        roads::halve(copy.data(), count, copy.mutable_data());
+        return copy;
     });
 }

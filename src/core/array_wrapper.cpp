@@ -10,13 +10,6 @@ namespace orvane::python {
 
 namespace {
 
-struct ElementSizeVisitor {
-    template <class T>
-    std::size_t operator()(const data::TypedArray<T>&) const {
-        return sizeof(T);
-    }
-};
-
 /// Where the elements of an array lie that nobody else shares.
 std::byte* ownElementsOf(data::Array& array) {
     return static_cast<std::byte*>(array.writableElements());
@@ -38,8 +31,8 @@ data::Array copyElements(const data::Array& source, const Layout& layout) {
 
 std::shared_ptr<ODArrayWrapper> ODArrayWrapper::adopt(data::Array&& array, Reach reach) {
     const void* elements = array.elements();
-    const std::size_t elementSize = data::apply_numeric_visitor(std::as_const(array), ElementSizeVisitor{});
-    auto wrapper = std::make_shared<ODArrayWrapper>(std::move(array), elements, elementSize);
+    const std::size_t size = elementSize(static_cast<std::int32_t>(array.getType()));
+    auto wrapper = std::make_shared<ODArrayWrapper>(std::move(array), elements, size);
     wrapper->m_mayBeForeign = reach != Reach::PythonOnly;
     if (reach == Reach::Native)
         wrapper->copyMirror(); // native code goes on using the very array it gave us

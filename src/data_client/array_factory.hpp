@@ -7,7 +7,9 @@
 #include "typed_array.hpp"
 
 #include <algorithm>
+#include <initializer_list>
 #include <memory>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -16,7 +18,9 @@ namespace orvane::data {
 /// Cheap to make on the spot and stateless.
 class ArrayFactory {
 public:
-    ArrayFactory() : m_impl(make(), Destroy{}) {}
+    ArrayFactory() : m_impl(make()) {}
+    ArrayFactory(const ArrayFactory&) : ArrayFactory() {}
+    ArrayFactory& operator=(const ArrayFactory&) noexcept { return *this; } // all are alike
 
     /// A block for the given number of elements, with unspecified contents.
     template <ArrayElement T>
@@ -42,7 +46,7 @@ public:
     template <ArrayElement T>
     TypedArray<T> createArray(std::vector<unsigned long> dims) {
         auto buffer = createZeroedBuffer<T>(countElements(dims));
-        return createArrayFromBuffer<T>(std::move(dims), std::move(buffer));
+        return createArrayFromBuffer<T>(dims, std::move(buffer));
     }
 
     /// A 1-by-1 array.
@@ -61,28 +65,40 @@ public:
     /// of storage, as column-major. Give a row-major block its extents in reverse instead, and it is read as what it
     /// is, with the subscripts in reverse; or reorder it.
     template <ArrayElement T>
-    TypedArray<T> createArrayFromBuffer(std::vector<unsigned long> dims, Buffer<T> buffer,
+    TypedArray<T> createArrayFromBuffer(const std::vector<unsigned long>& dims, Buffer<T> buffer,
                                         MemoryLayout layout = MemoryLayout::ColumnMajor) {
-        // The library calls the deleter under the type that it was given out with.
-        const auto deleter = reinterpret_cast<detail::BufferDeleter>(buffer.get_deleter());
-        impl::ArrayImpl* array = nullptr;
-        static const auto fcn = detail::find<detail::FunctionType::FactoryCreateArrayFromBuffer>();
-        if (fcn != nullptr) [[likely]] {
-            detail::throwIfError(fcn(m_impl.get(), arrayTypeNumber<T>, dims.data(), dims.size(), buffer.release(),
-                                     deleter, &array, static_cast<int>(layout)));
-            return TypedArray<T>(array);
-        }
-        if (layout == MemoryLayout::RowMajor) {
-            throw detail::ArrayException<Exception, ExceptionType::FeatureNotSupported>(
-                "Row-major buffers require C-level");
-        }
-        return createArrayFromColumnMajorBuffer(std::move(dims), std::move(buffer), deleter);
+        return arrayFromBuffer<T>(dims, std::move(buffer), layout);
+    }
+
+    /// The same with extents that are written down: `{rows, columns}`.
+    template <ArrayElement T>
+    TypedArray<T> createArrayFromBuffer(std::initializer_list<unsigned long> dims, Buffer<T> buffer,
+                                        MemoryLayout layout = MemoryLayout::ColumnMajor) {
+        return arrayFromBuffer<T>(dims, std::move(buffer), layout);
     }
 
     /// The library's factory, borrowed.
     impl::ArrayFactoryImpl* impl() const noexcept { return m_impl.get(); }
 
 private:
+    template <ArrayElement T>
+    TypedArray<T> arrayFromBuffer(std::span<const unsigned long> dims, Buffer<T> buffer, MemoryLayout layout) {
+        // The library calls the deleter under the type that it was given out with.
+        const auto deleter = reinterpret_cast<detail::BufferDeleter>(buffer.get_deleter());
+        impl::ArrayImpl* array = nullptr;
+        static const auto fcn = detail::find<detail::FunctionType::FactoryCreateArrayFromBuffer>();
+        if (fcn != nullptr) [[likely]] {
+            detail::throwIfError(fcn(m_impl.get(), arrayTypeNumber<T>, const_cast<unsigned long*>(dims.data()),
+                                     dims.size(), buffer.release(), deleter, &array, static_cast<int>(layout)));
+            return TypedArray<T>(array);
+        }
+        if (layout == MemoryLayout::RowMajor) {
+            throw detail::ArrayException<Exception, ExceptionType::FeatureNotSupported>(
+                "Row-major buffers require C-level");
+        }
+        return createArrayFromColumnMajorBuffer(dims, std::move(buffer), deleter);
+    }
+
     struct Destroy {
         void operator()(impl::ArrayFactoryImpl* factory) const {
             static const auto destroyFcn = detail::resolve<detail::FunctionType::FactoryDestroy>();
@@ -126,16 +142,16 @@ private:
 
     /// For libraries that know no layouts.
     template <ArrayElement T>
-    TypedArray<T> createArrayFromColumnMajorBuffer(std::vector<unsigned long> dims, Buffer<T> buffer,
+    TypedArray<T> createArrayFromColumnMajorBuffer(std::span<const unsigned long> dims, Buffer<T> buffer,
                                                    detail::BufferDeleter deleter) {
         static const auto fcn = detail::resolve<detail::FunctionType::FactoryCreateArrayFromColumnMajorBuffer>();
         impl::ArrayImpl* array = nullptr;
-        detail::throwIfError(
-            fcn(m_impl.get(), arrayTypeNumber<T>, dims.data(), dims.size(), buffer.release(), deleter, &array));
+        detail::throwIfError(fcn(m_impl.get(), arrayTypeNumber<T>, const_cast<unsigned long*>(dims.data()), dims.size(),
+                                 buffer.release(), deleter, &array));
         return TypedArray<T>(array);
     }
 
-    std::shared_ptr<impl::ArrayFactoryImpl> m_impl;
+    std::unique_ptr<impl::ArrayFactoryImpl, Destroy> m_impl;
 };
 
 template <ArrayElement T>

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <memory>
-#include <optional>
 
 #include "core/array_object.hpp"
 #include "core/gathering.hpp"
@@ -26,10 +25,13 @@ struct Loan : OrvaneLoan {
     bool isForWriting = false;
     Loan* nextReturned = nullptr;
 
-    Loan() : OrvaneLoan() {}
+    explicit Loan(const OCppPyArray& core)
+        : OrvaneLoan(), storage(core.sharedWrapper()), selection(selectionOf(core)) {}
     Loan(const Loan&) = delete;
     Loan& operator=(const Loan&) = delete;
     ~Loan() {
+        if (!isForWriting && storage.use_count() > 1)
+            return; // somebody else keeps the blocks
         // Blocks may be freed, which may run code of others, and in there the interpreter may end the thread.
         detail::releaseAtScopeEnd([this] {
             const PendingError kept;
@@ -60,35 +62,24 @@ void leaveToOthers(Loan* loan) noexcept {
         isSettlingAskedFor = false;
 }
 
-/// What `core` selects, all of it inside the elements; nothing with an error set.
-std::optional<Selection> lendableSelection(const OCppPyArray& core) {
+const OrvaneLoan* newLoan(const OCppPyArray& core, bool isForWriting, bool mustBeContiguous) {
     if (core.chain().length() > core.layout().rank() || !core.hasActiveDimension()) {
         raiseTooManyIndices();
-        return std::nullopt;
-    }
-    Selection selection = selectionOf(core);
-    if (!selection.isInside) {
-        raiseUnreadable(selection);
-        return std::nullopt;
-    }
-    return selection;
-}
-
-const OrvaneLoan* newLoan(const OCppPyArray& core, bool isForWriting, bool mustBeContiguous) {
-    std::optional<Selection> selection = lendableSelection(core);
-    if (!selection)
         return nullptr;
-    const bool isContiguous = selection->isColumnMajor();
-    if (mustBeContiguous && isForWriting && !isContiguous) {
+    }
+    auto loan = std::make_unique<Loan>(core);
+    if (!loan->selection.isInside) {
+        raiseUnreadable(loan->selection);
+        return nullptr;
+    }
+    const bool mustBeGathered = mustBeContiguous && !loan->selection.isColumnMajor();
+    if (mustBeGathered && isForWriting) {
         setError(PyExc_ValueError, "the elements of this view do not lie next to each other in column-major order.");
         return nullptr;
     }
 
-    auto loan = std::make_unique<Loan>();
-    loan->storage = core.sharedWrapper();
-    loan->selection = *std::move(selection);
     const std::byte* elements;
-    if (mustBeContiguous && !isContiguous) {
+    if (mustBeGathered) {
         loan->gathered = gather(core, loan->selection);
         long gapless = loan->selection.layout->elementSize();
         for (std::size_t d = 0; d < loan->selection.rank(); gapless *= loan->selection.counts[d++])

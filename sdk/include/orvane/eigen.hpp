@@ -77,7 +77,7 @@ struct Argument<Plain> {
         } else {
             matrix->resize(static_cast<Eigen::Index>(loan->extent(0)), static_cast<Eigen::Index>(loan->extent(1)));
         }
-        copyElements(loan->span(), matrix->data());
+        copyElements<Element>(*loan, matrix->data());
         return matrix;
     }
     static Reference give(Plain&& matrix) { return toPython(std::move(matrix)); }

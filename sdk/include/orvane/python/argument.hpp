@@ -26,10 +26,9 @@ namespace detail {
 /// A new Python object that gives a loan back when it goes.
 template <class T>
 Reference keeperOf(LentElements<T> loan) {
-    static constexpr const char* name = "orvane.loan";
     const OrvaneLoan* const bare = loan.release();
-    Reference keeper(PyCapsule_New(const_cast<OrvaneLoan*>(bare), name, [](PyObject* capsule) {
-        exchangeSlot()->giveBack(static_cast<const OrvaneLoan*>(PyCapsule_GetPointer(capsule, name)));
+    Reference keeper(PyCapsule_New(const_cast<OrvaneLoan*>(bare), nullptr, [](PyObject* capsule) {
+        exchangeSlot()->giveBack(static_cast<const OrvaneLoan*>(PyCapsule_GetPointer(capsule, nullptr)));
     }));
     if (!keeper) {
         exchangeSlot()->giveBack(bare);
@@ -101,7 +100,7 @@ struct Argument<data::ColumnMajorSpan<T, Rank>> {
         if (!loan) {
             return std::nullopt;
         }
-        const data::ColumnMajorSpan<T, Rank> span = *loan;
+        std::optional<data::ColumnMajorSpan<T, Rank>> span(loan->template span<Rank>());
         keep(keeperOf(*std::move(loan)));
         return span;
     }

@@ -54,6 +54,17 @@ public:
         return dimension < rank() ? m_loan->strides[dimension] / static_cast<std::ptrdiff_t>(sizeof(T))
                                   : static_cast<std::ptrdiff_t>(size());
     }
+    /// Whether the elements stand in column-major order without gaps.
+    bool isContiguous() const noexcept {
+        std::size_t gapless = 1;
+        for (std::size_t d = 0; d < rank(); ++d) {
+            if (extent(d) > 1 && stride(d) != static_cast<std::ptrdiff_t>(gapless)) {
+                return size() == 0;
+            }
+            gapless *= extent(d);
+        }
+        return true;
+    }
 
     /// The elements with their extents and strides; valid as long as the loan is. A fixed rank is filled up with
     /// extents of 1; `std::invalid_argument` when there are more dimensions.

@@ -17,9 +17,9 @@ namespace [[gnu::visibility("hidden")]] python {
 
 namespace detail {
 
-/// Copies elements to where they stand without gaps.
-template <class T>
-void copyElements(const data::ColumnMajorSpan<const T>& source, T* target) {
+/// Copies the elements of a span or a loan to where they stand without gaps.
+template <class T, class Source = data::ColumnMajorSpan<const T>>
+void copyElements(const Source& source, T* target) {
     if (source.isContiguous()) {
         std::copy_n(source.data(), source.size(), target);
         return;
@@ -54,15 +54,15 @@ data::TypedArray<T> copyFromPython(PyObject* object) {
         array.unshare();
         return array;
     }
-    const LentElements<const T> loan = lendElements<T>(object);
-    const data::ColumnMajorSpan<const T> elements = loan;
-    std::vector<unsigned long> extents(elements.extents().begin(), elements.extents().end());
-    if (extents.size() == 1) {
-        extents.insert(extents.begin(), 1);
+    const LentElements<const T> elements = lendElements<T>(object);
+    const std::size_t isLine = elements.rank() == 1 ? 1 : 0;
+    std::vector<unsigned long> extents(elements.rank() + isLine, 1);
+    for (std::size_t d = 0; d < elements.rank(); ++d) {
+        extents[d + isLine] = elements.extent(d);
     }
     data::ArrayFactory factory;
     auto buffer = factory.createBuffer<T>(elements.size());
-    detail::copyElements(elements, buffer.get());
+    detail::copyElements<T>(elements, buffer.get());
     return factory.createArrayFromBuffer<T>(std::move(extents), std::move(buffer));
 }
 
