@@ -188,7 +188,7 @@ bool some(std::span<const int> values) { return all<int>(values) && Pair{1, 2} <
 # compiler_names: the usual name first, then those with a version, the latest first.
 compiler_names() {
     printf '%s\n' c++ g++ clang++
-    { compgen -c g++- && compgen -c clang++-; } | grep -E '^[a-z]+\+\+-[0-9]+$' | sort -uVr
+    { compgen -c g++- || true; compgen -c clang++-; } | grep -E '^[a-z]+\+\+-[0-9]+$' | sort -uVr
 }
 
 # has_compiler: chooses the first that compiles the probe, unless CXX names one. All that is built afterwards is built
