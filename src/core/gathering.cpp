@@ -20,20 +20,23 @@ T* copyRun(T* target, const std::byte* source, long count, long stride) {
     return target;
 }
 
+template <class T>
+std::shared_ptr<std::byte> gatherElements(const OCppPyArray& view, const Selection& selection) {
+    const auto count = static_cast<unsigned long>(selection.elementCount);
+    const std::shared_ptr<T[]> block = data::ArrayFactory().createBuffer<T>(count);
+    if (count > 0) {
+        T* target = block.get();
+        visitRuns(selection, [&](unsigned long offset, long length, long stride) {
+            target = copyRun(target, view.wrapper().elements() + offset, length, stride);
+        });
+    }
+    return {block, reinterpret_cast<std::byte*>(block.get())};
+}
+
 } // namespace
 
 std::shared_ptr<std::byte> gather(const OCppPyArray& view, const Selection& selection) {
-    return visitElementTypeOf(view, [&]<class T>() -> std::shared_ptr<std::byte> {
-        const auto count = static_cast<unsigned long>(selection.elementCount);
-        const auto buffer = std::make_shared<data::Buffer<T>>(data::ArrayFactory().createBuffer<T>(count));
-        if (count > 0) {
-            T* target = buffer->get();
-            visitRuns(selection, [&](unsigned long offset, long length, long stride) {
-                target = copyRun(target, view.wrapper().elements() + offset, length, stride);
-            });
-        }
-        return {buffer, reinterpret_cast<std::byte*>(buffer->get())};
-    });
+    return visitElementTypeOf(view, [&]<class T>() { return gatherElements<T>(view, selection); });
 }
 
 } // namespace orvane::python

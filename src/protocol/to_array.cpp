@@ -70,9 +70,10 @@ PyObject* arrayOfItems(const OCppPyArray& array, PyObject* iterator) {
     return PyObject_CallFunction(ArrayArray::s_arrayClass, "CO", typeCodeOf(array), iterator);
 }
 
-/// What the caller is told when `array.array` did not take the elements; why, goes to standard error.
+/// What the caller is told when `array.array` did not take the elements; why, goes to standard error. A class in its
+/// place that wants the process to end has just not made an array.
 void replaceErrorOfArrayArray(const OCppPyArray& array) {
-    if (!mayReplaceError())
+    if (!mayReplaceError() && PyErr_ExceptionMatches(PyExc_SystemExit) == 0)
         return;
     printAndClearErrorIfAny();
     setError(PyExc_RuntimeError, hasOneFreeDimension(array)

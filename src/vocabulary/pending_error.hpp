@@ -8,6 +8,16 @@
 namespace orvane {
 namespace [[gnu::visibility("hidden")]] python {
 
+namespace detail {
+
+/// Reports the pending error, if there is one, as what nobody can handle.
+inline void reportPendingError() {
+    if (PyErr_Occurred() != nullptr)
+        PyErr_WriteUnraisable(nullptr);
+}
+
+} // namespace detail
+
 /// Takes the pending error (or its absence) away on construction and puts it back on destruction. For releases on the
 /// way out of a failure that may run code of others': an error that this leaves behind is reported as what nobody
 /// can handle.
@@ -19,8 +29,7 @@ public:
     }
     ~PendingError() {
         detail::releaseAtScopeEnd([this] {
-            if (PyErr_Occurred() != nullptr)
-                PyErr_WriteUnraisable(nullptr);
+            detail::reportPendingError();
             PyErr_Restore(m_type, m_value, m_traceback);
         });
     }

@@ -29,8 +29,8 @@ PyRef siblingAt(PyObject* sequence, Py_ssize_t i) {
 bool mayReplaceError() {
     const PyObject* const pending = PyErr_Occurred();
     return pending == nullptr ||
-           (PyErr_ExceptionMatches(PyExc_MemoryError) == 0 && PyErr_ExceptionMatches(PyExc_RecursionError) == 0 &&
-            PyErr_ExceptionMatches(PyExc_KeyboardInterrupt) == 0);
+           (PyErr_ExceptionMatches(PyExc_Exception) != 0 && PyErr_ExceptionMatches(PyExc_MemoryError) == 0 &&
+            PyErr_ExceptionMatches(PyExc_RecursionError) == 0);
 }
 
 void printAndClearErrorIfAny() {

@@ -43,8 +43,8 @@ inline void setError(PyObject* exceptionType, const std::string& message) {
 }
 
 /// Whether the pending error, if there is one, may give way to this system's own words, where they are the same
-/// whatever lay behind. Want of memory, exhausted recursion and the user's interrupt may not: they are no fault of what
-/// is read.
+/// whatever lay behind. Want of memory, exhausted recursion and what is no `Exception` (the user's interrupt, a wish to
+/// leave) may not: they are no fault of what is read.
 bool mayReplaceError();
 /// Raises in place of the pending error, where that may be.
 inline void replaceError(PyObject* exceptionType, const char* message) {

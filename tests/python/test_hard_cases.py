@@ -70,7 +70,9 @@ double(size=(2, 2)).reshape(Items(fail))
 """.strip().splitlines()
 
 
-@pytest.mark.parametrize("error", ["MemoryError", "RecursionError", "KeyboardInterrupt"])
+@pytest.mark.parametrize(
+    "error", ["MemoryError", "RecursionError", "KeyboardInterrupt", "SystemExit"]
+)
 def test_errors_that_no_words_of_ours_replace(error):
     assert run(f"""
 class Own({error}): pass

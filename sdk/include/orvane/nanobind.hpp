@@ -73,7 +73,8 @@ struct type_caster<Value_> {
                 if (auto taken = Argument::tryTake(source.ptr(), mayRefuse, keep)) {
                     m_value.emplace(*std::move(taken));
                 }
-            } catch (const python::PythonError&) {
+            } catch (const python::PythonError& error) {
+                error.restore();
                 m_fault = std::make_exception_ptr(python_error());
             } catch (python::detail::ThreadEnd&) {
                 throw;

@@ -85,7 +85,8 @@ private:
     static auto pass(Body body) {
         try {
             return body();
-        } catch (const orvane::python::PythonError&) {
+        } catch (const orvane::python::PythonError& error) {
+            error.restore();
             throw error_already_set();
         }
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <orvane/data.hpp>
+#include <orvane/python/pending_error.hpp>
 #include <orvane/python/reference.hpp>
 
 #include <exception>
@@ -28,13 +29,43 @@ inline void registerPendingTranslator() {
 
 } // namespace detail
 
-/// Says that a Python error is set: catch it where null goes back to the interpreter. `guarded` does, and so do
-/// pybind11 and nanobind when their header of this folder is included.
+/// Carries the Python error that is set when it is made, so that what is destroyed on the way out, deleters of blocks
+/// among it, comes upon none and can lose none. Catch it where null goes back to the interpreter, and call `restore`.
+/// `guarded` does, and so do pybind11 and nanobind when their header of this folder is included.
 class PythonError : public std::exception {
 public:
-    PythonError() { detail::registerPendingTranslator(); }
+    PythonError() {
+        PyErr_Fetch(&m_type, &m_value, &m_traceback);
+        detail::registerPendingTranslator();
+    }
+    PythonError(const PythonError& other) noexcept
+        : m_type(other.m_type), m_value(other.m_value), m_traceback(other.m_traceback) {
+        Py_XINCREF(m_type);
+        Py_XINCREF(m_value);
+        Py_XINCREF(m_traceback);
+    }
+    PythonError& operator=(const PythonError&) = delete;
+    ~PythonError() override {
+        if (m_type != nullptr) {
+            const PendingError kept;
+            const Reference type(m_type), value(m_value), traceback(m_traceback);
+        }
+    }
 
-    const char* what() const noexcept override { return "a Python error is set"; }
+    /// Sets the error again, for once. What is pending instead by then is reported as what nobody can handle.
+    void restore() const {
+        if (m_type != nullptr) {
+            detail::reportPendingError();
+            PyErr_Restore(std::exchange(m_type, nullptr), m_value, m_traceback);
+        }
+    }
+
+    const char* what() const noexcept override { return "a Python error was set"; }
+
+private:
+    mutable PyObject* m_type = nullptr; ///< null once the error has been set again
+    mutable PyObject* m_value = nullptr;
+    mutable PyObject* m_traceback = nullptr;
 };
 
 namespace detail {
@@ -45,7 +76,8 @@ using OutOfMemory = data::detail::ArrayException<Exception, data::ExceptionType:
 inline void translate(const std::exception_ptr& exception) {
     try {
         std::rethrow_exception(exception);
-    } catch (const PythonError&) { // is set already
+    } catch (const PythonError& error) {
+        error.restore();
     } catch (const OutOfMemory&) {
         PyErr_NoMemory();
     }
@@ -81,13 +113,19 @@ inline std::string typeNameOf(PyObject* object) {
 } // namespace detail
 
 /// Runs the body of a function that Python calls. `body` gives a `Reference` or a new `PyObject*`; what it throws
-/// becomes a Python error and null: `PythonError` the error that is set, want of memory `MemoryError`, everything else
-/// that derives from `std::exception`, the data-array library's refusals among them, `RuntimeError` with its words.
+/// becomes a Python error and null: `PythonError` the error that it carries, want of memory `MemoryError`, everything
+/// else that derives from `std::exception`, the data-array library's refusals among them, `RuntimeError` with its
+/// words.
 template <class Body>
 PyObject* guarded(Body&& body) {
     try {
-        return Reference(std::forward<Body>(body)()).release();
-    } catch (const PythonError&) {
+        Reference result(std::forward<Body>(body)());
+        if (result) {
+            detail::reportPendingError(); // of code that ran while the body's variables went
+        }
+        return result.release();
+    } catch (const PythonError& error) {
+        error.restore();
     } catch (const std::bad_alloc&) {
         PyErr_NoMemory();
     } catch (const detail::OutOfMemory&) {

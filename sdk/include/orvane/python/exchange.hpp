@@ -34,7 +34,8 @@ inline bool hasExchange() {
     try {
         detail::exchange();
         return true;
-    } catch (const PythonError&) {
+    } catch (const PythonError& error) {
+        error.restore();
         if (PyErr_ExceptionMatches(PyExc_ImportError) == 0) {
             throw;
         }
