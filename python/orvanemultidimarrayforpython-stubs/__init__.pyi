@@ -152,9 +152,9 @@ class double(
     @overload
     def __new__(
         cls,
-        initializer: _Initializer[complex] = None,
+        initializer: _Initializer[complex | None] = None,
         size: _Size = None,
-        vector: _Vector[complex] = None,
+        vector: _Vector[complex | None] = None,
         *,
         is_complex: Literal[True],
     ) -> double[complex, double[complex]]: ...
@@ -167,6 +167,16 @@ class double(
         *,
         is_complex: bool,
     ) -> double[Any, double[Any]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex | None],
+        size: _Size,
+        vector: _Vector[complex | None],
+        is_complex: Literal[True],
+    ) -> double[complex, double[complex]]: ...
+    @overload
+    def __new__(cls, keywords: dict[str, Any], /) -> double[Any, double[Any]]: ...
     def toarray(self) -> array[float]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -188,9 +198,9 @@ class single(
     @overload
     def __new__(
         cls,
-        initializer: _Initializer[complex] = None,
+        initializer: _Initializer[complex | None] = None,
         size: _Size = None,
-        vector: _Vector[complex] = None,
+        vector: _Vector[complex | None] = None,
         *,
         is_complex: Literal[True],
     ) -> single[complex, single[complex]]: ...
@@ -203,6 +213,16 @@ class single(
         *,
         is_complex: bool,
     ) -> single[Any, single[Any]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex | None],
+        size: _Size,
+        vector: _Vector[complex | None],
+        is_complex: Literal[True],
+    ) -> single[complex, single[complex]]: ...
+    @overload
+    def __new__(cls, keywords: dict[str, Any], /) -> single[Any, single[Any]]: ...
     def toarray(self) -> array[float]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -224,9 +244,9 @@ class int8(
     @overload
     def __new__(
         cls,
-        initializer: _Initializer[complex] = None,
+        initializer: _Initializer[complex | None] = None,
         size: _Size = None,
-        vector: _Vector[complex] = None,
+        vector: _Vector[complex | None] = None,
         *,
         is_complex: Literal[True],
     ) -> int8[complex, int8[complex]]: ...
@@ -239,6 +259,16 @@ class int8(
         *,
         is_complex: bool,
     ) -> int8[Any, int8[Any]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex | None],
+        size: _Size,
+        vector: _Vector[complex | None],
+        is_complex: Literal[True],
+    ) -> int8[complex, int8[complex]]: ...
+    @overload
+    def __new__(cls, keywords: dict[str, Any], /) -> int8[Any, int8[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -260,9 +290,9 @@ class uint8(
     @overload
     def __new__(
         cls,
-        initializer: _Initializer[complex] = None,
+        initializer: _Initializer[complex | None] = None,
         size: _Size = None,
-        vector: _Vector[complex] = None,
+        vector: _Vector[complex | None] = None,
         *,
         is_complex: Literal[True],
     ) -> uint8[complex, uint8[complex]]: ...
@@ -275,6 +305,16 @@ class uint8(
         *,
         is_complex: bool,
     ) -> uint8[Any, uint8[Any]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex | None],
+        size: _Size,
+        vector: _Vector[complex | None],
+        is_complex: Literal[True],
+    ) -> uint8[complex, uint8[complex]]: ...
+    @overload
+    def __new__(cls, keywords: dict[str, Any], /) -> uint8[Any, uint8[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -296,9 +336,9 @@ class int16(
     @overload
     def __new__(
         cls,
-        initializer: _Initializer[complex] = None,
+        initializer: _Initializer[complex | None] = None,
         size: _Size = None,
-        vector: _Vector[complex] = None,
+        vector: _Vector[complex | None] = None,
         *,
         is_complex: Literal[True],
     ) -> int16[complex, int16[complex]]: ...
@@ -311,6 +351,16 @@ class int16(
         *,
         is_complex: bool,
     ) -> int16[Any, int16[Any]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex | None],
+        size: _Size,
+        vector: _Vector[complex | None],
+        is_complex: Literal[True],
+    ) -> int16[complex, int16[complex]]: ...
+    @overload
+    def __new__(cls, keywords: dict[str, Any], /) -> int16[Any, int16[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -332,9 +382,9 @@ class uint16(
     @overload
     def __new__(
         cls,
-        initializer: _Initializer[complex] = None,
+        initializer: _Initializer[complex | None] = None,
         size: _Size = None,
-        vector: _Vector[complex] = None,
+        vector: _Vector[complex | None] = None,
         *,
         is_complex: Literal[True],
     ) -> uint16[complex, uint16[complex]]: ...
@@ -347,6 +397,16 @@ class uint16(
         *,
         is_complex: bool,
     ) -> uint16[Any, uint16[Any]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex | None],
+        size: _Size,
+        vector: _Vector[complex | None],
+        is_complex: Literal[True],
+    ) -> uint16[complex, uint16[complex]]: ...
+    @overload
+    def __new__(cls, keywords: dict[str, Any], /) -> uint16[Any, uint16[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -368,9 +428,9 @@ class int32(
     @overload
     def __new__(
         cls,
-        initializer: _Initializer[complex] = None,
+        initializer: _Initializer[complex | None] = None,
         size: _Size = None,
-        vector: _Vector[complex] = None,
+        vector: _Vector[complex | None] = None,
         *,
         is_complex: Literal[True],
     ) -> int32[complex, int32[complex]]: ...
@@ -383,6 +443,16 @@ class int32(
         *,
         is_complex: bool,
     ) -> int32[Any, int32[Any]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex | None],
+        size: _Size,
+        vector: _Vector[complex | None],
+        is_complex: Literal[True],
+    ) -> int32[complex, int32[complex]]: ...
+    @overload
+    def __new__(cls, keywords: dict[str, Any], /) -> int32[Any, int32[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -404,9 +474,9 @@ class uint32(
     @overload
     def __new__(
         cls,
-        initializer: _Initializer[complex] = None,
+        initializer: _Initializer[complex | None] = None,
         size: _Size = None,
-        vector: _Vector[complex] = None,
+        vector: _Vector[complex | None] = None,
         *,
         is_complex: Literal[True],
     ) -> uint32[complex, uint32[complex]]: ...
@@ -419,6 +489,16 @@ class uint32(
         *,
         is_complex: bool,
     ) -> uint32[Any, uint32[Any]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex | None],
+        size: _Size,
+        vector: _Vector[complex | None],
+        is_complex: Literal[True],
+    ) -> uint32[complex, uint32[complex]]: ...
+    @overload
+    def __new__(cls, keywords: dict[str, Any], /) -> uint32[Any, uint32[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -440,9 +520,9 @@ class int64(
     @overload
     def __new__(
         cls,
-        initializer: _Initializer[complex] = None,
+        initializer: _Initializer[complex | None] = None,
         size: _Size = None,
-        vector: _Vector[complex] = None,
+        vector: _Vector[complex | None] = None,
         *,
         is_complex: Literal[True],
     ) -> int64[complex, int64[complex]]: ...
@@ -455,6 +535,16 @@ class int64(
         *,
         is_complex: bool,
     ) -> int64[Any, int64[Any]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex | None],
+        size: _Size,
+        vector: _Vector[complex | None],
+        is_complex: Literal[True],
+    ) -> int64[complex, int64[complex]]: ...
+    @overload
+    def __new__(cls, keywords: dict[str, Any], /) -> int64[Any, int64[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -476,9 +566,9 @@ class uint64(
     @overload
     def __new__(
         cls,
-        initializer: _Initializer[complex] = None,
+        initializer: _Initializer[complex | None] = None,
         size: _Size = None,
-        vector: _Vector[complex] = None,
+        vector: _Vector[complex | None] = None,
         *,
         is_complex: Literal[True],
     ) -> uint64[complex, uint64[complex]]: ...
@@ -491,6 +581,16 @@ class uint64(
         *,
         is_complex: bool,
     ) -> uint64[Any, uint64[Any]]: ...
+    @overload
+    def __new__(
+        cls,
+        initializer: _Initializer[complex | None],
+        size: _Size,
+        vector: _Vector[complex | None],
+        is_complex: Literal[True],
+    ) -> uint64[complex, uint64[complex]]: ...
+    @overload
+    def __new__(cls, keywords: dict[str, Any], /) -> uint64[Any, uint64[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
