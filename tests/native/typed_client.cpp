@@ -167,6 +167,13 @@ Reference setWhenFreed(PyObject* arguments) {
     return none();
 }
 
+/// An array of native code's goes, also when the object is refused.
+Reference dropArray(PyObject* arguments) {
+    const auto dropped = makeArray<double>({1, 0}, "");
+    python::fromPython<double>(argument(arguments, 0));
+    return none();
+}
+
 /// The address of an implementation for position 0, some of which Python cannot have.
 Reference foreignImpl(PyObject* arguments) {
     data::Array array;
@@ -218,6 +225,7 @@ PyMethodDef methods[] = {
     method<dropKeptElsewhere>("drop_kept_elsewhere"),
     method<hold>("hold"),
     method<setWhenFreed>("set_when_freed"),
+    method<dropArray>("drop_array"),
     method<foreignImpl>("foreign_impl"),
     method<throwFault>("throw_fault"),
     method<countFreedBuffers>("count_freed_buffers"),

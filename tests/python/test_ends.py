@@ -88,8 +88,11 @@ def test_a_deleter_may_run_code_while_an_error_is_pending(typed, monkeypatch):
     for use in (iter, memoryview, lambda made: made[0]):
         with refused(ZeroDivisionError, "division by zero"):
             [use(typed.make("d", (2, 1), bytes(16))[0]), 1 / 0]
+    with refused(TypeError, "expected a real orvane.double array, got list"):
+        typed.drop_array([1])
+    typed.drop_array(orvane.double())
     typed.set_when_freed(None)
-    assert (reported, len(left)) == (left, 5)
+    assert (reported, len(left)) == (left, 7)
 
 
 def test_a_deleter_may_use_the_array_whose_block_it_gives_back(typed):

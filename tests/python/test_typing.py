@@ -94,12 +94,14 @@ assert_type(c, {name}[complex, {name}[complex]])
 assert_type(c[0].clone(), {name}[complex, {name}[complex]])
 assert_type(c.imag(), {name}[{element}, {element}])
 c[0][1] = 1j
+{name}({{"size": (2, 3)}})
 {name}([1j])  # refused
 def either(flag: bool) -> {name}[Any]:
     return {name}([1], is_complex=flag)
 def only_real(array: {name}) -> None: ...
 def only_complex(array: {name}[complex]) -> None: ...
 only_complex(c)
+only_complex({name}([[None, 1j]], None, [None], True))
 only_real(c)  # refused
 only_real(either(True))
 """
