@@ -3,6 +3,7 @@
 import _thread
 import math
 import re
+import signal
 import sys
 import threading
 from pathlib import Path
@@ -101,6 +102,7 @@ def test_a_native_thread_fills_an_array(tmp_path):
     finished = recorder.Recording(array, interval=0)
     assert (finished.wait(), finished.columns, finished.running) == (True, 50, False)
     array = orvane.double(size=(2, 10**6))
+    signal.signal(signal.SIGINT, signal.default_int_handler)  # ignored in a shell's background
     for end in ("stop", "interrupt", "drop"):
         recording = recorder.Recording(array, interval=1e-3)
         while recording.columns < 2:
