@@ -89,9 +89,12 @@ PyObject* newArray(const OrvaneBlock& block, std::shared_ptr<void> owner) {
     const std::size_t partSize = visitElementType(type.supportedArrayEnum, []<class T>() { return sizeof(T); });
     const auto count = checkedProduct(std::span<const long>(extents->data(), extents->size()));
     long bytes = 0;
-    if (!count || __builtin_mul_overflow(*count, static_cast<long>(2 * partSize), &bytes) ||
-        (block.elements == nullptr && *count > 0)) {
-        raiseInvalidType();
+    if (!count || __builtin_mul_overflow(*count, static_cast<long>(2 * partSize), &bytes)) {
+        setError(PyExc_ValueError, "the block cannot be as large as its extents make it.");
+        return nullptr;
+    }
+    if (block.elements == nullptr && *count > 0) {
+        setError(PyExc_ValueError, "the block has elements, but no address.");
         return nullptr;
     }
     if (reinterpret_cast<std::uintptr_t>(block.elements) % partSize != 0) {

@@ -67,12 +67,12 @@ struct Guard {
 
 std::vector<double> block;
 
-py::object adopted(bool isReadOnly, std::vector<std::size_t> extents) {
+python::Reference adopted(bool isReadOnly, std::vector<std::size_t> extents) {
     block.assign({1, 2, 3, 4, 5, 6});
     if (isReadOnly) {
-        return taken(python::adoptBlock<const double>(block.data(), extents, Guard()));
+        return python::adoptBlock<const double>(block.data(), extents, Guard());
     }
-    return taken(python::adoptBlock(block.data(), extents, Guard()));
+    return python::adoptBlock(block.data(), extents, [](double* first) { released += first == block.data(); });
 }
 
 } // namespace

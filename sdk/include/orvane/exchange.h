@@ -100,7 +100,7 @@ typedef struct OrvaneExchange {
 
     /** A new array around a block, without a copy: a new reference, or null with an error set. The block is taken over
      * in every case: on failure it has been released. RuntimeError "invalid type." for unknown kinds and negative
-     * extents, ValueError for a block that is not aligned. */
+     * extents, ValueError for a block that is not aligned, has elements but no address, or is larger than memory. */
     PyObject* (*arrayFromBlock)(const OrvaneBlock* block);
 } OrvaneExchange;
 

@@ -9,8 +9,8 @@
 // | `python::Vector<T>`                          | a `std::vector` of the function's own                   | one      |
 // | `data::TypedArray<T>`                        | an array lent by `fromPython`, to read, pass on or keep | at first |
 //
-// Arrays and vectors are returned as well, and taken over by `toPython`. By value and by constant reference come to the
-// same.
+// Arrays and vectors are returned as well, and taken over by `toPython`; a `Reference` is returned as it is. By value
+// and by constant reference come to the same.
 //
 // A span has the strides of the view that came, and is lent until the bound function has returned. With a fixed rank
 // extents of 1 are filled up at the end; where no overload takes more dimensions, TypeError says so.
@@ -113,6 +113,15 @@ private:
 
     std::optional<Value> m_value;
     std::exception_ptr m_fault;
+};
+
+/// What `adoptBlock`, `fromDlpack` and the like give, as a result: the signature says no more than that it is an
+/// object.
+template <>
+struct type_caster<orvane::python::Reference> {
+    using Value = orvane::python::Reference;
+    static constexpr auto Name = const_name("object");
+    static handle from_cpp(Value value, rv_policy, cleanup_list*) noexcept { return value.release(); }
 };
 
 } // namespace nanobind::detail

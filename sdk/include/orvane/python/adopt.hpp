@@ -43,17 +43,25 @@ Reference adopt(void* elements, int type, const std::vector<std::ptrdiff_t>& ext
 
 /// A new Python array around a block, without a copy. `owner` is whatever keeps the block: a vector that was moved in,
 /// a `std::shared_ptr`, a `Reference` to a Python object, a guard of your own whose destructor frees. It is destroyed,
-/// with the interpreter lock held, when nothing uses the block any more: no array, view, export or loan; or before this
-/// throws. Its destructor must not throw.
+/// with the interpreter lock held, when the array and all that shares or shows its block have gone: clones, views,
+/// exports and loans; or before this throws. What can be called, with the block's address or without arguments, is a
+/// deleter: it is called then, once, unless the address is null. Nothing of it must throw.
 ///
 /// The elements stand in column-major order. One extent makes a row; extents of 1 beyond the second are dropped at the
 /// end. `const T` says that the block must not be written to: the first assignment from Python takes a copy.
 ///
-/// RuntimeError "invalid type." for a null block that has elements, ValueError for one that is not aligned, ImportError
-/// when the package at hand is too old.
+/// ValueError for a block that is null and has elements, is not aligned, or would be larger than memory can be,
+/// ImportError when the package at hand is too old.
 template <class T, class Owner>
     requires PythonElement<std::remove_const_t<T>> && std::is_nothrow_destructible_v<Owner>
 Reference adoptBlock(T* elements, const std::vector<std::size_t>& extents, Owner owner) {
+    static_assert(!std::is_pointer_v<Owner> && !std::is_arithmetic_v<Owner>,
+                  "a pointer or a number keeps nothing: of a Python object take a Reference");
+    if constexpr (std::is_invocable_v<Owner&, T*>) {
+        return adoptBlock(elements, extents, std::unique_ptr<T, Owner>(elements, std::move(owner)));
+    } else if constexpr (std::is_invocable_v<Owner&>) {
+        return adoptBlock(elements, extents, [owner = std::move(owner)](T*) mutable { owner(); });
+    }
     using Element = std::remove_const_t<T>;
     return detail::adopt(const_cast<Element*>(elements), arrayTypeNumber<Element>, {extents.begin(), extents.end()},
                          std::is_const_v<T>, std::move(owner));
