@@ -10,7 +10,6 @@
 #include <array>
 #include <concepts>
 #include <cstdint>
-#include <ranges>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -120,8 +119,7 @@ TEST(TypedArrays, releaseHandsOverTheVeryBufferOrACopyOfASharedOne) {
 
 TEST(TypedArrays, aSpanIsReadByPlacesColumnsAndStrides) {
     TypedArray<double> array = ArrayFactory().createArray<double>({2, 3, 4});
-    std::ranges::iota_view<int, int> numbers(0, 24);
-    std::ranges::copy(numbers, writableElementsOf(array).flat().begin());
+    std::ranges::generate(writableElementsOf(array).flat(), [next = 0]() mutable { return next++; });
     const auto elements = elementsOf(array);
     EXPECT_EQ(elements.rank(), 3u);
     EXPECT_EQ(elements.extents(), (std::vector<std::size_t>{2, 3, 4}));
