@@ -14,7 +14,7 @@ import pyperf
 
 from .growth import GrowthResult
 from .inside import InsideResult
-from .rows import Meter, Row
+from .rows.row import Meter, Row
 from .timing import benchmark_name, sides_of
 
 

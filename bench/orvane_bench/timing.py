@@ -20,7 +20,8 @@ from pathlib import Path
 import pyperf
 
 from . import fresh_process
-from .rows import COMMON, Meter, Row
+from .rows.operands import COMMON
+from .rows.row import Meter, Row
 
 Sample = Callable[[int], float]
 

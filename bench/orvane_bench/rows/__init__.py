@@ -1,0 +1,26 @@
+"""What is measured: one table of rows, each a piece of work and the same work done by a peer."""
+
+from __future__ import annotations
+
+from .assignment import ASSIGNMENT
+from .construction import CONSTRUCTION
+from .kinds import KINDS_AGAIN
+from .native import NATIVE
+from .processes import PROCESSES
+from .reading import READING
+from .reordering import REORDERING
+from .row import Row
+from .text_and_pickle import TEXT_AND_PICKLE
+from .whole_arrays import WHOLE_ARRAYS
+
+ROWS: list[Row] = [
+    *CONSTRUCTION,
+    *REORDERING,
+    *READING,
+    *ASSIGNMENT,
+    *WHOLE_ARRAYS,
+    *TEXT_AND_PICKLE,
+    *PROCESSES,
+    *NATIVE,
+    *KINDS_AGAIN,
+]
