@@ -9,6 +9,7 @@ from pathlib import Path
 from .chart import svg
 from .growth import measure_growth
 from .inside import measure_inside
+from .processor import Processor
 from .results import Report, Setting, results_of
 from .rows import ROWS
 from .timing import QUICK, THOROUGH, measure_all
@@ -27,7 +28,16 @@ def parse_arguments() -> argparse.Namespace:
     parser.add_argument(
         "--output", type=Path, required=True, help="folder for the table, the JSON and the chart"
     )
-    return parser.parse_args()
+    parser.add_argument(
+        "--keep",
+        type=Path,
+        metavar="FOLDER",
+        help="where table, JSON and chart are to stay as well",
+    )
+    arguments = parser.parse_args()
+    if arguments.keep and arguments.rows:
+        parser.error("only whole tables are kept")
+    return arguments
 
 
 def progress(message: str) -> None:
@@ -53,15 +63,23 @@ def main() -> None:
         growth = list(measure_growth(progress, 10**7 if arguments.quick else 10**8))
         progress("inside")
         inside = measure_inside(repetitions=3 if arguments.quick else 9)
+    processor = Processor.here()
     report = Report(
-        Setting.of(suite), results_of(suite, [row for _, row in chosen]), growth, inside
+        Setting.of(suite, processor), results_of(suite, [row for _, row in chosen]), growth, inside
     )
 
-    name = f"benchmarks-cpython-{sys.version_info.major}.{sys.version_info.minor}"
-    arguments.output.mkdir(parents=True, exist_ok=True)
-    suite.dump(str(arguments.output / f"{name}-values.json"), replace=True)
-    for suffix, content in (("txt", report.text()), ("json", report.json()), ("svg", svg(report))):
-        (arguments.output / f"{name}.{suffix}").write_text(content, encoding="utf-8")
+    # A set for each kind of machine and each interpreter: a run replaces none but its own.
+    place = Path(processor.slug, f"cpython-{sys.version_info.major}.{sys.version_info.minor}")
+    for folder in filter(None, (arguments.output, arguments.keep)):
+        files = folder / place
+        files.parent.mkdir(parents=True, exist_ok=True)
+        for suffix, content in (
+            (".txt", report.text()),
+            (".json", report.json()),
+            (".svg", svg(report)),
+        ):
+            Path(f"{files}{suffix}").write_text(content, encoding="utf-8")
+    suite.dump(f"{arguments.output / place}-values.json", replace=True)
     print(report.text(), end="")
 
 

@@ -5,7 +5,8 @@ from __future__ import annotations
 import math
 from html import escape
 
-from .results import Report, RowResult, measure_text
+from .results import Report, RowResult
+from .texts import measure_text
 
 LABEL_WIDTH = 330
 PLOT_WIDTH = 470

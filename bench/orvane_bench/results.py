@@ -14,7 +14,9 @@ import pyperf
 
 from .growth import GrowthResult
 from .inside import InsideResult
-from .rows.row import Meter, Row
+from .processor import Processor
+from .rows.row import Row
+from .texts import aligned, bytes_text, measure_text, seconds_text
 from .timing import benchmark_name, sides_of
 
 
@@ -28,9 +30,8 @@ class Setting:
     peers: str
 
     @classmethod
-    def of(cls, suite: pyperf.BenchmarkSuite) -> Setting:
+    def of(cls, suite: pyperf.BenchmarkSuite, processor: Processor) -> Setting:
         known = suite.get_benchmarks()[0].get_metadata()
-        processor = known.get("cpu_model_name", "unknown processor")
         return cls(
             date=datetime.datetime.now(datetime.timezone.utc).date().isoformat(),
             machine=f"{processor} x {known.get('cpu_count', '?')}, {known.get('platform', '')}",
@@ -88,39 +89,6 @@ def results_of(suite: pyperf.BenchmarkSuite, rows: list[Row]) -> list[RowResult]
 
 
 # --- text --------------------------------------------------------------------------------
-
-
-def measure_text(value: float, meter: Meter = Meter.REPEATED) -> str:
-    return bytes_text(value) if meter is Meter.PEAK_MEMORY else seconds_text(value)
-
-
-def seconds_text(value: float) -> str:
-    for unit, size in (("s", 1.0), ("ms", 1e-3), ("us", 1e-6)):
-        if value >= size:
-            return (
-                f"{value / size:.3g} {unit}"
-                if value < 999.5 * size
-                else f"{value / size:.0f} {unit}"
-            )
-    return f"{value / 1e-9:.3g} ns"
-
-
-def bytes_text(value: float) -> str:
-    return f"{value / 1e6:.2f} MB" if value < 1e9 else f"{value / 1e9:.2f} GB"
-
-
-def aligned(table: list[list[str]]) -> list[str]:
-    """Columns of equal width; the first to the left, the others to the right."""
-    widths = [max(map(len, column)) for column in zip(*table, strict=True)]
-    rule = ["-" * width for width in widths]
-    lines = []
-    for cells in [table[0], rule, *table[1:]]:
-        first, *others = (
-            cell.ljust(width) if i == 0 else cell.rjust(width)
-            for i, (cell, width) in enumerate(zip(cells, widths, strict=True))
-        )
-        lines.append("  ".join([first, *others]).rstrip())
-    return lines
 
 
 def rows_text(results: list[RowResult]) -> list[str]:
