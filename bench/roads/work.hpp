@@ -32,7 +32,7 @@ void defineOurs(Module& module) {
     module.def("out", [](std::size_t rows, std::size_t columns) {
         return newArray(rows, columns, [&](double* block) { std::fill_n(block, rows * columns, 0.5); });
     });
-    module.def("identity", [](TypedArray<double> array) { return array; });
+    module.def("identity", [](orvane::python::ArrayObject<double> array) { return array; });
     module.def("halve", [](const ColumnMajorSpan<double, 2>& matrix) {
         halve(matrix.flat().data(), matrix.size(), matrix.data());
     });

@@ -27,6 +27,14 @@ Elements returned(Elements&& elements) {
 template <class Module>
 void defineConvertedFunctions(Module& module) {
     module.def("returned_address", [] { return returnedAddress; });
+    module.def("doubled_in_place", [](orvane::python::ArrayObject<double> array) {
+        const auto elements = array.lendWritable();
+        for (std::size_t i = 0; i < elements.extent(0); ++i) {
+            elements.data()[static_cast<std::ptrdiff_t>(i) * elements.stride(0)] *= 2;
+        }
+        return array;
+    });
+    module.def("nothing", [] { return orvane::python::ArrayObject<double>(); });
     module.def("sorted", [](orvane::python::Vector<double> vector) {
         std::sort(vector.begin(), vector.end());
         return returned(std::move(vector));

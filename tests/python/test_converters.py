@@ -37,11 +37,23 @@ def outcome(expression: str, names: dict[str, Any]) -> str:
         return str(error).split(" arguments")[0]
 
 
+def test_an_array_comes_back_as_the_object_that_it_is(names):
+    array, doubled = names["a"], names["doubled_in_place"]
+    view = array[1][::-1]
+    assert doubled(view) is view
+    assert array == orvane.double([[3, 1, 2], [12, 10, 8]])
+    assert str(doubled(array[2:])) == "[]"
+    for other in (array.tomemoryview(), names["i"], orvane.double([1j], is_complex=True), None):
+        with pytest.raises(TypeError, match="orvane.double"):
+            doubled(other)
+
+
 LINE, GOT = "with one extent other than 1 at most", "elements, got one of"
 
 
 @table(f"""
 sorted(a[0]) -> [[1.0,2.0,3.0]]
+nothing() -> expected a real orvane.double array, got null
 sorted(double([3, 1, 2], size=(1, 1, 3))) -> [[1.0,2.0,3.0]]
 sorted(double([])) -> [[]]
 sorted(a) -> expected a real orvane.double array {LINE}, got one of 2 x 3 elements

@@ -7,10 +7,11 @@
 // | either with a rank, `<T, 2>`                 | the same for arrays of at most so many dimensions       | none     |
 // | `python::OwnCopy<T>`                         | an array of the function's own, to write to and return  | one      |
 // | `python::Vector<T>`                          | a `std::vector` of the function's own                   | one      |
+// | `python::ArrayObject<T>`                     | the Python array itself, to lend from, keep or return   | none     |
 // | `data::TypedArray<T>`                        | an array lent by `fromPython`, to read, pass on or keep | at first |
 //
-// Arrays and vectors are returned as well, and taken over by `toPython`; a `Reference` is returned as it is. By value
-// and by constant reference come to the same.
+// Arrays and vectors are returned as well, and taken over by `toPython`; an `ArrayObject` and a `Reference` are returned
+// as they are. By value and by constant reference come to the same.
 //
 // A span has the strides of the view that came, and is lent until the bound function has returned. With a fixed rank
 // extents of 1 are filled up at the end; where no overload takes more dimensions, TypeError says so.

@@ -14,6 +14,7 @@
 #include <orvane/capsule.h> // has Python.h, which stands before all others
 
 #include <orvane/python/adopt.hpp>
+#include <orvane/python/array_object.hpp>
 #include <orvane/python/element.hpp>
 #include <orvane/python/errors.hpp>
 #include <orvane/python/exchange.hpp>

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <orvane/data.hpp>
+#include <orvane/python/array_object.hpp>
 #include <orvane/python/element.hpp>
 #include <orvane/python/errors.hpp>
 #include <orvane/python/from_python.hpp>
@@ -66,6 +67,20 @@ struct Argument<OwnCopy<T>> {
         return isArray<T>(object) ? std::optional<OwnCopy<T>>(object) : std::nullopt;
     }
     static Reference give(OwnCopy<T>&& array) { return toPython(std::move(array)); }
+};
+
+template <PythonElement T>
+struct Argument<ArrayObject<T>> {
+    using Element = T;
+    static constexpr bool isResult = true;
+
+    static std::optional<ArrayObject<T>> tryTake(PyObject* object, bool, auto&&) {
+        return isArray<T>(object) ? std::optional<ArrayObject<T>>(object) : std::nullopt;
+    }
+    static Reference give(ArrayObject<T>&& array) {
+        requireArray<T>(array.get()); // an empty one is refused
+        return array.release();
+    }
 };
 
 template <class T>
