@@ -16,11 +16,10 @@ using Offsets = std::vector<std::size_t>;
 
 /// Dimensions are taken together until they make so many rows, or columns, of the matrices to transpose.
 constexpr std::size_t enoughPlaces = 64;
-/// From this size in bytes on a target is written past the caches: a core's own would not hold it.
-constexpr std::size_t streamingThreshold = std::size_t{4} << 20;
-/// No tile of a matrix has more rows or columns: its lines in the source rarely start where a block of columns
-/// does, and have to be at hand still when the next block is read.
-constexpr std::size_t placesPerTile = 1024;
+/// No tile of a matrix has more rows or columns. The lines of all its rows, a few of each, have to be at hand from one
+/// block of columns to the next, which shares some and has asked for others ahead: 48 KiB, less than any core's own
+/// caches hold. Rows may lie a page each, and so many pages are within what any core keeps the addresses of.
+constexpr std::size_t placesPerTile = 256;
 
 /// One dimension, with strides in elements.
 struct Dimension {
@@ -82,16 +81,6 @@ private:
     std::size_t m_places = 1; ///< of all dimensions but the outermost
 };
 
-/// Whether the target is to be written past the caches. Elements of one or two bytes are not: too many columns would
-/// be under way at once.
-template <class Unit>
-bool streams(std::span<const Dimension> dimensions, const Offsets& columnOffsets) {
-    const std::size_t bytes = dimensions.back().extent * dimensions.back().targetStride * sizeof(Unit);
-    return sizeof(Unit) >= 4 && bytes >= streamingThreshold &&
-           std::all_of(columnOffsets.begin(), columnOffsets.end(),
-                       [](std::size_t offset) { return offset * sizeof(Unit) % streamAlignment == 0; });
-}
-
 /// Reversing the order of the dimensions transposes, for each position in the middle dimensions, a matrix whose
 /// rows are places in the first few dimensions and whose columns are places in the last few. Along the rows the
 /// target has no gaps, along the columns the source has none.
@@ -112,7 +101,6 @@ void reorderUnits(Unit* target, const std::byte* source, std::span<const Dimensi
     const Offsets columnOffsets = columns.offsets(&Dimension::targetStride);
     const std::size_t rowSteps = rows.stepsPerTile();
     const std::size_t columnSteps = columns.stepsPerTile();
-    const bool isStreamed = streams<Unit>(dimensions, columnOffsets);
     const auto transposeMatrix = [&](std::size_t targetOffset, std::size_t sourceOffset) {
         for (std::size_t i = 0; i < rows.outermost().extent; i += rowSteps) {
             const std::size_t rowCount = rows.places(std::min(rowSteps, rows.outermost().extent - i));
@@ -124,10 +112,7 @@ void reorderUnits(Unit* target, const std::byte* source, std::span<const Dimensi
                     source + sizeof(Unit) * (sourceOffset + i * rows.outermost().sourceStride +
                                              j * columns.outermost().sourceStride);
                 const Tile tile{std::span(rowOffsets).first(rowCount), std::span(columnOffsets).first(columnCount)};
-                if (isStreamed && reinterpret_cast<std::uintptr_t>(to) % streamAlignment == 0)
-                    transposeTile<Unit, transfer, Stores::Streaming>(to, from, tile);
-                else
-                    transposeTile<Unit, transfer, Stores::Cached>(to, from, tile);
+                transposeTile<Unit, transfer>(to, from, tile);
             }
         }
     };
@@ -152,8 +137,6 @@ void reorderUnits(Unit* target, const std::byte* source, std::span<const Dimensi
         if (d == middle.size())
             break;
     }
-    if (isStreamed)
-        finishStreaming();
 }
 
 } // namespace

@@ -8,9 +8,6 @@
 #include <span>
 #include <type_traits>
 #include <utility>
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 
 #include "blocks/reorder.hpp"
 
@@ -23,25 +20,19 @@ struct Tile {
     std::span<const std::size_t> columns;
 };
 
-/// How the target is written.
-enum class Stores {
-    Cached,
-    /// Past the caches, for targets that do not fit there: the lines need not be fetched before they are written.
-    /// Asks for a target and column offsets that are multiples of `streamAlignment` bytes.
-    Streaming
-};
-inline constexpr std::size_t streamAlignment = 16;
-
 /// A 16-byte element, moved through one vector register.
 using Wide [[gnu::vector_size(16)]] = std::uint64_t;
 
 /// Blocks of this many elements on each side are transposed in vector registers.
 template <class Unit>
 inline constexpr std::size_t squareSide = 16 / sizeof(Unit);
-/// So many columns are written side by side, as many sequential streams; their lines have to stay in the first cache,
-/// also where columns lie at multiples of a power of two from each other, and in the buffers of streaming stores.
+/// Caches are filled and written back in lines of so many bytes.
+inline constexpr std::size_t lineBytes = 64;
+/// So many columns are written side by side, as many sequential streams; the lines of theirs that are under way have to
+/// stay in the first cache, also where columns lie at multiples of a power of two from each other.
 template <class Unit>
-inline constexpr std::size_t blockColumns = std::max(squareSide<Unit>, std::min<std::size_t>(8, 64 / sizeof(Unit)));
+inline constexpr std::size_t blockColumns =
+    std::max(squareSide<Unit>, std::min<std::size_t>(8, lineBytes / sizeof(Unit)));
 /// Matrices with no more rows or columns are moved in a way of their own.
 inline constexpr std::size_t smallCount = 4;
 
@@ -56,20 +47,6 @@ Unit load(const std::byte* source) noexcept {
     return unit;
 }
 
-template <Stores stores, class Line>
-void store(void* target, const Line& line) noexcept {
-    static_assert(sizeof(Line) == 16);
-#ifdef __SSE2__
-    if constexpr (stores == Stores::Streaming) {
-        __m128i bits;
-        std::memcpy(&bits, &line, sizeof bits);
-        _mm_stream_si128(static_cast<__m128i*>(target), bits);
-        return;
-    }
-#endif
-    std::memcpy(target, &line, sizeof line);
-}
-
 template <class Vector, std::size_t start, std::size_t... I>
 Vector interleave(Vector a, Vector b, std::index_sequence<I...>) noexcept {
 #if __has_builtin(__builtin_shufflevector)
@@ -81,12 +58,13 @@ Vector interleave(Vector a, Vector b, std::index_sequence<I...>) noexcept {
 }
 
 /// Row i of the square is read at `source + rows[i]`, column j written at `target + columns[j]`.
-template <class Unit, Transfer transfer, Stores stores>
+template <class Unit, Transfer transfer>
 void transposeSquare(Unit* target, const std::size_t* columns, const std::byte* source,
                      const std::size_t* rows) noexcept {
     constexpr std::size_t side = squareSide<Unit>;
     if constexpr (side == 1) {
-        store<stores>(target + columns[0], load<Unit, transfer>(source + rows[0] * sizeof(Unit)));
+        const Unit unit = load<Unit, transfer>(source + rows[0] * sizeof(Unit));
+        std::memcpy(target + columns[0], &unit, sizeof unit);
     } else {
         using Vector [[gnu::vector_size(16)]] = Unit;
         using Lanes = std::make_index_sequence<side>;
@@ -106,7 +84,7 @@ void transposeSquare(Unit* target, const std::size_t* columns, const std::byte* 
             std::copy_n(merged, side, lines);
         }
         for (std::size_t j = 0; j < side; ++j)
-            store<stores>(target + columns[j], lines[j]);
+            std::memcpy(target + columns[j], &lines[j], sizeof(Vector));
     }
 }
 
@@ -140,7 +118,7 @@ void transposeByColumns(Unit* target, const std::byte* source, Tile tile) noexce
 }
 
 /// For tiles of few columns. As many rows at a time as make one store.
-template <class Unit, Transfer transfer, Stores stores>
+template <class Unit, Transfer transfer>
 void transposeByRows(Unit* target, const std::byte* source, Tile tile) noexcept {
     constexpr std::size_t side = squareSide<Unit>;
     const std::size_t grouped = tile.rows.size() / side * side;
@@ -150,51 +128,53 @@ void transposeByRows(Unit* target, const std::byte* source, Tile tile) noexcept 
                 Unit line[side];
                 for (std::size_t i = 0; i < side; ++i)
                     line[i] = load<Unit, transfer>(source + (tile.rows[row + i] + column) * sizeof(Unit));
-                store<stores>(target + tile.columns[column] + row, line);
+                std::memcpy(target + tile.columns[column] + row, line, sizeof line);
             }
         }
     });
     transposeByColumns<Unit, transfer>(target + grouped, source, {tile.rows.subspan(grouped), tile.columns});
 }
 
-template <class Unit, Transfer transfer, Stores stores>
+/// Asks for what the hardware cannot foresee, as rows and columns mostly lie pages apart: the lines of the target a
+/// line before they are written, so that their first store finds them, and those of the source two lines before, which
+/// covers the next block wherever in its lines it starts. Both are steps of the loop and no times: whether they come
+/// from the memory or from a cache, and however large that is, they are asked for once and used while they are near.
+/// Beyond the ends of a tile is what comes next, or nothing that a prefetch minds.
+template <class Unit, Transfer transfer>
 void transposeBySquares(Unit* target, const std::byte* source, Tile tile) noexcept {
     constexpr std::size_t side = squareSide<Unit>;
+    constexpr std::size_t lineRows = lineBytes / sizeof(Unit);
     const std::size_t squareRows = tile.rows.size() / side * side;
     const std::size_t squareColumns = tile.columns.size() / side * side;
     for (std::size_t block = 0; block < squareColumns; block += blockColumns<Unit>) {
         const std::size_t blockEnd = std::min(block + blockColumns<Unit>, squareColumns);
         for (std::size_t row = 0; row < squareRows; row += side) {
-            for (std::size_t i = 0; i < side; ++i) // two cache lines on, for the blocks to come
-                __builtin_prefetch(source + (tile.rows[row + i] + block) * sizeof(Unit) + 128);
+            if (row % lineRows == 0)
+                for (std::size_t column = block; column < blockEnd; ++column)
+                    __builtin_prefetch(target + tile.columns[column] + row + lineRows, 1);
+            for (std::size_t i = 0; i < side; ++i)
+                __builtin_prefetch(source + (tile.rows[row + i] + block) * sizeof(Unit) + 2 * lineBytes);
             for (std::size_t column = block; column < blockEnd; column += side)
-                transposeSquare<Unit, transfer, stores>(target + row, &tile.columns[column],
-                                                        source + column * sizeof(Unit), &tile.rows[row]);
+                transposeSquare<Unit, transfer>(target + row, &tile.columns[column], source + column * sizeof(Unit),
+                                                &tile.rows[row]);
         }
     }
-    transposeByRows<Unit, transfer, Stores::Cached>(target, source + squareColumns * sizeof(Unit),
-                                                    {tile.rows.first(squareRows), tile.columns.subspan(squareColumns)});
+    transposeByRows<Unit, transfer>(target, source + squareColumns * sizeof(Unit),
+                                    {tile.rows.first(squareRows), tile.columns.subspan(squareColumns)});
     transposeByColumns<Unit, transfer>(target + squareRows, source, {tile.rows.subspan(squareRows), tile.columns});
 }
 
 } // namespace detail
 
 /// Moves the elements of a tile. The source needs no alignment.
-template <class Unit, Transfer transfer, Stores stores>
+template <class Unit, Transfer transfer>
 void transposeTile(Unit* target, const std::byte* source, Tile tile) noexcept {
     if (tile.rows.size() <= smallCount)
         detail::transposeByColumns<Unit, transfer>(target, source, tile);
     else if (tile.columns.size() <= smallCount)
-        detail::transposeByRows<Unit, transfer, stores>(target, source, tile);
+        detail::transposeByRows<Unit, transfer>(target, source, tile);
     else
-        detail::transposeBySquares<Unit, transfer, stores>(target, source, tile);
-}
-
-/// After streaming stores, before another thread may be told of the target.
-inline void finishStreaming() noexcept {
-#ifdef __SSE2__
-    _mm_sfence();
-#endif
+        detail::transposeBySquares<Unit, transfer>(target, source, tile);
 }
 
 } // namespace orvane::python
