@@ -28,6 +28,9 @@ template <class Unit>
 inline constexpr std::size_t squareSide = 16 / sizeof(Unit);
 /// Caches are filled and written back in lines of so many bytes.
 inline constexpr std::size_t lineBytes = 64;
+/// A line is asked for so many before it: one would miss the second line of the next block, which rarely starts with
+/// one.
+inline constexpr std::size_t linesAhead = 2;
 /// So many columns are written side by side, as many sequential streams; the lines of theirs that are under way have to
 /// stay in the first cache, also where columns lie at multiples of a power of two from each other.
 template <class Unit>
@@ -57,20 +60,19 @@ Vector interleave(Vector a, Vector b, std::index_sequence<I...>) noexcept {
 #endif
 }
 
-/// Row i of the square is read at `source + rows[i]`, column j written at `target + columns[j]`.
+/// Reads from each row of the square its part of one vector, and writes as much of each column.
 template <class Unit, Transfer transfer>
-void transposeSquare(Unit* target, const std::size_t* columns, const std::byte* source,
-                     const std::size_t* rows) noexcept {
+void transposeSquare(Unit* const* columns, std::size_t row, const std::byte* const* rows, std::size_t column) noexcept {
     constexpr std::size_t side = squareSide<Unit>;
     if constexpr (side == 1) {
-        const Unit unit = load<Unit, transfer>(source + rows[0] * sizeof(Unit));
-        std::memcpy(target + columns[0], &unit, sizeof unit);
+        const Unit unit = load<Unit, transfer>(rows[0] + column * sizeof(Unit));
+        std::memcpy(columns[0] + row, &unit, sizeof unit);
     } else {
         using Vector [[gnu::vector_size(16)]] = Unit;
         using Lanes = std::make_index_sequence<side>;
         Vector lines[side];
         for (std::size_t i = 0; i < side; ++i) {
-            std::memcpy(&lines[i], source + rows[i] * sizeof(Unit), sizeof(Vector));
+            std::memcpy(&lines[i], rows[i] + column * sizeof(Unit), sizeof(Vector));
             if constexpr (transfer == Transfer::TruthValues)
                 lines[i] = reinterpret_cast<Vector>(lines[i] != Vector{}) & 1;
         }
@@ -84,7 +86,7 @@ void transposeSquare(Unit* target, const std::size_t* columns, const std::byte* 
             std::copy_n(merged, side, lines);
         }
         for (std::size_t j = 0; j < side; ++j)
-            std::memcpy(target + columns[j], &lines[j], sizeof(Vector));
+            std::memcpy(columns[j] + row, &lines[j], sizeof(Vector));
     }
 }
 
@@ -135,30 +137,51 @@ void transposeByRows(Unit* target, const std::byte* source, Tile tile) noexcept 
     transposeByColumns<Unit, transfer>(target + grouped, source, {tile.rows.subspan(grouped), tile.columns});
 }
 
-/// Asks for what the hardware cannot foresee, as rows and columns mostly lie pages apart: the lines of the target a
-/// line before they are written, so that their first store finds them, and those of the source two lines before, which
-/// covers the next block wherever in its lines it starts. Both are steps of the loop and no times: whether they come
-/// from the memory or from a cache, and however large that is, they are asked for once and used while they are near.
-/// Beyond the ends of a tile is what comes next, or nothing that a prefetch minds.
+/// One block of columns from top to bottom. `rows` and `columnCount` are multiples of the square's side; the latter is
+/// a constant but for the last block of a tile.
+///
+/// Asks for what the hardware cannot foresee, as rows and columns mostly lie pages apart: for the lines of the target
+/// before they are written to, so that the first store finds them, and for those of the source that the next blocks
+/// share, wherever in its lines they start. How early is counted in steps of the loop and not in time; whether a line
+/// comes from the memory or from a cache of whatever size, it is asked for once and used while it is near. Beyond the
+/// ends of a tile lies what comes next, or nothing that a prefetch minds.
+template <class Unit, Transfer transfer>
+void transposeBlock(Unit* target, const std::size_t* columns, auto columnCount, const std::byte* source,
+                    std::span<const std::size_t> rows) noexcept {
+    constexpr std::size_t side = squareSide<Unit>;
+    constexpr std::size_t lineRows = lineBytes / sizeof(Unit);
+    Unit* out[blockColumns<Unit>];
+    for (std::size_t column = 0; column < columnCount; ++column)
+        out[column] = target + columns[column];
+    for (std::size_t row = 0; row < rows.size(); row += side) {
+        if (row % lineRows == 0)
+            for (std::size_t column = 0; column < columnCount; ++column)
+                __builtin_prefetch(out[column] + row + linesAhead * lineRows, 1);
+        const std::byte* in[side];
+        for (std::size_t i = 0; i < side; ++i) {
+            in[i] = source + rows[row + i] * sizeof(Unit);
+            __builtin_prefetch(in[i] + linesAhead * lineBytes);
+        }
+        for (std::size_t column = 0; column < columnCount; column += side)
+            transposeSquare<Unit, transfer>(out + column, row, in, column);
+    }
+}
+
 template <class Unit, Transfer transfer>
 void transposeBySquares(Unit* target, const std::byte* source, Tile tile) noexcept {
     constexpr std::size_t side = squareSide<Unit>;
-    constexpr std::size_t lineRows = lineBytes / sizeof(Unit);
     const std::size_t squareRows = tile.rows.size() / side * side;
     const std::size_t squareColumns = tile.columns.size() / side * side;
-    for (std::size_t block = 0; block < squareColumns; block += blockColumns<Unit>) {
-        const std::size_t blockEnd = std::min(block + blockColumns<Unit>, squareColumns);
-        for (std::size_t row = 0; row < squareRows; row += side) {
-            if (row % lineRows == 0)
-                for (std::size_t column = block; column < blockEnd; ++column)
-                    __builtin_prefetch(target + tile.columns[column] + row + lineRows, 1);
-            for (std::size_t i = 0; i < side; ++i)
-                __builtin_prefetch(source + (tile.rows[row + i] + block) * sizeof(Unit) + 2 * lineBytes);
-            for (std::size_t column = block; column < blockEnd; column += side)
-                transposeSquare<Unit, transfer>(target + row, &tile.columns[column], source + column * sizeof(Unit),
-                                                &tile.rows[row]);
-        }
-    }
+    std::size_t column = 0;
+    const auto transposeColumns = [&](auto count) {
+        transposeBlock<Unit, transfer>(target, &tile.columns[column], count, source + column * sizeof(Unit),
+                                       tile.rows.first(squareRows));
+        column += count;
+    };
+    while (column + blockColumns<Unit> <= squareColumns)
+        transposeColumns(std::integral_constant<std::size_t, blockColumns<Unit>>{});
+    if (column < squareColumns)
+        transposeColumns(squareColumns - column);
     transposeByRows<Unit, transfer>(target, source + squareColumns * sizeof(Unit),
                                     {tile.rows.first(squareRows), tile.columns.subspan(squareColumns)});
     transposeByColumns<Unit, transfer>(target + squareRows, source, {tile.rows.subspan(squareRows), tile.columns});
