@@ -11,9 +11,12 @@ namespace {
 using orvane::python::Transfer;
 using Extents = std::vector<std::size_t>;
 
+std::size_t bytesOf(const Extents& extents, std::size_t elementSize) {
+    return std::accumulate(extents.begin(), extents.end(), elementSize, std::multiplies<std::size_t>());
+}
+
 void reorder(benchmark::State& state, const Extents& extents, std::size_t elementSize) {
-    const std::size_t bytes =
-        std::accumulate(extents.begin(), extents.end(), elementSize, std::multiplies<std::size_t>());
+    const std::size_t bytes = bytesOf(extents, elementSize);
     const std::vector<char> source(bytes, 'x');
     std::vector<char> target(bytes, 'y');
     for (auto _ : state) {
@@ -32,6 +35,7 @@ std::string nameOf(const Extents& extents, std::size_t elementSize) {
 
 const bool areRegistered = [] {
     const auto add = [](const Extents& extents, std::size_t elementSize) {
+        orvane::bench::compareWithCopy(bytesOf(extents, elementSize));
         benchmark::RegisterBenchmark(nameOf(extents, elementSize).c_str(),
                                      [=](benchmark::State& state) { reorder(state, extents, elementSize); });
     };
@@ -41,6 +45,9 @@ const bool areRegistered = [] {
     add({10, 10, 10, 10, 10, 10}, 8);
     add({1'000'000, 3}, 8);
     add({3, 1'000'000}, 8);
+    // From what a core's own caches hold to what hardly any holds: no size and no power of two may stand out.
+    for (const std::size_t side : {256, 362, 512, 724, 1024, 1448, 2048, 2896})
+        add({side, side}, 8);
     return true;
 }();
 

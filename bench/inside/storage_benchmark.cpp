@@ -62,4 +62,6 @@ void handOutAgain(benchmark::State& state) {
 }
 BENCHMARK(handOutAgain)->Name("mirror/hand-out again")->Arg(1000)->Arg(1'000'000);
 
+const bool isCompared = (bench::compareWithCopy(1'000'000 * sizeof(double)), true);
+
 } // namespace
