@@ -15,13 +15,16 @@
 
 namespace orvane::python {
 
+class NumberBlock;
+class RegularNesting;
+
 /// Lives for one call. Two uses:
 ///  - a construction calls `processConstructorArgsAndKwargs` once and gets the array;
 ///  - an assignment calls `processNestedInitializer` once and reads `elements` and `governingDims`.
 /// Whatever fails sets a Python error; no C++ exception comes out of these functions.
 ///
 /// Regular input made of the interpreter's own types is read by short cuts that run no code of the caller's
-/// (`regular_nesting.hpp`, `flat_sequence.hpp`, `own_array_items.hpp`). A short cut that meets anything else is given
+/// (`regular_nesting.hpp`, `number_block.hpp`, `block_nesting.hpp`). A short cut that meets anything else is given
 /// up without a trace, and the walk of `nested_walk.hpp` reads the value from the start: it alone knows the faults.
 ///
 /// Instantiated for the eleven element types and the complex forms of the ten numeric ones.
@@ -36,7 +39,11 @@ public:
     /// which is refused. `isConstruction` is handed to the element conversion.
     bool processNestedInitializer(PyObject* value, bool isConstruction);
 
-    /// What `processNestedInitializer` has collected.
+    /// The same of an open block, whose numbers become elements somehow. False, with no error set unless by a signal's
+    /// handler, when one does not fit or there is no memory.
+    bool collectBlock(const NumberBlock& block);
+
+    /// What was collected.
     std::span<const T> elements() const noexcept { return m_elements; }
     /// The extents of what was collected; for a construction, those that `size` asks for when it is given.
     const Dims& governingDims() const noexcept { return m_shape.governingDims(); }
@@ -54,7 +61,8 @@ private:
     template <class Read>
     bool readByShortCut(std::span<const std::size_t> extents, Read&& read);
     bool readRegularInitializer(PyObject* initializer);
-    bool readRange(PyObject* initializer);
+    [[gnu::noinline]] bool readNestedBlocks(PyObject* initializer, const RegularNesting& nesting);
+    [[gnu::noinline]] bool readBlockInitializer(PyObject* initializer);
     bool processForeignBuffer(PyObject* exporter);
     bool processBufferInitializer(const Py_buffer& view);
     bool walkInitializer(PyObject* initializer);
@@ -68,9 +76,17 @@ private:
     template <bool isConstruction>
     bool collectRegularNesting(PyObject* value);
     template <bool isConstruction>
-    [[gnu::noinline]] bool collectOwnArray(PyObject* value);
+    [[gnu::noinline]] bool collectNestedBlocks(PyObject* value, const RegularNesting& nesting);
+    template <bool isConstruction>
+    [[gnu::noinline]] bool collectBlock(PyObject* value);
     bool walkNestedInitializer(PyObject* value, bool isConstruction);
+    /// Reads the `length` items of a flat list or block of numbers.
+    [[gnu::noinline]] bool readFlatSequence(PyObject* sequence, std::size_t length, T* target);
     bool readVectorItems(PyObject* vector, Py_ssize_t length, T* target);
+
+    template <bool isConstruction>
+    static bool openBlock(NumberBlock& block, PyObject* value);
+    static bool readBlockInto(const NumberBlock& block, T* target);
 
     /// Asks for the memory of what `size` describes, before anything else is read. False with MemoryError set.
     bool setDimsAndReserve(bool valuesFollow);

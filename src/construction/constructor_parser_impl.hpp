@@ -12,12 +12,14 @@
 #include <utility>
 #include <vector>
 
+#include "blocks/number_runs.hpp"
 #include "blocks/reorder.hpp"
+#include "construction/block_nesting.hpp"
 #include "construction/buffer_initializer.hpp"
 #include "construction/construction_errors.hpp"
-#include "construction/flat_sequence.hpp"
 #include "construction/nested_walk.hpp"
-#include "construction/own_array_items.hpp"
+#include "construction/number_block.hpp"
+#include "construction/range_items.hpp"
 #include "construction/regular_nesting.hpp"
 #include "elements/conversion.hpp"
 #include "vocabulary/boundary.hpp"
@@ -39,6 +41,11 @@ inline constexpr std::size_t maxElements = std::numeric_limits<std::ptrdiff_t>::
 /// The transfer that elements of a foreign buffer need: bytes of logical elements may hold any value there.
 template <class T>
 inline constexpr Transfer foreignTransfer = std::is_same_v<T, bool> ? Transfer::TruthValues : Transfer::Bytewise;
+
+template <class T>
+std::byte* asBytes(T* elements) noexcept {
+    return reinterpret_cast<std::byte*>(elements);
+}
 
 } // namespace detail
 
@@ -85,6 +92,19 @@ template <class T>
 template <class Step>
 bool FinalConstructorParser<T>::countingRecursion(Step&& step) {
     return withRecursionCounted(false, [&] { return withConstructionErrors<T>(m_requestedElements, step); });
+}
+
+// ---- Blocks of numbers ----
+
+template <class T>
+template <bool isConstruction>
+bool FinalConstructorParser<T>::openBlock(NumberBlock& block, PyObject* value) {
+    return block.open(value) && RunConversion<T>::template from<isConstruction>(block.kind()) != Conversion::Never;
+}
+
+template <class T>
+bool FinalConstructorParser<T>::readBlockInto(const NumberBlock& block, T* target) {
+    return readGapless(block, ElementOrder::ColumnMajor, detail::asBytes(target), ElementWriter::of<T>());
 }
 
 // ---- Memory ----
@@ -149,8 +169,17 @@ bool FinalConstructorParser<T>::processVectorKwarg(PyObject* vector) {
     if (!m_shape.checkInitializerDimsAgainstSize())
         return false;
     T* target = bufferFor(static_cast<std::size_t>(length));
-    return readFlatSequence(vector, length, target) ||
+    return readFlatSequence(vector, static_cast<std::size_t>(length), target) ||
            (mayTakeTheLongRoad() && countingRecursion([&] { return readVectorItems(vector, length, target); }));
+}
+
+template <class T>
+bool FinalConstructorParser<T>::readFlatSequence(PyObject* sequence, std::size_t length, T* target) {
+    if (!exactItems(sequence).empty())
+        return RegularReader<T, true>({&length, 1}, ElementOrder::RowMajor, target).read(sequence);
+    NumberBlock block;
+    return openBlock<true>(block, sequence) && block.counts().size() == 1 &&
+           static_cast<std::size_t>(block.elementCount()) == length && readBlockInto(block, target);
 }
 
 template <class T>
@@ -187,7 +216,7 @@ bool FinalConstructorParser<T>::processInitializerKwarg(PyObject* initializer) {
         setError(PyExc_ValueError, "value passed to initializer must be numeric.");
         return false;
     }
-    if (readRegularInitializer(initializer) || readRange(initializer))
+    if (readRegularInitializer(initializer) || readBlockInitializer(initializer))
         return true;
     if (!mayTakeTheLongRoad())
         return false;
@@ -208,7 +237,7 @@ bool FinalConstructorParser<T>::settleDims(std::size_t count) {
 template <class T>
 bool FinalConstructorParser<T>::walkInitializer(PyObject* initializer) {
     const bool isCollected =
-        collectOwnArray<true>(initializer) || (mayTakeTheLongRoad() && walkNestedInitializer(initializer, true));
+        collectBlock<true>(initializer) || (mayTakeTheLongRoad() && walkNestedInitializer(initializer, true));
     // The walk has proved that so many values make these extents. It need not have kept them all.
     const auto count = checkedProduct(asSpan(m_shape.initializerDims()));
     if (!isCollected || !settleDims(static_cast<std::size_t>(count.value_or(0))))
@@ -244,28 +273,37 @@ bool FinalConstructorParser<T>::readByShortCut(std::span<const std::size_t> exte
 template <class T>
 bool FinalConstructorParser<T>::readRegularInitializer(PyObject* initializer) {
     const RegularNesting nesting(initializer);
-    T scalar;
-    if (nesting.rank() == 0 || !convertExactNumber(nesting.firstScalar(), scalar))
+    if (nesting.rank() == 0)
         return false;
+    T scalar;
+    if (!convertExactNumber(nesting.firstScalar(), scalar))
+        return readNestedBlocks(initializer, nesting);
     return readByShortCut(nesting.extents(), [&](T* target) {
         return RegularReader<T, true>(nesting.extents(), ElementOrder::ColumnMajor, target).read(initializer);
     });
 }
 
 template <class T>
-bool FinalConstructorParser<T>::readRange(PyObject* initializer) {
-    if (!PyRange_Check(initializer))
+bool FinalConstructorParser<T>::readNestedBlocks(PyObject* initializer, const RegularNesting& nesting) {
+    const BlockNesting blocks(nesting, &RunConversion<T>::template from<true>);
+    return !blocks.extents().empty() && readByShortCut(blocks.extents(), [&](T* target) {
+        return blocks.read(initializer, ElementOrder::ColumnMajor, detail::asBytes(target), ElementWriter::of<T>());
+    });
+}
+
+/// Arrays of this module and ranges. Whatever else is a block is an initializer that exports a buffer, and is held
+/// against the element type as one.
+template <class T>
+bool FinalConstructorParser<T>::readBlockInitializer(PyObject* initializer) {
+    NumberBlock block;
+    if (!(OCPyArray_Check(initializer) || PyRange_Check(initializer)) || !openBlock<true>(block, initializer))
         return false;
-    const Py_ssize_t length = PySequence_Size(initializer);
-    if (length <= 0) {
-        PyErr_Clear(); // the walk will meet the same
-        return false;
-    }
-    const auto extent = static_cast<std::size_t>(length);
-    m_shape.initializerDims().assign(1, extent);
-    if (m_shape.agreementWithSize() != Agreement::Agrees && isRangeOf<RealElement<T>>(initializer, length))
-        return settleDims(extent); // which says so: there is no other fault, however long the range
-    return readByShortCut({&extent, 1}, [&](T* target) { return readFlatSequence(initializer, length, target); });
+    const Dims extents(block.counts().begin(), block.counts().end());
+    m_shape.initializerDims().assign(extents.begin(), extents.end());
+    if (PyRange_Check(initializer) && m_shape.agreementWithSize() != Agreement::Agrees &&
+        canStore<RealElement<T>>(*itemsOfRange(initializer)))
+        return settleDims(extents.front()); // which says so: there is no other fault, however long the range
+    return readByShortCut(asSpan(extents), [&](T* target) { return readBlockInto(block, target); });
 }
 
 template <class T>
@@ -310,7 +348,7 @@ bool FinalConstructorParser<T>::processNestedInitializer(PyObject* value, bool i
 template <class T>
 template <bool isConstruction>
 bool FinalConstructorParser<T>::collectByShortCut(PyObject* value) {
-    return value != nullptr && (collectRegularNesting<isConstruction>(value) || collectOwnArray<isConstruction>(value));
+    return value != nullptr && (collectRegularNesting<isConstruction>(value) || collectBlock<isConstruction>(value));
 }
 
 /// Common to the short cuts that collect: `read` is given room for the elements and fills it. If there is no memory
@@ -333,21 +371,40 @@ template <class T>
 template <bool isConstruction>
 bool FinalConstructorParser<T>::collectRegularNesting(PyObject* value) {
     const RegularNesting nesting(value);
-    const auto count = checkedProduct(nesting.extents());
-    T scalar;
-    if (nesting.rank() == 0 || !count || !convertExactNumber<T, isConstruction>(nesting.firstScalar(), scalar))
+    if (nesting.rank() == 0)
         return false;
-    return collect(static_cast<std::size_t>(*count), nesting.extents(), [&](T* target) {
-        return RegularReader<T, isConstruction>(nesting.extents(), ElementOrder::RowMajor, target).read(value);
-    });
+    T scalar;
+    if (!convertExactNumber<T, isConstruction>(nesting.firstScalar(), scalar))
+        return collectNestedBlocks<isConstruction>(value, nesting);
+    const auto count = checkedProduct(nesting.extents());
+    return count && collect(static_cast<std::size_t>(*count), nesting.extents(), [&](T* target) {
+               return RegularReader<T, isConstruction>(nesting.extents(), ElementOrder::RowMajor, target).read(value);
+           });
 }
 
 template <class T>
 template <bool isConstruction>
-bool FinalConstructorParser<T>::collectOwnArray(PyObject* value) {
-    const auto items = OwnArrayItems::of(value);
-    return items && collect(items->count(), items->selection.counts,
-                            [&](T* target) { return readOwnArray<T, isConstruction>(*items, target); });
+bool FinalConstructorParser<T>::collectNestedBlocks(PyObject* value, const RegularNesting& nesting) {
+    const BlockNesting blocks(nesting, &RunConversion<T>::template from<isConstruction>);
+    const auto count = checkedProduct(blocks.extents());
+    return !blocks.extents().empty() && count &&
+           collect(static_cast<std::size_t>(*count), blocks.extents(), [&](T* target) {
+               return blocks.read(value, ElementOrder::RowMajor, detail::asBytes(target), ElementWriter::of<T>());
+           });
+}
+
+template <class T>
+template <bool isConstruction>
+bool FinalConstructorParser<T>::collectBlock(PyObject* value) {
+    NumberBlock block;
+    return openBlock<isConstruction>(block, value) && collectBlock(block);
+}
+
+template <class T>
+bool FinalConstructorParser<T>::collectBlock(const NumberBlock& block) {
+    return collect(static_cast<std::size_t>(block.elementCount()), block.counts(), [&](T* target) {
+        return readGapless(block, ElementOrder::RowMajor, detail::asBytes(target), ElementWriter::of<T>());
+    });
 }
 
 template <class T>

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <span>
 
+#include "construction/number_block.hpp"
 #include "elements/conversion.hpp"
 #include "vocabulary/caller_code.hpp"
 
@@ -55,9 +56,6 @@ private:
     std::size_t m_rank = 0;
     PyObject* m_firstScalar = nullptr;
 };
-
-/// The order in which elements are laid down: the last dimension fastest, or the first.
-enum class ElementOrder { RowMajor, ColumnMajor };
 
 /// Reads a nested value into elements, checking on the way that it has the extents told. In column-major order a
 /// group of outer items is read side by side, so that each cache line of the target is filled at once.

@@ -100,6 +100,15 @@ public:
             std::memcpy(m_mirrorElements + byteOffset, &value, sizeof(T));
     }
 
+    /// The same for many elements: `write` is called with the address of the data array's elements and of the mirror's,
+    /// or with the one that they share, and writes the same in both.
+    template <class Write>
+    void storeMany(Write&& write) {
+        write(m_dataElements);
+        if (isSplit())
+            write(m_mirrorElements);
+    }
+
     /// The data array for a native caller, with its mirror split off. Borrowed: an assignment or a reshape may
     /// replace it.
     data::impl::ArrayImpl* handOut();

@@ -30,8 +30,8 @@ template <class T>
 ElementResult<T> convertToElement(PyObject* value, bool isConstruction);
 
 /// Stores an integer in a real element, or one part of a complex one. False when it does not fit.
-template <class Real>
-bool storeInteger(long long value, Real& element) noexcept {
+template <class Integer, class Real>
+bool storeInteger(Integer value, Real& element) noexcept {
     if constexpr (std::is_same_v<Real, bool>) {
         element = value != 0;
     } else if constexpr (std::is_floating_point_v<Real>) {

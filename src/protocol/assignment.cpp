@@ -4,6 +4,7 @@
 #include <span>
 
 #include "construction/constructor_parser.hpp"
+#include "construction/number_block.hpp"
 #include "core/array_object.hpp"
 #include "core/element_access.hpp"
 #include "core/selection.hpp"
@@ -43,6 +44,38 @@ bool writeElements(ODArrayWrapper& wrapper, const Selection& target, std::span<c
     return true;
 }
 
+/// Whether anything of the numbers lies among the elements of the array to write to.
+bool mayOverlap(const StridedNumbers& numbers, const std::byte* elements, std::size_t size) {
+    if (numbers.first.address == nullptr)
+        return false;
+    auto lowest = reinterpret_cast<std::uintptr_t>(numbers.first.address);
+    std::uintptr_t highest = lowest + numbers.first.kind.size();
+    for (std::size_t d = 0; d < numbers.counts.size(); ++d) {
+        const long reach = (numbers.counts[d] - 1) * numbers.strides[d];
+        (reach < 0 ? lowest : highest) += static_cast<std::uintptr_t>(reach);
+    }
+    const auto begin = reinterpret_cast<std::uintptr_t>(elements);
+    return lowest < begin + size && begin < highest;
+}
+
+/// Writes numbers that all become elements of type `U` straight to a target of the same extents, inside its storage.
+/// False, with nothing written, where they lie among the elements of the same array.
+template <class U>
+bool writeNumbers(ODArrayWrapper& wrapper, const Selection& target, const NumberBlock& block) {
+    wrapper.prepareForWriting();
+    const StridedNumbers numbers = block.numbers();
+    const auto size = static_cast<std::size_t>(target.layout->sizeInBytes());
+    bool overlaps = false;
+    wrapper.storeMany([&](std::byte* elements) { overlaps |= mayOverlap(numbers, elements, size); });
+    if (overlaps)
+        return false;
+    wrapper.storeMany([&](std::byte* elements) {
+        readBlock(numbers, {elements + target.origin, {target.strides.data(), target.strides.size()}},
+                  ElementWriter::of<U>());
+    });
+    return true;
+}
+
 /// One assignment to an array of element type `U`. The extents that the subscript was measured against are held on to:
 /// converting the right side may run code that reshapes the array.
 template <class U>
@@ -77,7 +110,27 @@ public:
 private:
     std::size_t activeDimension() const { return m_array.chain().activeDimension(); }
     ODArrayWrapper& wrapper() const { return m_array.wrapper(); }
-    bool readRightSide() { return m_rightSide.processNestedInitializer(m_value, false); }
+
+    /// A block whose numbers are elements of the array as they come needs no collecting.
+    bool readRightSide() {
+        if (m_value != nullptr && m_block.open(m_value)) {
+            m_isBlock = RunConversion<U>::template from<false>(m_block.kind()) == Conversion::Always;
+            if (m_isBlock)
+                return true;
+            m_block.close();
+        }
+        return m_rightSide.processNestedInitializer(m_value, false);
+    }
+    std::size_t elementsRead() const {
+        return m_isBlock ? static_cast<std::size_t>(m_block.elementCount()) : m_rightSide.elements().size();
+    }
+    /// Whether the right side has exactly these extents.
+    bool hasExtents(std::span<const long> extents) const {
+        const auto isEqual = [](auto a, auto b) { return static_cast<long>(a) == static_cast<long>(b); };
+        if (m_isBlock)
+            return std::ranges::equal(m_block.counts(), extents);
+        return std::ranges::equal(m_rightSide.governingDims(), extents, isEqual);
+    }
 
     bool assignToIntegerIndexFinalDimension() {
         if (m_value == nullptr)
@@ -102,10 +155,7 @@ private:
     bool assignToIntegerIndexInnerDimension() {
         if (!readRightSide())
             return false;
-        const Dims& dims = m_rightSide.governingDims();
-        const auto trailing = std::span(m_layout->shape().data(), m_layout->rank()).subspan(m_integers.size());
-        if (!std::equal(dims.begin(), dims.end(), trailing.begin(), trailing.end(),
-                        [](std::size_t a, long b) { return a == static_cast<std::size_t>(b); }))
+        if (!hasExtents(std::span(m_layout->shape().data(), m_layout->rank()).subspan(m_integers.size())))
             return refuse(PyExc_ValueError, differentShape);
         return writeRightSide(nullptr);
     }
@@ -113,8 +163,7 @@ private:
     bool assignToSliceFinalDimension(const SliceIndexItem& item) {
         if (!readRightSide())
             return false;
-        if (m_rightSide.governingDims().size() != 1 ||
-            m_rightSide.elements().size() != static_cast<std::size_t>(item.m_slice_len))
+        if (!hasExtents({&item.m_slice_len, 1}))
             return refuse(PyExc_ValueError, differentShape);
         return writeRightSide(&item);
     }
@@ -122,10 +171,10 @@ private:
     bool assignToSliceInnerDimension(SliceIndexItem item) {
         if (!readRightSide())
             return false;
-        const std::span<const U> elements = m_rightSide.elements();
-        if (!elements.empty() && item.m_slice_len == 0)
+        const bool isEmpty = elementsRead() == 0;
+        if (!isEmpty && item.m_slice_len == 0)
             return refuse(PyExc_ValueError, "slice is empty, but number of elements assigned is greater than zero.");
-        if (elements.empty())
+        if (isEmpty)
             return item.m_slice_len == 0 || refuse(PyExc_ValueError, "slice is nonempty but values are empty.");
         if (const auto& slice = m_array.chain().slice())
             item = item.composedOnto(*slice);
@@ -136,8 +185,15 @@ private:
 
     /// Not inlined, to stay off the stack on which reading the right side has code of the caller's run.
     [[gnu::noinline]] bool writeRightSide(const SliceIndexItem* slice) {
-        const std::span<const U> elements = m_rightSide.elements();
         const Selection target = select(m_layout, m_integers, slice);
+        if (m_isBlock) {
+            if (target.isInside && hasExtents({target.counts.data(), target.counts.size()}) &&
+                writeNumbers<U>(wrapper(), target, m_block))
+                return true;
+            if (!m_rightSide.collectBlock(m_block))
+                return PyErr_Occurred() == nullptr && PyErr_NoMemory() != nullptr;
+        }
+        const std::span<const U> elements = m_rightSide.elements();
         if (!writeElements(wrapper(), target, elements))
             return false;
         return elements.size() == static_cast<std::size_t>(target.elementCount) ||
@@ -149,6 +205,8 @@ private:
     Extents m_integers;
     PyObject* m_value;
     FinalConstructorParser<U> m_rightSide;
+    NumberBlock m_block; ///< in place of what `m_rightSide` would collect
+    bool m_isBlock = false;
 };
 
 bool requireActiveDimension(const OCppPyArray& array) {

@@ -31,6 +31,7 @@ public:
             PyBuffer_Release(&m_view);
         }
     }
+    explicit operator bool() const noexcept { return m_isHeld; }
     const Py_buffer& operator*() const noexcept { return m_view; }
     const Py_buffer* operator->() const noexcept { return &m_view; }
 

@@ -1,4 +1,4 @@
-#include "construction/flat_sequence.hpp"
+#include "construction/range_items.hpp"
 
 #include "vocabulary/py_ref.hpp"
 
@@ -28,7 +28,7 @@ std::optional<RangeItems> itemsOfRange(PyObject* range) {
     if (!first || !step || length < 1 || __builtin_mul_overflow(*step, length - 1, &last) ||
         __builtin_add_overflow(*first, last, &last))
         return std::nullopt;
-    return RangeItems{*first, *step};
+    return RangeItems{*first, *step, length};
 }
 
 } // namespace orvane::python
