@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
+#include <optional>
 
 #include "blocks/transpose_tile.hpp"
 #include "vocabulary/extents.hpp"
@@ -79,55 +81,91 @@ bool visitPositions(std::span<const Dimension> dimensions, Visit&& visit) {
     return false;
 }
 
-/// So many rows are laid down next to each other at a time: whole cache lines of elements of any size.
-constexpr std::size_t rowsTogether = 32;
-/// Converted items wait here to be transposed, well inside the smallest first-level caches.
-constexpr std::size_t tileBytes = std::size_t{16} << 10;
+/// So many rows are laid down next to each other at a time: several whole cache lines of each column.
+constexpr std::size_t rowsTogether = 128;
+/// So many columns of a row are read at a time where it lies, and where it is converted first.
+constexpr std::size_t columnsInPlace = 1024;
+constexpr std::size_t columnsConverted = 64;
 
-/// A matrix of elements in rows, to be laid down in columns.
+/// Lays down rows of elements in columns. Those that are not there as they are to be are converted first, into a tile
+/// that the second-level cache holds.
 template <class Unit>
-class RowTile {
+class RowTransposer {
 public:
-    static constexpr std::size_t columns = tileBytes / rowsTogether / sizeof(Unit);
-
-    explicit RowTile(long columnStride) noexcept {
-        for (std::size_t i = 0; i < rowsTogether; ++i)
-            m_rowOffsets[i] = i * columns;
-        for (std::size_t j = 0; j < columns; ++j)
+    RowTransposer(std::byte* target, long columnStride, const ElementWriter& writer) noexcept
+        : m_target(target), m_columnStride(columnStride), m_writer(writer) {
+        for (std::size_t j = 0; j < columnsInPlace; ++j)
             m_columnOffsets[j] = j * (static_cast<std::size_t>(columnStride) / sizeof(Unit));
     }
 
-    std::byte* row(std::size_t i) noexcept { return reinterpret_cast<std::byte*>(m_units.data() + i * columns); }
-    void layDown(std::byte* target, std::size_t rowCount, std::size_t columnCount) const noexcept {
-        const Tile tile{std::span(m_rowOffsets).first(rowCount), std::span(m_columnOffsets).first(columnCount)};
-        transposeTile<Unit, Transfer::Bytewise, Stores::Cached>(
-            reinterpret_cast<Unit*>(target), reinterpret_cast<const std::byte*>(m_units.data()), tile);
+    /// The rows, `rowsTogether` of them at most, go to the places from `place` on of each of `count` columns.
+    bool layDown(std::span<const NumberRun> rows, long place, long count) {
+        const bool isInPlace = findOffsets(rows);
+        const auto most = static_cast<long>(isInPlace ? columnsInPlace : columnsConverted);
+        for (long column = 0; column < count; column += most) {
+            const long together = std::min(count - column, most);
+            const std::byte* source = rows[0].address + column * m_writer.elementSize;
+            if (!isInPlace) {
+                if (!convert(rows, column, together))
+                    return false;
+                source = reinterpret_cast<const std::byte*>(m_converted.get());
+            }
+            const Tile tile{std::span(m_rowOffsets).first(rows.size()),
+                            std::span(m_columnOffsets).first(static_cast<std::size_t>(together))};
+            std::byte* const to = m_target + place * m_writer.elementSize + column * m_columnStride;
+            transposeTile<Unit, Transfer::Bytewise, Stores::Cached>(reinterpret_cast<Unit*>(to), source, tile);
+        }
+        return true;
     }
 
 private:
-    alignas(64) std::array<Unit, rowsTogether * columns> m_units;
+    /// Whether all rows are gapless elements, at whole elements from the first. Their distances may be of either sign:
+    /// the arithmetic wraps.
+    bool findOffsets(std::span<const NumberRun> rows) noexcept {
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            const auto distance =
+                reinterpret_cast<std::uintptr_t>(rows[i].address) - reinterpret_cast<std::uintptr_t>(rows[0].address);
+            if (rows[i].stride != m_writer.elementSize || rows[i].address == nullptr || distance % sizeof(Unit) != 0 ||
+                !m_writer.keepsBits(rows[i].kind))
+                return false;
+            m_rowOffsets[i] = static_cast<std::size_t>(static_cast<std::ptrdiff_t>(distance) /
+                                                       static_cast<std::ptrdiff_t>(sizeof(Unit)));
+        }
+        return true;
+    }
+
+    bool convert(std::span<const NumberRun> rows, long column, long count) {
+        if (!m_converted)
+            m_converted = std::make_unique_for_overwrite<Unit[]>(rowsTogether * columnsConverted);
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            m_rowOffsets[i] = i * columnsConverted;
+            if (!m_writer.convert(rows[i].from(column), count,
+                                  reinterpret_cast<std::byte*>(&m_converted[m_rowOffsets[i]]), m_writer.elementSize))
+                return false;
+        }
+        return true;
+    }
+
+    std::byte* m_target;
+    long m_columnStride;
+    const ElementWriter& m_writer;
+    std::unique_ptr<Unit[]> m_converted;
     std::array<std::size_t, rowsTogether> m_rowOffsets;
-    std::array<std::size_t, columns> m_columnOffsets;
+    std::array<std::size_t, columnsInPlace> m_columnOffsets;
 };
 
 /// `rowAt(i)` is the run that row i is.
 template <class Unit, class RowAt>
 bool transposeRows(RowAt&& rowAt, long rowCount, long count, std::byte* target, long columnStride,
                    const ElementWriter& writer) {
-    constexpr auto columns = static_cast<long>(RowTile<Unit>::columns);
-    RowTile<Unit> tile(columnStride);
+    RowTransposer<Unit> transposer(target, columnStride, writer);
+    std::array<NumberRun, rowsTogether> rows;
     for (long start = 0; start < rowCount; start += static_cast<long>(rowsTogether)) {
-        const long rows = std::min(rowCount - start, static_cast<long>(rowsTogether));
-        for (long column = 0; column < count; column += columns) {
-            const long together = std::min(count - column, columns);
-            for (long i = 0; i < rows; ++i) {
-                const NumberRun run = rowAt(start + i).from(column);
-                if (!writer.convert(run, together, tile.row(static_cast<std::size_t>(i)), writer.elementSize))
-                    return false;
-            }
-            tile.layDown(target + start * writer.elementSize + column * columnStride, static_cast<std::size_t>(rows),
-                         static_cast<std::size_t>(together));
-        }
+        const std::size_t together = std::min(static_cast<std::size_t>(rowCount - start), rowsTogether);
+        for (std::size_t i = 0; i < together; ++i)
+            rows[i] = rowAt(start + static_cast<long>(i));
+        if (!transposer.layDown(std::span(rows).first(together), start, count))
+            return false;
     }
     return true;
 }
@@ -147,6 +185,18 @@ bool transposeRowsOfAnySize(RowAt&& rowAt, long rowCount, long count, std::byte*
     default:
         return transposeRows<Wide>(rowAt, rowCount, count, target, columnStride, writer);
     }
+}
+
+/// The bytes from each row to the next where all are alike: then they are a block, whose rows may be read in any order.
+std::optional<long> commonDistance(std::span<const NumberRun> rows) {
+    const auto addressOf = [](const NumberRun& row) { return reinterpret_cast<std::intptr_t>(row.address); };
+    const long distance = rows.size() > 1 ? addressOf(rows[1]) - addressOf(rows[0]) : 0;
+    for (std::size_t i = 1; i < rows.size(); ++i) {
+        if (addressOf(rows[i]) - addressOf(rows[i - 1]) != distance || rows[i].stride != rows[0].stride ||
+            rows[i].kind != rows[0].kind)
+            return std::nullopt;
+    }
+    return rows[0].address != nullptr ? std::optional(distance) : std::nullopt;
 }
 
 /// Fewer rows or columns are not worth a tile.
@@ -200,6 +250,12 @@ bool readBlock(const StridedNumbers& source, const StridedElements& target, cons
 
 bool readRows(std::span<const NumberRun> rows, long count, std::byte* target, long columnStride,
               const ElementWriter& writer) {
+    if (const auto distance = commonDistance(rows)) {
+        const long counts[] = {static_cast<long>(rows.size()), count};
+        const long strides[] = {*distance, rows[0].stride};
+        const long targetStrides[] = {writer.elementSize, columnStride};
+        return readBlock({rows[0], counts, strides}, {target, targetStrides}, writer);
+    }
     return transposeRowsOfAnySize([&](long i) { return rows[static_cast<std::size_t>(i)]; },
                                   static_cast<long>(rows.size()), count, target, columnStride, writer);
 }

@@ -11,12 +11,6 @@ namespace orvane::python {
 
 namespace {
 
-/// Whether what an item becomes is itself, bit by bit.
-template <class T, class From>
-constexpr bool keepsItsBits =
-    std::is_same_v<T, From> && !std::is_same_v<RealElement<T>, float> && !std::is_same_v<T, bool> &&
-    (!isComplexElement<T> || std::is_same_v<RealElement<T>, double> || sizeof(T) < 16);
-
 template <class T>
 constexpr auto sizeOf = static_cast<long>(sizeof(T));
 
@@ -28,7 +22,17 @@ void moveItems(const std::byte* source, long stride, std::byte* target, long tar
         std::memcpy(target, source, static_cast<std::size_t>(count) * size);
         return;
     }
-    for (long i = 0; i < count; ++i)
+    // Items that are far from each other are all asked for before the first of them is stored.
+    constexpr long together = 8;
+    long i = 0;
+    for (; i + together <= count; i += together) {
+        std::array<std::array<std::byte, size>, together> items;
+        for (std::size_t k = 0; k < together; ++k)
+            std::memcpy(&items[k], source + (i + static_cast<long>(k)) * stride, size);
+        for (std::size_t k = 0; k < together; ++k)
+            std::memcpy(target + (i + static_cast<long>(k)) * targetStride, &items[k], size);
+    }
+    for (; i < count; ++i)
         std::memcpy(target + i * targetStride, source + i * stride, size);
 }
 
@@ -89,7 +93,7 @@ bool convertItems(const std::byte* source, long stride, std::byte* target, long 
     using Real = RealElement<T>;
     using Part = RealElement<From>;
     constexpr bool isPair = isComplexElement<From>;
-    if constexpr (keepsItsBits<T, From>) {
+    if constexpr (std::is_same_v<T, From> && keepsItsBits<T>) {
         moveItems<sizeof(T)>(source, stride, target, targetStride, count);
         return true;
     } else if constexpr (std::is_same_v<T, bool> && isPair) {

@@ -19,6 +19,7 @@ struct NumberKind {
     static constexpr NumberKind of() noexcept {
         return {elementIndex<T>, isComplexElement<T>};
     }
+    bool operator==(const NumberKind&) const noexcept = default;
     /// In bytes, of one item.
     std::size_t size() const noexcept {
         return visitElementType(row, []<class T>() { return sizeof(T); }) << (isComplex ? 1 : 0);
@@ -53,6 +54,11 @@ struct NumberRun {
     }
 };
 
+/// Whether an element that becomes a Python number and an element of the same type again is what it was.
+template <class T>
+inline constexpr bool keepsItsBits = !std::is_same_v<T, bool> && !std::is_same_v<RealElement<T>, float> &&
+                                     (!isComplexElement<T> || std::is_same_v<RealElement<T>, double> || sizeof(T) < 16);
+
 /// How items become elements of type `T`, one of the eleven or a complex form.
 template <class T>
 struct RunConversion {
@@ -71,11 +77,14 @@ struct RunConversion {
 /// The same for code that does not depend on the type.
 struct ElementWriter {
     bool (*convert)(const NumberRun& run, long count, std::byte* target, long targetStride) noexcept;
+    bool (*keepsBits)(NumberKind kind) noexcept; ///< whether items of a kind are elements as they are
     long elementSize;
 
     template <class T>
     static constexpr ElementWriter of() noexcept {
-        return {&RunConversion<T>::convert, static_cast<long>(sizeof(T))};
+        return {&RunConversion<T>::convert,
+                [](NumberKind kind) noexcept { return keepsItsBits<T> && kind == NumberKind::of<T>(); },
+                static_cast<long>(sizeof(T))};
     }
 };
 

@@ -11,7 +11,7 @@ namespace orvane::python {
 namespace {
 
 /// So many blocks are open at a time to be read side by side.
-constexpr std::size_t blocksTogether = 32;
+constexpr std::size_t blocksTogether = 128;
 
 /// Item `i` of a list of `length` items; null when it is no such list any more.
 PyObject* itemAt(PyObject* list, std::size_t i, std::size_t length) {

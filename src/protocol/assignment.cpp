@@ -190,8 +190,12 @@ private:
             if (target.isInside && hasExtents({target.counts.data(), target.counts.size()}) &&
                 writeNumbers<U>(wrapper(), target, m_block))
                 return true;
-            if (!m_rightSide.collectBlock(m_block))
-                return PyErr_Occurred() == nullptr && PyErr_NoMemory() != nullptr;
+            if (!m_rightSide.collectBlock(m_block)) {
+                // All of its numbers become elements, so there was no memory, or a signal has been answered.
+                if (PyErr_Occurred() == nullptr)
+                    PyErr_NoMemory();
+                return false;
+            }
         }
         const std::span<const U> elements = m_rightSide.elements();
         if (!writeElements(wrapper(), target, elements))
