@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -92,20 +93,22 @@ constexpr std::size_t columnsConverted = 64;
 template <class Unit>
 class RowTransposer {
 public:
-    RowTransposer(std::byte* target, long columnStride, const ElementWriter& writer) noexcept
-        : m_target(target), m_columnStride(columnStride), m_writer(writer) {
-        for (std::size_t j = 0; j < columnsInPlace; ++j)
+    RowTransposer(std::byte* target, long columnStride, long count, const ElementWriter& writer) noexcept
+        : m_target(target), m_columnStride(columnStride), m_count(count), m_writer(writer) {
+        for (std::size_t j = 0; j < std::min(columnsInPlace, static_cast<std::size_t>(count)); ++j)
             m_columnOffsets[j] = j * (static_cast<std::size_t>(columnStride) / sizeof(Unit));
     }
 
-    /// The rows, `rowsTogether` of them at most, go to the places from `place` on of each of `count` columns.
-    bool layDown(std::span<const NumberRun> rows, long place, long count) {
+    /// The rows, `rowsTogether` of them at most, go to the places from `place` on of each column.
+    bool layDown(std::span<const NumberRun> rows, long place) {
         const bool isInPlace = findOffsets(rows);
         const auto most = static_cast<long>(isInPlace ? columnsInPlace : columnsConverted);
-        for (long column = 0; column < count; column += most) {
-            const long together = std::min(count - column, most);
-            const std::byte* source = rows[0].address + column * m_writer.elementSize;
-            if (!isInPlace) {
+        for (long column = 0; column < m_count; column += most) {
+            const long together = std::min(m_count - column, most);
+            const std::byte* source = m_lowest;
+            if (isInPlace) {
+                source += column * m_writer.elementSize;
+            } else {
                 if (!convert(rows, column, together))
                     return false;
                 source = reinterpret_cast<const std::byte*>(m_converted.get());
@@ -113,23 +116,25 @@ public:
             const Tile tile{std::span(m_rowOffsets).first(rows.size()),
                             std::span(m_columnOffsets).first(static_cast<std::size_t>(together))};
             std::byte* const to = m_target + place * m_writer.elementSize + column * m_columnStride;
-            transposeTile<Unit, Transfer::Bytewise, Stores::Cached>(reinterpret_cast<Unit*>(to), source, tile);
+            transposeTile<Unit, Transfer::Bytewise>(reinterpret_cast<Unit*>(to), source, tile);
         }
         return true;
     }
 
 private:
-    /// Whether all rows are gapless elements, at whole elements from the first. Their distances may be of either sign:
-    /// the arithmetic wraps.
+    /// Whether all rows are gapless elements, at whole elements from the one that lies first in memory.
     bool findOffsets(std::span<const NumberRun> rows) noexcept {
-        for (std::size_t i = 0; i < rows.size(); ++i) {
-            const auto distance =
-                reinterpret_cast<std::uintptr_t>(rows[i].address) - reinterpret_cast<std::uintptr_t>(rows[0].address);
-            if (rows[i].stride != m_writer.elementSize || rows[i].address == nullptr || distance % sizeof(Unit) != 0 ||
-                !m_writer.keepsBits(rows[i].kind))
+        m_lowest = rows[0].address;
+        for (const NumberRun& row : rows) {
+            if (row.address == nullptr || row.stride != m_writer.elementSize || !m_writer.keepsBits(row.kind))
                 return false;
-            m_rowOffsets[i] = static_cast<std::size_t>(static_cast<std::ptrdiff_t>(distance) /
-                                                       static_cast<std::ptrdiff_t>(sizeof(Unit)));
+            m_lowest = std::min(m_lowest, row.address, std::less<>());
+        }
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            const auto distance = static_cast<std::size_t>(rows[i].address - m_lowest);
+            if (distance % sizeof(Unit) != 0)
+                return false;
+            m_rowOffsets[i] = distance / sizeof(Unit);
         }
         return true;
     }
@@ -148,7 +153,9 @@ private:
 
     std::byte* m_target;
     long m_columnStride;
+    long m_count; ///< of columns
     const ElementWriter& m_writer;
+    const std::byte* m_lowest = nullptr; ///< of the rows in place
     std::unique_ptr<Unit[]> m_converted;
     std::array<std::size_t, rowsTogether> m_rowOffsets;
     std::array<std::size_t, columnsInPlace> m_columnOffsets;
@@ -158,13 +165,13 @@ private:
 template <class Unit, class RowAt>
 bool transposeRows(RowAt&& rowAt, long rowCount, long count, std::byte* target, long columnStride,
                    const ElementWriter& writer) {
-    RowTransposer<Unit> transposer(target, columnStride, writer);
+    RowTransposer<Unit> transposer(target, columnStride, count, writer);
     std::array<NumberRun, rowsTogether> rows;
     for (long start = 0; start < rowCount; start += static_cast<long>(rowsTogether)) {
         const std::size_t together = std::min(static_cast<std::size_t>(rowCount - start), rowsTogether);
         for (std::size_t i = 0; i < together; ++i)
             rows[i] = rowAt(start + static_cast<long>(i));
-        if (!transposer.layDown(std::span(rows).first(together), start, count))
+        if (!transposer.layDown(std::span(rows).first(together), start))
             return false;
     }
     return true;
