@@ -143,20 +143,21 @@ void transposeByRows(Unit* target, const std::byte* source, Tile tile) noexcept 
 /// Asks for what the hardware cannot foresee, as rows and columns mostly lie pages apart: for the lines of the target
 /// before they are written to, so that the first store finds them, and for those of the source that the next blocks
 /// share, wherever in its lines they start. How early is counted in steps of the loop and not in time; whether a line
-/// comes from the memory or from a cache of whatever size, it is asked for once and used while it is near. Beyond the
-/// ends of a tile lies what comes next, or nothing that a prefetch minds.
+/// comes from the memory or from a cache of whatever size, it is asked for once and used while it is near. The columns
+/// take turns, so that requests come evenly. Beyond the ends of a tile lies what comes next, or nothing that a prefetch
+/// minds.
 template <class Unit, Transfer transfer>
 void transposeBlock(Unit* target, const std::size_t* columns, auto columnCount, const std::byte* source,
                     std::span<const std::size_t> rows) noexcept {
     constexpr std::size_t side = squareSide<Unit>;
     constexpr std::size_t lineRows = lineBytes / sizeof(Unit);
+    constexpr std::size_t storesPerLine = lineRows / side;
     Unit* out[blockColumns<Unit>];
     for (std::size_t column = 0; column < columnCount; ++column)
         out[column] = target + columns[column];
     for (std::size_t row = 0; row < rows.size(); row += side) {
-        if (row % lineRows == 0)
-            for (std::size_t column = 0; column < columnCount; ++column)
-                __builtin_prefetch(out[column] + row + linesAhead * lineRows, 1);
+        for (std::size_t column = row / side % storesPerLine; column < columnCount; column += storesPerLine)
+            __builtin_prefetch(out[column] + row + linesAhead * lineRows, 1);
         const std::byte* in[side];
         for (std::size_t i = 0; i < side; ++i) {
             in[i] = source + rows[row + i] * sizeof(Unit);
