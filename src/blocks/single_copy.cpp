@@ -6,7 +6,8 @@
 
 #include "elements/narrowing.hpp"
 
-// Which registers there are shows when the module is loaded: the linker then takes one of two compilations.
+// Which registers there are shows when the module is loaded: the linker then takes one of two compilations of the same
+// plain loop. Nothing in it is made for one processor.
 #if defined(__x86_64__) && defined(__GLIBC__) && __has_attribute(target_clones)
 #define ORVANE_ALSO_FOR_WIDE_VECTORS [[gnu::target_clones("avx2", "default")]]
 #else
@@ -17,7 +18,8 @@ namespace orvane::python {
 
 namespace {
 
-/// So many elements are copied before they are looked through a second time, while they are still in the first cache.
+/// So many elements, 8 KiB, are copied before they are looked through a second time, while they are still in the first
+/// cache, of which any processor has a multiple.
 constexpr std::size_t blockLength = 2048;
 
 } // namespace

@@ -73,7 +73,8 @@ private:
 
     /// So many numbers of a list are made between two looks for signals.
     static constexpr long numbersTogether = 1L << 20;
-    /// Elements of one list mostly lie far from each other, and the processor does not see which come next.
+    /// Elements of one list mostly lie far from each other, and the processor does not see which come next. Making so
+    /// many numbers takes longer than any memory takes to answer, and their lines fit any first cache.
     static constexpr long elementsAhead = 16;
 
     template <class T>
