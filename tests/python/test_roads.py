@@ -1,7 +1,8 @@
 """What is computed on native elements equals what the road through Python objects gives.
 
 Arrays of awkward elements come in through buffers, bit by bit, and go through cloning, export of
-views, comparison, `toarray` and `__reduce__`.
+views, comparison, `toarray` and `__reduce__`. What is read as a block of numbers is compared with
+the same items from a sequence of the caller's.
 """
 
 import array
@@ -9,12 +10,13 @@ import itertools
 import math
 import struct
 
+import numpy
 import pytest
 
 import orvane
 from impostors import Exporter, from_stored
 from reference.array import Storage, View
-from support import KIND_OF, each_kind, make, nested, outcome, stored_bytes
+from support import KIND_OF, KINDS, each_kind, grid, make, nested, outcome, stored_bytes
 
 FLOATS = [
     *(0.0, -0.0, 1.0, -1.5, math.inf, -math.inf, math.nan, 5e-324, -2.2250738585072014e-308),
@@ -154,3 +156,122 @@ def test_one_infinity_in_a_long_run_of_single(place):
     a = orvane.single(numbers)
     numbers[place] = math.inf
     assert stored_bytes(a[:]) == numbers.tobytes()
+
+
+class Items:
+    """The items of a sequence by methods of the caller's, which only the long road calls."""
+
+    def __init__(self, sequence):
+        self.sequence = sequence
+
+    def __len__(self):
+        return len(self.sequence)
+
+    def __getitem__(self, i):
+        item = self.sequence[i]
+        return Items(item) if hasattr(item, "__len__") and not isinstance(item, str) else item
+
+
+LIMITS = [0, 1, 127, 128, 255, 256, 2**31, 2**32, 2**53 + 1, 2**63 - 1025, 2**63, 2**64 - 1]
+
+
+def rows_of(code):
+    """Four at a time, the awkward numbers that `array.array` takes under a type code."""
+    numbers = [*(SINGLES if code == "f" else FLOATS), *LIMITS, *(-n - 1 for n in LIMITS)]
+    fit = [n for n in numbers if outcome(lambda n=n: array.array(code, [n]))[0] == "gave"]
+    return [(fit[i:] + fit[:i])[:4] for i in range(0, len(fit), 4)]
+
+
+def parts_of(table):
+    row = table[0]
+    return [table, table[::-2], row, row[::-1], row[1::2], table[1:1]]
+
+
+def blocks():
+    for kind in KINDS:
+        for run in awkward(kind)[:2]:
+            yield from parts_of(from_stored(kind, run, 3, 4))
+    for code in "bBhHiIlLqQfd":
+        for row in rows_of(code):
+            packed = array.array(code, row)
+            yield from (packed, memoryview(packed)[::-1])
+        yield from (memoryview(numpy.array(row, ">" + code)), numpy.array(row, code))
+    for bits in (b"\0\1\2\xff", b""):
+        yield from (bits, bytearray(bits), memoryview(bits), memoryview(bits).cast("c"))
+    yield memoryview(b"\0\1\2\xff").cast("?")
+    floats = numpy.array(FLOATS[:12]).reshape(3, 4)
+    for exact in (floats, floats.astype(complex).conj()):
+        yield from (*parts_of(exact), *parts_of(numpy.asfortranarray(exact)), exact[0, :, None])
+        yield from (numpy.array(exact[0, 0]), numpy.broadcast_to(exact[0], (2, 4)))
+        yield from (numpy.ma.array(exact[0]), exact[0].astype(exact.dtype.newbyteorder()))
+    yield array.array("u", "four")
+    for first in (0, -2, 253, 2**31 - 2, 2**63 - 4, 2**63 - 3, 2**64 - 4, -(2**63), 2**70):
+        yield from (range(first, first + 4), range(first + 9, first, -3))
+
+
+BLOCKS = list(blocks())
+WORKS = [compile(text, text, "eval") for text in """
+make(kind, v)
+make(kind, v, size=(4, 3))
+make(kind, v, size=(2, 2))
+make(kind, vector=v)
+make(kind, vector=v, size=(4, 1))
+make(kind, several(v, 2))
+make(kind, several(several(v, 2), 9))
+make(kind, several(v, 9))
+a.__setitem__(0, v)
+a[1:].__setitem__(1, v)
+a[2].__setitem__(slice(None, None, -1), v)
+a[0].__setitem__(slice(1, 3), v)
+a.__setitem__(slice(3), v)
+a.__setitem__(slice(None, None, 3), several(v, 2))
+""".strip().splitlines()]  # fmt: skip
+
+
+@each_kind
+def test_blocks_of_numbers_are_the_long_road(kind):
+    taken = 0
+    for block in BLOCKS:
+        # What exports a buffer is another matter as the initializer itself.
+        is_buffer = not isinstance(block, range) and not hasattr(block, "_is_complex")
+        for work in WORKS[3 * is_buffer :]:
+            answers = []
+            for v, several in (block, list), (Items(block), Items):
+                a = grid(4, 4, kind=kind)
+                names = {"kind": kind, "make": make, "a": a, "v": v}
+                names["several"] = lambda v, n, several=several: several([v] * n)
+                result, _, made = (*outcome(lambda n=names, w=work: eval(w, n)), None)[:3]
+                made = (made.size, stored_bytes(made)) if hasattr(made, "size") else str(made)
+                answers.append((result, _, made, stored_bytes(a)))
+            assert answers[0] == answers[1], (work.co_filename, block)
+            taken += result == "gave"
+    assert taken > 300
+
+
+def copied(value):
+    return [copied(item) if hasattr(item, "__len__") else item for item in value]
+
+
+@each_kind
+@pytest.mark.parametrize("text", """
+a[0:2] = a[1:3]
+a[1:3] = a[0:2]
+a[::-1] = a
+a[:] = a
+a[0] = a[0][::-1]
+a[1][:] = a[2]
+a[0:2] = [a[1], a[0]]
+a[:] = numpy.asarray(a)[::-1]
+row[0][2:6] = memoryview(row).cast('B').cast('d')[0:4]
+row[0][2:6] = row[0][0:4]
+row.reshape(4, 2); row[:] = a[:4]
+""".strip().splitlines())  # fmt: skip
+def test_a_right_side_is_as_if_it_had_been_read_before(kind, text):
+    before, value = text.rsplit(" = ", 1)
+    answers = []
+    for program in (text, f"{before} = Items(copied({value}))"):
+        names = {"a": grid(6, 2, kind=kind), "row": grid(1, 8, kind=kind), "numpy": numpy}
+        names |= {"Items": Items, "copied": copied}
+        done = outcome(lambda p=program, n=names: exec(p, n))
+        answers.append((done, stored_bytes(names["a"]), stored_bytes(names["row"])))
+    assert answers[0] == answers[1]
