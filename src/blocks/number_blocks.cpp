@@ -93,7 +93,7 @@ constexpr std::size_t columnsConverted = 64;
 template <class Unit>
 class RowTransposer {
 public:
-    RowTransposer(std::byte* target, long columnStride, long count, const ElementWriter& writer) noexcept
+    RowTransposer(const StridedElements& target, long columnStride, long count, const ElementWriter& writer) noexcept
         : m_target(target), m_columnStride(columnStride), m_count(count), m_writer(writer) {
         for (std::size_t j = 0; j < std::min(columnsInPlace, static_cast<std::size_t>(count)); ++j)
             m_columnOffsets[j] = j * (static_cast<std::size_t>(columnStride) / sizeof(Unit));
@@ -115,8 +115,10 @@ public:
             }
             const Tile tile{std::span(m_rowOffsets).first(rows.size()),
                             std::span(m_columnOffsets).first(static_cast<std::size_t>(together))};
-            std::byte* const to = m_target + place * m_writer.elementSize + column * m_columnStride;
-            transposeTile<Unit, Transfer::Bytewise>(reinterpret_cast<Unit*>(to), source, tile);
+            const long to = place * m_writer.elementSize + column * m_columnStride;
+            transposeTile<Unit, Transfer::Bytewise>(reinterpret_cast<Unit*>(m_target.address + to), source, tile);
+            if (m_target.again != nullptr)
+                transposeTile<Unit, Transfer::Bytewise>(reinterpret_cast<Unit*>(m_target.again + to), source, tile);
         }
         return true;
     }
@@ -151,7 +153,7 @@ private:
         return true;
     }
 
-    std::byte* m_target;
+    StridedElements m_target; ///< of the first element
     long m_columnStride;
     long m_count; ///< of columns
     const ElementWriter& m_writer;
@@ -163,7 +165,7 @@ private:
 
 /// `rowAt(i)` is the run that row i is.
 template <class Unit, class RowAt>
-bool transposeRows(RowAt&& rowAt, long rowCount, long count, std::byte* target, long columnStride,
+bool transposeRows(RowAt&& rowAt, long rowCount, long count, const StridedElements& target, long columnStride,
                    const ElementWriter& writer) {
     RowTransposer<Unit> transposer(target, columnStride, count, writer);
     std::array<NumberRun, rowsTogether> rows;
@@ -178,7 +180,7 @@ bool transposeRows(RowAt&& rowAt, long rowCount, long count, std::byte* target, 
 }
 
 template <class RowAt>
-bool transposeRowsOfAnySize(RowAt&& rowAt, long rowCount, long count, std::byte* target, long columnStride,
+bool transposeRowsOfAnySize(RowAt&& rowAt, long rowCount, long count, const StridedElements& target, long columnStride,
                             const ElementWriter& writer) {
     switch (writer.elementSize) {
     case 1:
@@ -210,9 +212,16 @@ std::optional<long> commonDistance(std::span<const NumberRun> rows) {
 constexpr long fewPlaces = 8;
 
 /// Tiles are laid down by whole elements, in columns that follow each other upward.
-bool mayBeTransposed(const std::byte* target, long columnStride, const ElementWriter& writer) {
+bool mayBeTransposed(const StridedElements& target, long columnStride, const ElementWriter& writer) {
+    const auto size = static_cast<std::uintptr_t>(writer.elementSize);
     return columnStride > 0 && columnStride % writer.elementSize == 0 &&
-           reinterpret_cast<std::uintptr_t>(target) % static_cast<std::uintptr_t>(writer.elementSize) == 0;
+           reinterpret_cast<std::uintptr_t>(target.address) % size == 0 &&
+           reinterpret_cast<std::uintptr_t>(target.again) % size == 0;
+}
+
+/// The same places so many bytes further on.
+StridedElements shifted(const StridedElements& elements, long offset) {
+    return {elements.address + offset, elements.strides, elements.again != nullptr ? elements.again + offset : nullptr};
 }
 
 } // namespace
@@ -229,7 +238,7 @@ bool readBlock(const StridedNumbers& source, const StridedElements& target, cons
     auto along = nearest(dimensions, &Dimension::targetStride);
     const auto across = nearest(dimensions, &Dimension::sourceStride);
     if (std::min(along->count, across->count) >= fewPlaces && along->sourceStride != across->sourceStride &&
-        along->targetStride == writer.elementSize && mayBeTransposed(target.address, across->targetStride, writer)) {
+        along->targetStride == writer.elementSize && mayBeTransposed(target, across->targetStride, writer)) {
         const Dimension rows = *along;
         const Dimension columns = *across;
         dimensions.erase(std::max(along, across));
@@ -239,7 +248,7 @@ bool readBlock(const StridedNumbers& source, const StridedElements& target, cons
             const auto rowAt = [&](long i) {
                 return NumberRun{first.kind, first.address + i * rows.sourceStride, first.stride};
             };
-            return transposeRowsOfAnySize(rowAt, rows.count, columns.count, target.address + to, columns.targetStride,
+            return transposeRowsOfAnySize(rowAt, rows.count, columns.count, shifted(target, to), columns.targetStride,
                                           writer);
         });
     }
@@ -251,7 +260,8 @@ bool readBlock(const StridedNumbers& source, const StridedElements& target, cons
         numbers.stride = run.sourceStride;
         if (numbers.address != nullptr)
             numbers.address += from;
-        return writer.convert(numbers, run.count, target.address + to, run.targetStride);
+        return writer.convert(numbers, run.count, target.address + to, run.targetStride) &&
+               (target.again == nullptr || writer.convert(numbers, run.count, target.again + to, run.targetStride));
     });
 }
 
@@ -264,7 +274,7 @@ bool readRows(std::span<const NumberRun> rows, long count, std::byte* target, lo
         return readBlock({rows[0], counts, strides}, {target, targetStrides}, writer);
     }
     return transposeRowsOfAnySize([&](long i) { return rows[static_cast<std::size_t>(i)]; },
-                                  static_cast<long>(rows.size()), count, target, columnStride, writer);
+                                  static_cast<long>(rows.size()), count, {target, {}}, columnStride, writer);
 }
 
 } // namespace orvane::python

@@ -22,6 +22,7 @@ struct StridedNumbers {
 struct StridedElements {
     std::byte* address;
     std::span<const long> strides;
+    std::byte* again = nullptr; ///< where all of them go a second time, or null
 };
 
 /// Stores every item at the same indices of the target. False as soon as one is seen not to fit; the target is then

@@ -100,13 +100,11 @@ public:
             std::memcpy(m_mirrorElements + byteOffset, &value, sizeof(T));
     }
 
-    /// The same for many elements: `write` is called with the address of the data array's elements and of the mirror's,
-    /// or with the one that they share, and writes the same in both.
+    /// The same for many elements: calls `write` with the address of the data array's elements, and of the mirror's or
+    /// null where they share one block, for it to write the same to both.
     template <class Write>
     void storeMany(Write&& write) {
-        write(m_dataElements);
-        if (isSplit())
-            write(m_mirrorElements);
+        write(m_dataElements, isSplit() ? m_mirrorElements : nullptr);
     }
 
     /// The data array for a native caller, with its mirror split off. Borrowed: an assignment or a reshape may

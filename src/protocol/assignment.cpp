@@ -65,15 +65,15 @@ bool writeNumbers(ODArrayWrapper& wrapper, const Selection& target, const Number
     wrapper.prepareForWriting();
     const StridedNumbers numbers = block.numbers();
     const auto size = static_cast<std::size_t>(target.layout->sizeInBytes());
-    bool overlaps = false;
-    wrapper.storeMany([&](std::byte* elements) { overlaps |= mayOverlap(numbers, elements, size); });
-    if (overlaps)
-        return false;
-    wrapper.storeMany([&](std::byte* elements) {
-        readBlock(numbers, {elements + target.origin, {target.strides.data(), target.strides.size()}},
-                  ElementWriter::of<U>());
+    const std::span strides(target.strides.data(), target.strides.size());
+    bool isWritten = false;
+    wrapper.storeMany([&](std::byte* elements, std::byte* mirror) {
+        if (mayOverlap(numbers, elements, size) || (mirror != nullptr && mayOverlap(numbers, mirror, size)))
+            return;
+        std::byte* const again = mirror != nullptr ? mirror + target.origin : nullptr;
+        isWritten = readBlock(numbers, {elements + target.origin, strides, again}, ElementWriter::of<U>());
     });
-    return true;
+    return isWritten;
 }
 
 /// One assignment to an array of element type `U`. The extents that the subscript was measured against are held on to:
@@ -190,12 +190,10 @@ private:
             if (target.isInside && hasExtents({target.counts.data(), target.counts.size()}) &&
                 writeNumbers<U>(wrapper(), target, m_block))
                 return true;
-            if (!m_rightSide.collectBlock(m_block)) {
-                // All of its numbers become elements, so there was no memory, or a signal has been answered.
-                if (PyErr_Occurred() == nullptr)
-                    PyErr_NoMemory();
+            // Without memory for it, the walk has the words.
+            if (!m_rightSide.collectBlock(m_block) &&
+                (PyErr_Occurred() != nullptr || !m_rightSide.processNestedInitializer(m_value, false)))
                 return false;
-            }
         }
         const std::span<const U> elements = m_rightSide.elements();
         if (!writeElements(wrapper(), target, elements))

@@ -11,6 +11,7 @@ from .reading import READING
 from .reordering import REORDERING
 from .row import Row
 from .text_and_pickle import TEXT_AND_PICKLE
+from .values import VALUES
 from .whole_arrays import WHOLE_ARRAYS
 
 ROWS: list[Row] = [
@@ -18,6 +19,7 @@ ROWS: list[Row] = [
     *REORDERING,
     *READING,
     *ASSIGNMENT,
+    *VALUES,
     *WHOLE_ARRAYS,
     *TEXT_AND_PICKLE,
     *PROCESSES,
