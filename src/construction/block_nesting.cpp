@@ -13,6 +13,9 @@ namespace {
 /// So many blocks are open at a time to be read side by side.
 constexpr std::size_t blocksTogether = 128;
 
+/// So many numbers of each are read between two looks for signals, at which their elements may move.
+constexpr long columnsTogether = 1L << 16;
+
 /// Item `i` of a list of `length` items; null when it is no such list any more.
 PyObject* itemAt(PyObject* list, std::size_t i, std::size_t length) {
     const auto items = exactItems(list);
@@ -87,15 +90,19 @@ bool BlockNesting::readSideBySide(PyObject* list, const StridedElements& target,
         for (std::size_t i = 0; i < together; ++i) {
             if (!openItem(blocks[i], itemAt(list, start + i, length)))
                 return false;
-            rows[i] = blocks[i].numbers().first;
         }
-        if (!readRows(std::span(rows).first(together), count,
-                      target.address + static_cast<long>(start) * target.strides[0], target.strides[1], writer))
-            return false;
+        for (long column = 0; column < count; column += columnsTogether) {
+            const long columns = std::min(count - column, columnsTogether);
+            for (std::size_t i = 0; i < together; ++i)
+                rows[i] = blocks[i].numbers().first.from(column);
+            std::byte* const to =
+                target.address + static_cast<long>(start) * target.strides[0] + column * target.strides[1];
+            if (!readRows(std::span(rows).first(together), columns, to, target.strides[1], writer) ||
+                !watch.pass(together * static_cast<std::size_t>(columns)))
+                return false;
+        }
         for (std::size_t i = 0; i < together; ++i)
             blocks[i].close();
-        if (!watch.pass(together * m_extents[1]))
-            return false;
     }
     return true;
 }

@@ -134,8 +134,12 @@ Extents gaplessStrides(std::span<const long> counts, ElementOrder order, long el
 
 bool readGapless(const NumberBlock& block, ElementOrder order, std::byte* target, const ElementWriter& writer) {
     const Extents strides = gaplessStrides(block.counts(), order, writer.elementSize);
-    // In slices of the slowest dimension, with a look for signals between them.
-    const std::size_t slowest = order == ElementOrder::ColumnMajor ? strides.size() - 1 : 0;
+    // In slices of the slowest dimension that has several places, with a look for signals between them.
+    std::size_t slowest = 0;
+    for (std::size_t d = 1; d < strides.size(); ++d) {
+        if (block.counts()[d] > 1 && (block.counts()[slowest] == 1 || strides[d] > strides[slowest]))
+            slowest = d;
+    }
     const long places = block.counts()[slowest];
     const long together = std::max(numbersTogether / (block.elementCount() / places), 1L);
     Extents counts(block.counts().begin(), block.counts().end());
