@@ -2,11 +2,12 @@
 # packaging backend, which knows them from pyproject.toml.
 
 foreach(package IN ITEMS orvane ovexceptions orvanemultidimarrayforpython-stubs)
-    file(GLOB sources CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}/python/${package}"
-         "${CMAKE_CURRENT_SOURCE_DIR}/python/${package}/*.py*" "${CMAKE_CURRENT_SOURCE_DIR}/python/${package}/py.typed")
-    file(MAKE_DIRECTORY "${ORVANE_PACKAGE_DIR}/${package}")
+    set(folder "${CMAKE_CURRENT_SOURCE_DIR}/python/${package}")
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS RELATIVE "${folder}" "${folder}/*.py" "${folder}/*.pyi"
+         "${folder}/py.typed")
     foreach(source IN LISTS sources)
-        file(CREATE_LINK "${CMAKE_CURRENT_SOURCE_DIR}/python/${package}/${source}"
-             "${ORVANE_PACKAGE_DIR}/${package}/${source}" SYMBOLIC COPY_ON_ERROR)
+        cmake_path(GET source PARENT_PATH parent)
+        file(MAKE_DIRECTORY "${ORVANE_PACKAGE_DIR}/${package}/${parent}")
+        file(CREATE_LINK "${folder}/${source}" "${ORVANE_PACKAGE_DIR}/${package}/${source}" SYMBOLIC COPY_ON_ERROR)
     endforeach()
 endforeach()

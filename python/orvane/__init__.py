@@ -45,11 +45,23 @@ Whatever reads buffers reads arrays, a whole one without a copy: ``memoryview(a)
 >>> memoryview(a).shape, memoryview(a).readonly
 ((2, 3), True)
 
+``asarray`` makes an array of whatever holds numbers, of any layout and type: arrays of NumPy,
+pandas, PyTorch and others, buffers, nested sequences; it shares the memory where it can.
+``to_numpy`` is the way back, ``writable`` lets others write to the elements, ``tolist`` gives
+nested lists.
+
+>>> orvane.asarray([[1, 2], [3, 4]]), orvane.asarray(range(3), "single")
+(orvane.int64([[1,2],[3,4]]), orvane.single([[0.0,1.0,2.0]]))
+>>> orvane.tolist(a[1])
+[7.0, 8.0, 9.0]
+
 ``clone`` copies, ``reshape`` changes the dimensions in place, ``pickle`` and ``copy`` work,
 ``toarray`` gives an ``array.array``. There is no arithmetic: NumPy and native engines are for that.
 ``ShapeError`` says that the number of elements is wrong, ``SizeError`` that only the dimensions
 are. Native modules are built against ``get_include()``; ``python -m orvane`` tells the rest.
 """
+
+import sys
 
 from orvanemultidimarrayforpython import (
     ShapeError,
@@ -70,11 +82,79 @@ from orvanemultidimarrayforpython import (
 from ._sdk import get_include
 from ._version import __version__
 
+TYPE_CHECKING = False
+if TYPE_CHECKING:
+    from typing import Any, TypeAlias
+
+    from .convert import asarray, from_dlpack, to_dlpack, to_numpy, tolist, writable
+    from .transport import enable_binary_pickles
+
+    AnyArray: TypeAlias = (
+        double[Any]
+        | single[Any]
+        | int8[Any]
+        | uint8[Any]
+        | int16[Any]
+        | uint16[Any]
+        | int32[Any]
+        | uint32[Any]
+        | int64[Any]
+        | uint64[Any]
+        | logical[Any]
+    )
+else:
+    # What only some programs need is loaded at its first use.
+    _LATER = dict.fromkeys(
+        ("asarray", "from_dlpack", "to_dlpack", "to_numpy", "tolist", "writable"), "convert"
+    ) | {"enable_binary_pickles": "transport"}
+
+    def __getattr__(name):
+        if name not in _LATER:
+            raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
+        value = getattr(__import__(f"{__name__}.{_LATER[name]}", fromlist=[name]), name)
+        globals()[name] = value
+        return value
+
+    def __dir__():
+        return sorted({*globals(), *_LATER})
+
+    AnyArray = (
+        double | single | int8 | uint8 | int16 | uint16 | int32 | uint32 | int64 | uint64 | logical
+    )
+
+ARRAY_TYPES: "tuple[type[AnyArray], ...]" = (
+    double,
+    single,
+    int8,
+    uint8,
+    int16,
+    uint16,
+    int32,
+    uint32,
+    int64,
+    uint64,
+    logical,
+)
+
+# Whatever carries objects between the processes of a program and is there already is told how
+# arrays travel best. Nothing is loaded for it.
+if not sys.modules.keys().isdisjoint(
+    ("multiprocessing.reduction", "loky.backend.reduction", "distributed.protocol.serialize")
+):
+    from .transport import register_carriers
+
+    register_carriers()
+
 __all__ = [
+    "ARRAY_TYPES",
+    "AnyArray",
     "ShapeError",
     "SizeError",
     "__version__",
+    "asarray",
     "double",
+    "enable_binary_pickles",
+    "from_dlpack",
     "get_include",
     "int8",
     "int16",
@@ -82,8 +162,12 @@ __all__ = [
     "int64",
     "logical",
     "single",
+    "to_dlpack",
+    "to_numpy",
+    "tolist",
     "uint8",
     "uint16",
     "uint32",
     "uint64",
+    "writable",
 ]

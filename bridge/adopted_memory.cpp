@@ -1,0 +1,84 @@
+#include "element_format.hpp"
+#include "functions.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+namespace orvane::bridge {
+
+namespace {
+
+/// The extents in a sequence of integers.
+std::vector<std::size_t> extentsOf(PyObject* size) {
+    const python::Reference items(PySequence_Tuple(size));
+    if (!items) {
+        throw python::PythonError();
+    }
+    std::vector<std::size_t> extents(static_cast<std::size_t>(PyTuple_GET_SIZE(items.get())));
+    for (std::size_t d = 0; d < extents.size(); ++d) {
+        extents[d] = PyLong_AsSize_t(PyTuple_GET_ITEM(items.get(), static_cast<Py_ssize_t>(d)));
+        if (extents[d] == static_cast<std::size_t>(-1) && PyErr_Occurred() != nullptr) {
+            throw python::PythonError();
+        }
+    }
+    return extents;
+}
+
+/// Whether so many elements fill the bytes to the last, in products that cannot overflow.
+bool fills(const std::vector<std::size_t>& extents, std::size_t elementSize, std::size_t bytes) {
+    if (std::ranges::find(extents, std::size_t{0}) != extents.end()) {
+        return bytes == 0;
+    }
+    for (const std::size_t extent : extents) {
+        if (__builtin_mul_overflow(elementSize, extent, &elementSize)) {
+            return false;
+        }
+    }
+    return elementSize == bytes;
+}
+
+[[noreturn]] void refuse(PyObject* exception, const char* words) {
+    PyErr_SetString(exception, words);
+    throw python::PythonError();
+}
+
+} // namespace
+
+PyObject* adopt(PyObject*, PyObject* arguments) {
+    return python::guarded([&]() -> python::Reference {
+        PyObject* source = nullptr;
+        const char* format = nullptr;
+        PyObject* size = nullptr;
+        if (PyArg_ParseTuple(arguments, "OsO:adopt", &source, &format, &size) == 0) {
+            throw python::PythonError();
+        }
+        const std::vector<std::size_t> extents = extentsOf(size);
+        // It is nobody else's, so that nobody can release it before its time.
+        python::Reference view(PyMemoryView_FromObject(source));
+        if (!view) {
+            throw python::PythonError();
+        }
+        const Py_buffer& buffer = *PyMemoryView_GET_BUFFER(view.get());
+        if (PyBuffer_IsContiguous(&buffer, 'A') == 0) {
+            refuse(PyExc_ValueError, "the memory has gaps");
+        }
+        python::Reference array;
+        const auto adoptAs = [&]<class T>() {
+            if (!fills(extents, sizeof(T), static_cast<std::size_t>(buffer.len))) {
+                refuse(PyExc_ValueError, "the memory is not as large as the array");
+            }
+            array = buffer.readonly != 0
+                        ? python::adoptBlock(static_cast<const T*>(buffer.buf), extents, std::move(view))
+                        : python::adoptBlock(static_cast<T*>(buffer.buf), extents, std::move(view));
+        };
+        if (!visitFormat(format, adoptAs)) {
+            PyErr_Format(PyExc_TypeError, "arrays have no elements of the format '%s'", format);
+            throw python::PythonError();
+        }
+        return array;
+    });
+}
+
+} // namespace orvane::bridge

@@ -1,0 +1,35 @@
+from collections.abc import Sequence
+from typing import Any, final
+
+from typing_extensions import CapsuleType
+
+from . import AnyArray
+
+def adopt(source: Any, format: str, size: Sequence[int], /) -> AnyArray:
+    """An array around the memory of another object.
+
+    The format is that of the array's type, "d" or "Zi" for example. Memory that is exported
+    read-only is copied at the first assignment. ValueError when the memory has gaps, is not aligned
+    or is not of that size.
+    """
+
+def copy(array: AnyArray, /) -> AnyArray:
+    """An array of its own with the elements that an array or view shows."""
+
+def to_capsule(
+    array: AnyArray, versioned: bool, writable: bool, copy: bool | None, /
+) -> CapsuleType:
+    """The DLPack tensor of an array or view."""
+
+def from_capsule(capsule: Any, copy: bool | None, /) -> AnyArray:
+    """An array of a DLPack tensor."""
+
+@final
+class Elements:
+    """The elements of an array or view, lent, as an exporter of buffers."""
+
+    def __new__(cls, array: AnyArray, /, writable: bool = False) -> Elements: ...
+    def close(self) -> None:
+        """Show the elements to nobody else, and write to them no more."""
+    def __buffer__(self, flags: int, /) -> memoryview: ...
+    def __release_buffer__(self, buffer: memoryview, /) -> None: ...

@@ -1,0 +1,10 @@
+"""Arrays of what other libraries have, and what other libraries take of arrays.
+
+Nothing here loads NumPy unless it is needed.
+"""
+
+from .dlpack import from_dlpack, to_dlpack
+from .exports import to_numpy, tolist, writable
+from .reading import asarray
+
+__all__ = ["asarray", "from_dlpack", "to_dlpack", "to_numpy", "tolist", "writable"]

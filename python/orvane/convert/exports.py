@@ -1,0 +1,90 @@
+"""What others see of arrays: NumPy's arrays over their elements, and lists."""
+
+from __future__ import annotations
+
+from collections.abc import Iterator
+from contextlib import contextmanager
+from typing import TYPE_CHECKING, Any
+
+from .. import ARRAY_TYPES, AnyArray, _bridge
+from .._numpy import has_numpy, require_numpy
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
+
+    from .. import (
+        int8,
+        int16,
+        int32,
+        int64,
+        uint8,
+        uint16,
+        uint32,
+        uint64,
+    )
+
+    _ComplexIntegers = (
+        int8[complex]
+        | int16[complex]
+        | int32[complex]
+        | int64[complex]
+        | uint8[complex]
+        | uint16[complex]
+        | uint32[complex]
+        | uint64[complex]
+    )
+
+
+def _lent(array: Any, writable: bool) -> _bridge.Elements:
+    if not isinstance(array, ARRAY_TYPES):
+        raise TypeError(f"expected an orvane array, got {type(array).__name__}")
+    return _bridge.Elements(array, writable=writable)
+
+
+def to_numpy(array: Any, *, copy: bool | None = None, writable: bool = False) -> NDArray[Any]:
+    """A NumPy array of the elements of an array or view, with the very shape that ``size`` tells.
+
+    It lies over the elements, without a copy, and sees what is assigned to them; ``copy=True``
+    gives it elements of its own. ``writable=True`` lets NumPy write to them; `writable` does so for
+    a time. Complex integers become structures of the parts ``real`` and ``imag``.
+    """
+    require_numpy("orvane.to_numpy")
+    import numpy as np
+
+    elements = _lent(array, writable and not copy)
+    return np.array(elements, copy=True, order="F") if copy else np.asarray(elements)
+
+
+@contextmanager
+def writable(array: AnyArray) -> Iterator[Any]:
+    """A context in which others may write to the elements of an array or view.
+
+    What it gives lies over the elements: a writable NumPy array; a writable memoryview where NumPy
+    is not installed. When the context ends it goes on showing them, but is read-only. Other NumPy
+    arrays that were made of it inside must not be written to afterwards.
+    """
+    elements = _lent(array, writable=True)
+    try:
+        if not has_numpy():
+            with memoryview(elements) as view:
+                yield view
+        else:
+            import numpy as np
+
+            numbers = np.asarray(elements)
+            try:
+                yield numbers
+            finally:
+                numbers.flags.writeable = False
+    finally:
+        elements.close()
+
+
+def tolist(array: AnyArray) -> list[Any]:
+    """The elements that an array or view shows, in nested lists."""
+    if not isinstance(array, ARRAY_TYPES):
+        raise TypeError(f"expected an orvane array, got {type(array).__name__}")
+    if not array._is_complex:
+        nested: list[Any] = memoryview(_lent(array, writable=False)).tolist()
+        return nested
+    return [tolist(item) if isinstance(item, ARRAY_TYPES) else item for item in array]

@@ -1,0 +1,103 @@
+"""Arrays of NumPy's, and arrays for NumPy's functions to read."""
+
+from __future__ import annotations
+
+from collections.abc import Sequence
+from typing import Any
+
+import numpy as np
+from numpy.typing import NDArray
+
+from .. import AnyArray, _bridge
+from .fitting import fit
+from .kinds import Kind, Wish, kind_of_dtype
+from .memory import refuse_copy, row_at_least
+from .places import first_place, refuse_missing
+
+_ADVICE = {
+    "O": "give numbers, or the type to convert them to by .astype",
+    "M": "convert dates to numbers first: .astype('int64'), or a difference of them",
+    "m": "convert differences of times to numbers first: x / numpy.timedelta64(1, 's')",
+    "g": "give a type, such as type='double'",
+}
+
+
+def without_mask(numbers: NDArray[Any]) -> NDArray[Any]:
+    """The elements below a mask that hides none; ValueError where it hides some."""
+    if isinstance(numbers, np.ma.MaskedArray):
+        mask: NDArray[np.bool_] = np.ma.getmaskarray(numbers)  # type: ignore[no-untyped-call]
+        if mask.any():
+            word = f"one of {int(mask.sum())} that are masked"
+            advice = "give x.filled(value), or x.compressed() for those that are there"
+            raise refuse_missing(word, first_place(mask), advice)
+        numbers = numbers.data
+    return np.asarray(numbers)
+
+
+def array_of(numbers: NDArray[Any], wish: Wish) -> AnyArray:
+    """An array of the numbers, as the wish says; of another's memory where that can be."""
+    numbers = without_mask(numbers)
+    source = _source_kind(numbers, wish)
+    kind = wish.kind_for(source)
+    reason = _why_not_shared(numbers, kind)
+    if reason is None and wish.copy is not True:
+        return _bridge.adopt(numbers, kind.format, row_at_least(numbers.shape))
+    if reason is not None and wish.copy is False:
+        raise refuse_copy(reason)
+    if _is_readable_as_block(numbers, kind):
+        return kind.make(numbers)  # reorders whole blocks at once
+    fitted = fit(numbers, kind)
+    if np.may_share_memory(fitted, numbers) or not fitted.flags.f_contiguous:
+        fitted = np.array(fitted, kind.dtype, order="F", copy=True)
+    return _bridge.adopt(fitted, kind.format, row_at_least(fitted.shape))
+
+
+def stacked(parts: Sequence[NDArray[Any]], axis: int) -> NDArray[Any]:
+    """The parts side by side, in column-major order."""
+    if not parts:
+        return np.zeros((0, 0))
+    shapes = {part.shape for part in parts}
+    if len(shapes) > 1:
+        raise ValueError(f"the parts differ in shape: {' and '.join(map(str, sorted(shapes)))}")
+    (shape,) = shapes
+    shape = (*shape[:axis], len(parts), *shape[axis:])
+    whole = np.empty(shape, np.result_type(*parts), order="F")
+    for place, part in enumerate(parts):
+        whole[(slice(None),) * axis + (place,)] = part
+    return whole
+
+
+def _source_kind(numbers: NDArray[Any], wish: Wish) -> Kind:
+    dtype = numbers.dtype
+    kind = kind_of_dtype(dtype)
+    if kind is not None:
+        return kind
+    if dtype.kind == "f" and (dtype.itemsize < 4 or wish.array_type):
+        kind = kind_of_dtype(np.dtype("f4"))  # which holds all that fewer bits do
+    elif dtype.kind == "c" and wish.array_type:
+        kind = kind_of_dtype(np.dtype("c16"))
+    if kind is None:
+        advice = _ADVICE.get("g" if dtype.kind in "fc" else dtype.kind, "give numbers")
+        raise TypeError(f"arrays have no elements of NumPy's type {dtype}: {advice}")
+    return kind
+
+
+def _is_readable_as_block(numbers: NDArray[Any], kind: Kind) -> bool:
+    """Whether the constructor takes the memory as it is."""
+    is_plain = numbers.dtype == kind.dtype and numbers.dtype.isnative and not numbers.dtype.names
+    has_block = bool(numbers.size and numbers.ndim) and numbers.flags.c_contiguous
+    return is_plain and has_block and numbers.flags.aligned
+
+
+def _why_not_shared(numbers: NDArray[Any], kind: Kind) -> str | None:
+    if numbers.dtype.newbyteorder("=") != kind.dtype:
+        return f"they are of type {numbers.dtype} and become {kind}"
+    if not numbers.dtype.isnative:
+        return "their bytes are in the other order"
+    if not numbers.flags.aligned:
+        return "they are not aligned"
+    if not numbers.flags.f_contiguous:
+        return "they do not lie in column-major order without gaps"
+    if not numbers.flags.writeable:
+        return "they are read-only"
+    return None

@@ -1,0 +1,10 @@
+"""Arrays from one process of a program to another, as blocks of bytes instead of nested lists.
+
+What is told here of an array is its type, its size, whether it is complex, and its elements, which
+stay out of the stream where the pickle protocol allows it.
+"""
+
+from .carriers import enable_binary_pickles, register_carriers
+from .reduction import array_from_elements, reduce_array
+
+__all__ = ["array_from_elements", "enable_binary_pickles", "reduce_array", "register_carriers"]
