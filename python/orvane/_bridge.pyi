@@ -1,5 +1,5 @@
 from collections.abc import Sequence
-from typing import Any, final
+from typing import Any, final, type_check_only
 
 from typing_extensions import CapsuleType
 
@@ -24,12 +24,17 @@ def to_capsule(
 def from_capsule(capsule: Any, copy: bool | None, /) -> AnyArray:
     """An array of a DLPack tensor."""
 
+@type_check_only
+class _Exporter:
+    """What exporters of buffers have at run time from Python 3.12 on."""
+
+    def __buffer__(self, flags: int, /) -> memoryview: ...
+    def __release_buffer__(self, buffer: memoryview, /) -> None: ...
+
 @final
-class Elements:
+class Elements(_Exporter):
     """The elements of an array or view, lent, as an exporter of buffers."""
 
     def __new__(cls, array: AnyArray, /, writable: bool = False) -> Elements: ...
     def close(self) -> None:
         """Show the elements to nobody else, and write to them no more."""
-    def __buffer__(self, flags: int, /) -> memoryview: ...
-    def __release_buffer__(self, buffer: memoryview, /) -> None: ...
