@@ -139,7 +139,12 @@ ARRAY_TYPES: "tuple[type[AnyArray], ...]" = (
 # Whatever carries objects between the processes of a program and is there already is told how
 # arrays travel best. Nothing is loaded for it.
 if not sys.modules.keys().isdisjoint(
-    ("multiprocessing.reduction", "loky.backend.reduction", "distributed.protocol.serialize")
+    (
+        "multiprocessing.reduction",
+        "loky.backend.reduction",
+        "joblib.externals.loky.backend.reduction",
+        "distributed.protocol.serialize",
+    )
 ):
     from .transport import register_carriers
 

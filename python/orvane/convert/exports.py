@@ -4,19 +4,23 @@ from __future__ import annotations
 
 from collections.abc import Iterator
 from contextlib import contextmanager
-from typing import TYPE_CHECKING, Any
+from typing import TYPE_CHECKING, Any, overload
 
 from .. import ARRAY_TYPES, AnyArray, _bridge
 from .._numpy import has_numpy, require_numpy
 
 if TYPE_CHECKING:
+    import numpy as np
     from numpy.typing import NDArray
 
     from .. import (
+        double,
         int8,
         int16,
         int32,
         int64,
+        logical,
+        single,
         uint8,
         uint16,
         uint32,
@@ -41,6 +45,62 @@ def _lent(array: Any, writable: bool) -> _bridge.Elements:
     return _bridge.Elements(array, writable=writable)
 
 
+@overload
+def to_numpy(
+    array: double[float], *, copy: bool | None = None, writable: bool = False
+) -> NDArray[np.float64]: ...
+@overload
+def to_numpy(
+    array: single[float], *, copy: bool | None = None, writable: bool = False
+) -> NDArray[np.float32]: ...
+@overload
+def to_numpy(
+    array: int8[int], *, copy: bool | None = None, writable: bool = False
+) -> NDArray[np.int8]: ...
+@overload
+def to_numpy(
+    array: int16[int], *, copy: bool | None = None, writable: bool = False
+) -> NDArray[np.int16]: ...
+@overload
+def to_numpy(
+    array: int32[int], *, copy: bool | None = None, writable: bool = False
+) -> NDArray[np.int32]: ...
+@overload
+def to_numpy(
+    array: int64[int], *, copy: bool | None = None, writable: bool = False
+) -> NDArray[np.int64]: ...
+@overload
+def to_numpy(
+    array: uint8[int], *, copy: bool | None = None, writable: bool = False
+) -> NDArray[np.uint8]: ...
+@overload
+def to_numpy(
+    array: uint16[int], *, copy: bool | None = None, writable: bool = False
+) -> NDArray[np.uint16]: ...
+@overload
+def to_numpy(
+    array: uint32[int], *, copy: bool | None = None, writable: bool = False
+) -> NDArray[np.uint32]: ...
+@overload
+def to_numpy(
+    array: uint64[int], *, copy: bool | None = None, writable: bool = False
+) -> NDArray[np.uint64]: ...
+@overload
+def to_numpy(
+    array: logical, *, copy: bool | None = None, writable: bool = False
+) -> NDArray[np.bool_]: ...
+@overload
+def to_numpy(
+    array: double[complex], *, copy: bool | None = None, writable: bool = False
+) -> NDArray[np.complex128]: ...
+@overload
+def to_numpy(
+    array: single[complex], *, copy: bool | None = None, writable: bool = False
+) -> NDArray[np.complex64]: ...
+@overload
+def to_numpy(
+    array: _ComplexIntegers, *, copy: bool | None = None, writable: bool = False
+) -> NDArray[np.void]: ...
 def to_numpy(array: Any, *, copy: bool | None = None, writable: bool = False) -> NDArray[Any]:
     """A NumPy array of the elements of an array or view, with the very shape that ``size`` tells.
 

@@ -86,7 +86,13 @@ def _is_readable_as_block(numbers: NDArray[Any], kind: Kind) -> bool:
     """Whether the constructor takes the memory as it is."""
     is_plain = numbers.dtype == kind.dtype and numbers.dtype.isnative and not numbers.dtype.names
     has_block = bool(numbers.size and numbers.ndim) and numbers.flags.c_contiguous
-    return is_plain and has_block and numbers.flags.aligned
+    return is_plain and has_block and _is_aligned(numbers, kind)
+
+
+def _is_aligned(numbers: NDArray[Any], kind: Kind) -> bool:
+    """As the elements of arrays are. (NumPy does not ask for it in structures.)"""
+    address: int = numbers.__array_interface__["data"][0]
+    return address % kind.part_size == 0 or not numbers.size
 
 
 def _why_not_shared(numbers: NDArray[Any], kind: Kind) -> str | None:
@@ -94,7 +100,7 @@ def _why_not_shared(numbers: NDArray[Any], kind: Kind) -> str | None:
         return f"they are of type {numbers.dtype} and become {kind}"
     if not numbers.dtype.isnative:
         return "their bytes are in the other order"
-    if not numbers.flags.aligned:
+    if not _is_aligned(numbers, kind):
         return "they are not aligned"
     if not numbers.flags.f_contiguous:
         return "they do not lie in column-major order without gaps"

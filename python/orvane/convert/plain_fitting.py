@@ -42,7 +42,7 @@ def fit_number(number: Any, kind: Kind) -> Any:
 def _fit_real(number: Any, kind: Kind) -> Any:
     try:
         number = float(number) if kind.code == "f" else _whole(number)
-        struct.pack(kind.letter, number)
+        struct.pack("<" + kind.letter, number)  # "f" alone would not mind overflow
     except (OverflowError, struct.error):
         raise ValueError from None
     return number

@@ -153,7 +153,8 @@ def _of_memory(view: memoryview, wish: Wish) -> AnyArray:
 
 def _ndarray_of_library(obj: Any) -> NDArray[Any] | None:
     """What NumPy's arrays and the objects of known libraries hold; none for all others."""
-    names = {each.__module__.partition(".")[0] for each in type(obj).__mro__}
+    modules = (getattr(each, "__module__", None) for each in type(obj).__mro__)
+    names = {str(module).partition(".")[0] for module in modules}
     if "numpy" in names:
         import numpy as np
 
@@ -201,7 +202,8 @@ def ndarray_of(obj: Any) -> NDArray[Any]:
     if isinstance(obj, NUMBERS) or _view_of(obj) is not None:
         return np.asarray(obj)
     if hasattr(obj, "__dlpack__"):
-        return np.from_dlpack(obj)
+        tensor: NDArray[Any] = np.from_dlpack(obj)
+        return tensor
     values = _sequence_of(obj)
     leaves = leaf_types(values)
     if is_plain(leaves):
@@ -241,4 +243,4 @@ def _of_sequence(values: list[Any] | tuple[Any, ...], wish: Wish) -> AnyArray:
 
 
 def _name_of(obj: object) -> str:
-    return f"an object of type {type(obj).__module__}.{type(obj).__qualname__}"
+    return f"an object of type {type(obj).__name__}"

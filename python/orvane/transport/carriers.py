@@ -9,6 +9,8 @@ from typing import Any
 from .. import ARRAY_TYPES
 from .reduction import reduce_array
 
+_LOKY = ("loky.backend.reduction", "joblib.externals.loky.backend.reduction")
+
 
 def enable_binary_pickles() -> None:
     """Have ``pickle`` and ``copy`` treat arrays as blocks of bytes, in this process, from now on.
@@ -26,11 +28,12 @@ def enable_binary_pickles() -> None:
 
 def register_carriers() -> None:
     """Tells those that are loaded."""
+    if "distributed.protocol.serialize" in sys.modules:
+        from .dask import register_serialization
+
+        register_serialization()
     for name in ("multiprocessing.reduction", *_LOKY):
         module: Any = sys.modules.get(name)
         if module is not None:
             for array_type in ARRAY_TYPES:
                 module.register(array_type, reduce_array)
-
-
-_LOKY = ("loky.backend.reduction", "joblib.externals.loky.backend.reduction")

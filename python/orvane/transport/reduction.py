@@ -19,19 +19,19 @@ class Elements:
         self._array = array
 
     def __reduce_ex__(self, protocol: Any) -> tuple[Any, ...]:
-        view = self.shown()
-        if protocol < 5:
-            return _as_they_are, (view.tobytes("F"),)
-        # What is not one block is made one here; PickleBuffer wants no gaps.
-        return _as_they_are, (PickleBuffer(view if view.f_contiguous else view.tobytes("F")),)
+        block = self.block()
+        return _as_they_are, (PickleBuffer(block) if protocol >= 5 else bytes(block),)
 
     def __deepcopy__(self, memo: object) -> Elements:
         return self  # `copied` has them copied once
 
-    def shown(self) -> memoryview:
+    def block(self) -> memoryview | bytes:
+        """The elements in storage order, byte by byte; lent, unless a view has to be gathered."""
         from .._bridge import Elements as Lent
 
-        return memoryview(Lent(self._array))
+        view = memoryview(Lent(self._array))
+        # Whoever writes to files asks for row-major memory, which a line of bytes always is.
+        return PickleBuffer(view).raw() if view.f_contiguous else view.tobytes("F")
 
     def copied(self) -> AnyArray:
         from .._bridge import copy

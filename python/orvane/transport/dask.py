@@ -1,0 +1,40 @@
+"""Arrays for Dask: how large they are, and how they go from process to process."""
+
+from __future__ import annotations
+
+import math
+import sys
+from pickle import PickleBuffer
+from typing import Any
+
+from .. import ARRAY_TYPES, AnyArray
+from .reduction import Elements, array_from_elements
+
+
+def register_sizes(sizeof: Any) -> None:
+    for array_type in ARRAY_TYPES:
+        sizeof.register(array_type, size_of)
+
+
+def register_serialization() -> None:
+    """Needs ``distributed.protocol.serialize`` among the loaded modules."""
+    serialization: Any = sys.modules["distributed.protocol.serialize"]
+    for array_type in ARRAY_TYPES:
+        serialization.dask_serialize.register(array_type, serialize)
+        serialization.dask_deserialize.register(array_type, deserialize)
+
+
+def size_of(array: AnyArray) -> int:
+    return sys.getsizeof(array) + math.prod(array.size) * array.itemsize
+
+
+def serialize(array: AnyArray) -> tuple[dict[str, Any], list[PickleBuffer]]:
+    told = {"type": type(array).__name__, "size": array.size, "is_complex": array._is_complex}
+    return told | {"byteorder": sys.byteorder}, [PickleBuffer(Elements(array).block())]
+
+
+def deserialize(header: dict[str, Any], frames: list[Any]) -> AnyArray:
+    array_type = next(each for each in ARRAY_TYPES if each.__name__ == header["type"])
+    size, is_complex = tuple(header["size"]), header["is_complex"]
+    elements = frames[0] if frames else b""
+    return array_from_elements(array_type, size, is_complex, elements, header["byteorder"])

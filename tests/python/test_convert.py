@@ -1,0 +1,414 @@
+"""What other libraries have as arrays, arrays as what they have, and arrays between processes."""
+
+import copy
+import copyreg
+import gc
+import math
+import pickle
+from contextlib import suppress
+from pathlib import Path
+
+import pytest
+
+import orvane
+from orvane import transport
+from support import answered_by, each_kind, evaluate, grid, make, nested, python, table
+
+np = pytest.importorskip("numpy", "1.26")
+
+FLAT = {"Zd": "c16", "Zf": "c8"}
+GAPS = "they do not lie in column-major order without gaps"
+
+
+def dtype_of(kind):
+    part = kind.format[-1]
+    pair = np.dtype([("real", part), ("imag", part)])
+    return np.dtype(FLAT.get(kind.format, pair if kind.is_complex else part))
+
+
+def numbers(kind):
+    """NumPy's array of 2 by 3 by 2 different elements, row by row."""
+    shown = orvane.to_numpy(grid(2, 3, 2, kind=kind))
+    assert (shown.dtype, shown.flags.writeable) == (dtype_of(kind), False)
+    return np.array(shown, order="C")
+
+
+def misaligned(x):
+    block = np.frombuffer(bytearray(b"\0" + x.tobytes("F")), "B")[1:]
+    return block.view(x.dtype).reshape(x.shape, order="F")
+
+
+def read_only(x):
+    x = np.asfortranarray(x)
+    x.flags.writeable = False
+    return x
+
+
+LAYOUTS = {
+    "column-major": (np.asfortranarray, None),
+    "row": (lambda x: x[0, :, 1].copy(), None),
+    "number": (lambda x: np.array(x[1, 2, 1]), None),
+    "empty": (lambda x: x[:, :0, 0], None),
+    "row-major": (lambda x: x, GAPS),
+    "strided": (lambda x: np.asfortranarray(np.repeat(x, 2, 0))[::2], GAPS),
+    "reversed": (lambda x: x[0, ::-1, 0], GAPS),
+    "read-only": (read_only, "they are read-only"),
+    "misaligned": (misaligned, "they are not aligned"),
+    "swapped": (lambda x: np.asfortranarray(x).astype(x.dtype.newbyteorder()), "their bytes are"),
+}
+
+
+@pytest.mark.parametrize("through", ["NumPy", "memoryview"])
+@pytest.mark.parametrize("layout", LAYOUTS)
+@each_kind
+def test_memory_of_any_layout_is_read_and_shared_where_it_can_be(kind, layout, through):
+    lay, reason = LAYOUTS[layout]
+    x = lay(numbers(kind))
+    if kind.element.size == 1 and layout in ("misaligned", "swapped"):
+        reason = None
+    source = x if through == "NumPy" else memoryview(x)
+    array, copied = orvane.asarray(source), orvane.asarray(source, copy=True)
+    assert (type(array).__name__, array._is_complex) == (kind.name, kind.is_complex)
+    for each in (array, copied):
+        shown = orvane.to_numpy(each)
+        assert shown.shape == each.size == (1,) * (2 - x.ndim) + x.shape
+        assert np.array_equal(shown.reshape(x.shape), x)
+        assert np.shares_memory(shown, x) == (each is array and reason is None and x.size > 0)
+    if reason is None:
+        orvane.asarray(source, copy=False)
+    else:
+        with pytest.raises(ValueError, match=f"the elements cannot be shared: {reason}"):
+            orvane.asarray(source, copy=False)
+        return
+    x[...] = x.flat[-1] if x.size else 0
+    del source, x
+    gc.collect()
+    shown = orvane.to_numpy(array)
+    assert not shown.size or (shown == shown.flat[-1]).all()
+    with orvane.writable(array) as lent:
+        lent[...] = orvane.to_numpy(copied)
+    assert array == copied
+
+
+@table("""
+asarray([[1, 2], [3, 4]]) -> int64([[1, 2], [3, 4]])
+asarray([[1, 2.5], (True, 4)]) -> double([[1, 2.5], [1, 4]])
+asarray([True, False]) -> logical([True, False])
+asarray([1j, 2]) -> double([1j, 2], is_complex=True)
+asarray([2**63, 1]) -> uint64([2**63, 1])
+asarray([range(2), [3, 4]], "single") -> single([[0, 1], [3, 4]])
+asarray([2.0, True], type=int8) -> int8([2, 1])
+asarray([2, 3j], "int8") -> int8([2, 3j], is_complex=True)
+asarray([2, 3 + 0j], int, is_complex=False) -> int64([2, 3])
+asarray([2, 3], "complex64") -> single([2, 3], is_complex=True)
+asarray([[0, 2j], [nan, 0]], bool) -> logical([[False, True], [True, False]])
+asarray(2**62 + 1) -> int64(2**62 + 1)
+asarray([]) -> double([])
+asarray(b"ab", is_complex=True) -> uint8([97, 98], is_complex=True)
+asarray(memoryview(bytes(6)).cast("B", (2, 3))) -> uint8(size=(2, 3))
+asarray(memoryview(bytes(48)).cast("d", (2, 3))[::-1]) -> double(size=(2, 3))
+asarray((ctypes.c_double * 2 * 2)((1, 2), (3, 4))) -> double([[1, 2], [3, 4]])
+asarray((ctypes.c_short.__ctype_be__ * 2)(1, 2)) -> int16([1, 2])
+asarray(array.array("l", [1, 2])) -> int64([1, 2])
+asarray(int8([1, 2])[0], "double") -> double([1, 2])
+asarray(int8([1, 2])[0][::-1], copy=True) -> int8([2, 1])
+asarray([1, 300], "int8") -> ValueError: the element at [1], 300, does not fit into orvane.int8
+asarray([[1, 2], [3, 0.5]], int) ->
+ ValueError: the element at [1][1], 0.5, does not fit into orvane.int64
+asarray([[1, 2e39], [1e39, 1]], single) ->
+ ValueError: the element at [0][1], 2e+39, does not fit into orvane.single
+asarray([nan], uint8) -> ValueError: the element at [0], nan, does not fit into orvane.uint8
+asarray([1, 2j], is_complex=False) -> ValueError: the element at [1], 2j, does not fit into orvane.double
+asarray([[1], [2**64]]) ->
+ ValueError: the integer at [1][0], 18446744073709551616, is too large for orvane.uint64
+asarray([1, None]) ->
+ ValueError: the value at [1] is missing (None): put a number there, float('nan') for example
+asarray([[1], ["2"]]) -> TypeError: the value at [1][0], '2', is no number
+asarray("12") -> TypeError: no numbers can be read from an object of type str
+asarray({1: 2}) -> TypeError: no numbers can be read from an object of type dict
+asarray([1], "text") -> TypeError: 'text' names no type of elements that arrays can have
+asarray([1], float, is_complex=True) ->
+ ValueError: is_complex=True contradicts the type <class 'float'>
+asarray([True], is_complex=True) -> TypeError: logical arrays must not be complex.
+asarray([1], copy=False) ->
+ ValueError: the elements cannot be shared: a sequence of numbers has no memory to share
+asarray(int8([1]), "double", copy=False) ->
+ ValueError: the elements cannot be shared: they are of type orvane.int8 and become orvane.double
+tolist(int8([[1, 2], [3, 4]])[::-1]) -> [[3, 4], [1, 2]]
+tolist(int8([[1, 2], [3, 4j]], is_complex=True)[1]) -> [3 + 0j, 4j]
+tolist([1]) -> TypeError: expected an orvane array, got list
+""")
+def test_what_is_made_of_python_s_own(expression, answer):
+    holds(expression, answer)
+    WITHOUT_NUMPY.append((expression, answer))
+
+
+WITHOUT_NUMPY: list[tuple[str, str]] = []
+NAMES = ["asarray", "to_numpy", "tolist", "to_dlpack", "from_dlpack", "writable"]
+
+
+def holds(expression, answer, **names):
+    import array
+    import ctypes
+
+    names |= {"array": array, "ctypes": ctypes} | {name: getattr(orvane, name) for name in NAMES}
+    with answered_by(answer) as is_value:
+        value = evaluate(expression, **names)
+        if is_value:
+            assert repr(value) == repr(evaluate(answer, **names)), expression
+
+
+def test_the_same_without_numpy():
+    rows = WITHOUT_NUMPY or pytest.skip("no rows have been run")
+    program = f"""
+import sys
+sys.path[:0] = {[str(Path(orvane.__file__).parents[1]), str(Path(__file__).parent)]!r}
+sys.modules["numpy"] = None
+import copy, ctypes, array, orvane, pytest
+from support import answered_by, evaluate
+NAMES = {NAMES}
+{_source(holds)}
+for row in {rows!r}:
+    holds(*row)
+a = orvane.double([[1, 2], [3, 4]])
+with orvane.writable(a) as view:
+    view[1, 1] = 7
+assert a[1][1] == 7 and not sys.modules["numpy"]
+orvane.enable_binary_pickles()
+assert copy.deepcopy(a) == a
+for call in (lambda: orvane.to_numpy(a), lambda: orvane.asarray([ctypes.c_int(1), [2]])):
+    with pytest.raises((ImportError, TypeError), match="NumPy|read"):
+        call()
+"""
+    python(program)
+
+
+def _source(function):
+    import inspect
+
+    return inspect.getsource(function)
+
+
+@table("""
+np.float32([1, 2]) -> single([1, 2])
+np.float16([1, 2]) -> single([1, 2])
+np.longdouble([1, 2]) -> TypeError: arrays have no elements of NumPy's type {long}: give a type, such as type='double'
+np.array([[1, 2], [3, 4]], object) -> int64([[1, 2], [3, 4]])
+np.float64(2) -> double(2)
+[np.float32(1), np.arange(1)[0]] -> double([1, 0])
+[np.arange(2), [3, 4]] -> int64([[0, 1], [3, 4]])
+[np.arange(2), [3]] -> ValueError: the parts differ in shape: (1,) and (2,)
+[int8([1, 2])[0], array.array("b", [3, 4])] -> int8([[1, 2], [3, 4]])
+[orvane.to_dlpack(double([1])), [[2]]] -> double([[[1]], [[2]]])
+type("A", (), {{"__array__": lambda *_, **__: np.arange(2)}})() -> int64([0, 1])
+type("A", (), {{"__array_interface__": np.arange(2).__array_interface__}})() -> int64([0, 1])
+np.ma.masked_array([1, 2], [0, 0]) -> int64([1, 2])
+np.ma.masked_array([[1, 2], [3, 4]], [[0, 0], [1, 1]]) ->
+ ValueError: the value at [1][0] is missing (one of 2 that are masked): give x.filled(value), or x.compressed() for those that are there
+[np.ma.masked_array([1], [1]), [2]] ->
+ ValueError: the value at [0] is missing (one of 1 that are masked): give x.filled(value), or x.compressed() for those that are there
+np.array(["a"]) -> TypeError: arrays have no elements of NumPy's type <U1: give numbers
+np.uint64([1, 2**63]), "int64" ->
+ ValueError: the element at [1], 9223372036854775808, does not fit into orvane.int64
+np.array([[1, 2**63.0]]), int ->
+ ValueError: the element at [0][1], 9.223372036854775808e18, does not fit into orvane.int64
+np.array([[1, -2**63.0]]), int -> int64([[1, -2**63]])
+np.arange(4)[1:], np.dtype(">f4") -> single([1, 2, 3])
+pd.DataFrame([[1., 2, 3], [3., 4, 5]]) -> double([[1, 2, 3], [3, 4, 5]])
+pd.DataFrame({{"a": [1, 2], "b": [0.5, nan]}}) -> double([[1, 0.5], [2, nan]])
+pd.DataFrame({{"a": [True, False], "b": pd.array([1, 2], "Int8")}}) -> int8([[1, 1], [0, 2]])
+pd.Series([1., 2, 3], index=[2, 1, 0]) -> double([1, 2, 3])
+pd.Series([1, None], dtype="Int64") ->
+ ValueError: the value at [1] is missing (null): fill it first (.fillna, .fill_null) or drop it (.dropna, .drop_nulls, .drop_null)
+pd.DataFrame({{"a": [1, 2], "b": ["x", "y"]}}) ->
+ TypeError: column 1: the value at [0], 'x', is no number
+pl.DataFrame({{"a": [1, 2], "b": [True, False]}}) -> int64([[1, 1], [2, 0]])
+pl.Series([1, None]) ->
+ ValueError: the value at [1] is missing (null): fill it first (.fillna, .fill_null) or drop it (.dropna, .drop_nulls, .drop_null)
+pa.table({{"a": [1, 2], "b": [0.5, 1]}}) -> double([[1, 0.5], [2, 1]])
+pa.chunked_array([[1], [None]]) ->
+ ValueError: the value at [1] is missing (null): fill it first (.fillna, .fill_null) or drop it (.dropna, .drop_nulls, .drop_null)
+pa.Tensor.from_numpy(np.arange(6.).reshape(2, 3)) -> double([[0, 1, 2], [3, 4, 5]])
+jnp.arange(3) * 1j -> single([0, 1j, 2j], is_complex=True)
+torch.arange(6).reshape(2, 3).T -> int64([[0, 3], [1, 4], [2, 5]])
+torch.tensor([1., 2]).requires_grad_() -> ValueError: Can't export tensors that require gradient, use tensor.detach()
+sparse.eye_array(2) -> TypeError: no numbers can be read from {sparse}; give x.toarray()
+""")
+def test_what_is_made_of_others(expression, answer):
+    modules = {"pd": "pandas", "pl": "polars", "pa": "pyarrow", "jnp": "jax.numpy"}
+    modules |= {"torch": "torch", "sparse": "scipy.sparse"}
+    names = {"np": np, "orvane": orvane}
+    for short, module in modules.items():
+        if expression.startswith(f"{short}."):
+            names[short] = pytest.importorskip(module, exc_type=ImportError)
+    words = {"long": np.dtype(np.longdouble)}
+    words["sparse"] = "an object of type dia_array"
+    answer = answer.format(**words).replace("9.223372036854775808e18", "9.223372036854776e+18")
+    holds(f"asarray({expression.format()})", answer, **names)
+
+
+def parts_of(array):
+    return {
+        "whole": array,
+        "row": array[1],
+        "line": array[0][1],
+        "slice": array[1:],
+        "reversed": array[1][::-1],
+        "nothing": array[2:],
+    }
+
+
+@each_kind
+def test_what_others_see_of_views(kind):
+    for name, part in parts_of(grid(2, 3, 2, kind=kind)).items():
+        shown = orvane.to_numpy(part)
+        assert (shown.shape, shown.dtype) == (part.size, dtype_of(kind)), name
+        listed = orvane.tolist(part)
+        assert listed == nested(part)
+        pairs = kind.is_complex and kind.element.is_integer
+        told = shown["real"] + 1j * shown["imag"] if pairs else shown
+        assert told.tolist() == listed
+        apart = orvane.to_numpy(part, copy=True, writable=True)
+        assert apart.flags.writeable and not np.shares_memory(apart, shown)  # noqa: PT018
+        before, cloned = apart.copy(), part[:].clone()
+        with orvane.writable(part) as lent:
+            assert lent.shape == part.size
+            lent[...] = lent[::-1].copy()
+        assert not lent.flags.writeable
+        assert np.array_equal(orvane.to_numpy(part), before[::-1])
+        assert np.array_equal(orvane.to_numpy(cloned).reshape(before.shape), before)
+        if pairs:
+            with pytest.raises(BufferError):
+                np.from_dlpack(orvane.to_dlpack(part))
+            continue
+        if np.lib.NumpyVersion(np.__version__) >= "2.1.0":
+            assert np.array_equal(np.from_dlpack(orvane.to_dlpack(part)), before[::-1])
+        with suppress(BufferError):  # of older ones, which do not know what is read-only
+            tensor = orvane.to_dlpack(part, writable=True)
+            tensor.__dlpack__(copy=True), orvane.from_dlpack(tensor)
+            now = nested(part)
+            assert orvane.tolist(orvane.from_dlpack(tensor.__dlpack__())) in (now, [now])
+
+
+def test_a_context_ends_whatever_happens_in_it():
+    array = orvane.double([[1, 2], [3, 4]])
+    with pytest.raises(ZeroDivisionError), orvane.writable(array) as lent:  # noqa: PT012
+        array.reshape(4, 1)
+        lent[0, 1] = 1 / 0
+    array[0] = [9]
+    assert (lent.tolist(), lent.flags.writeable) == ([[9, 2], [3, 4]], False)
+    del array
+    gc.collect()
+    assert lent.tolist() == [[9, 2], [3, 4]]
+
+
+@table("""
+adopt(np.zeros((2, 3)), "d", (2, 2)) -> ValueError: the memory is not as large as the array
+adopt(np.zeros(4)[::2], "d", (1, 2)) -> ValueError: the memory has gaps
+adopt(memoryview(bytes(9))[1:], "d", (1, 1)) ->
+ ValueError: the block is not aligned as its elements have to be.
+adopt(bytes(8), "d", (2**40, 2**40)) -> ValueError: the memory is not as large as the array
+adopt(bytes(8), "d", (-1, 1)) -> OverflowError: can't convert negative value to size_t
+adopt(bytes(8), "g", (1, 1)) -> TypeError: arrays have no elements of the format 'g'
+adopt(3, "d", (1, 1)) -> TypeError: memoryview: a bytes-like object is required, not 'int'
+copy(3) -> TypeError: expected an orvane array, got int
+Elements(3) -> RuntimeError: object not initialized.
+from_capsule(3, None) -> TypeError: expected a DLPack capsule, got int
+""")
+def test_refusals_of_the_bridge(expression, answer):
+    from orvane import _bridge
+
+    with answered_by(answer):
+        evaluate(f"bridge.{expression}", bridge=_bridge, np=np)
+
+
+CHANNELS = {
+    **{f"pickle {p}": lambda a, p=p: pickle.loads(pickle.dumps(a, p)) for p in (0, 2, 4, 5)},
+    "out of band": lambda a: through_buffers(a, lambda buffers: buffers),
+    "misaligned": lambda a: through_buffers(
+        a, lambda buffers: [memoryview(b"\0" + bytes(b.raw()))[1:] for b in buffers]
+    ),
+    "copy": copy.copy,
+    "deepcopy": copy.deepcopy,
+    "multiprocessing": lambda a: pickle.loads(loaded("multiprocessing").ForkingPickler.dumps(a)),
+    "loky": lambda a: pickle.loads(loaded("loky").dumps(a)),
+    "dask": lambda a: through_dask(a),
+}
+CARRIERS = {
+    "multiprocessing": "multiprocessing.reduction",
+    "loky": "joblib.externals.loky.backend.reduction",
+    "dask": "distributed.protocol",
+}
+
+
+def loaded(carrier):
+    return pytest.importorskip(CARRIERS[carrier])
+
+
+def through_buffers(array, change):
+    buffers = []
+    stream = pickle.dumps([array], 5, buffer_callback=buffers.append)
+    assert len(stream) < 200
+    return pickle.loads(stream, buffers=change(buffers))[0]
+
+
+def through_dask(array):
+    sizeof = pytest.importorskip("dask.sizeof").sizeof
+    __import__("orvane_dask").register(sizeof)
+    assert sizeof(array) >= math.prod(array.size) * array.itemsize
+    header, frames = loaded("dask").serialize(array)
+    assert header["serializer"] == "dask"
+    return loaded("dask").deserialize(header, [bytes(frame) for frame in frames])
+
+
+@pytest.fixture
+def plain_again():
+    yield
+    for array_type in orvane.ARRAY_TYPES:
+        copyreg.dispatch_table.pop(array_type, None)
+
+
+@pytest.mark.parametrize("channel", CHANNELS)
+@each_kind
+def test_arrays_travel_as_what_they_show(kind, channel, plain_again):
+    columns = 2**12 if kind.name == "double" else 2  # streams treat large blocks in another way
+    array = grid(2, 3, columns, kind=kind)
+    plain = pickle.dumps(array)
+    if channel in CARRIERS:
+        loaded(channel)
+        transport.register_carriers()
+    else:
+        orvane.enable_binary_pickles()
+    if kind.format in ("Zq", "ZQ"):  # which would be rounded on the way through Python's numbers
+        with orvane.writable(array) as lent:
+            lent["real"] += 2**62 + 1
+    for name, part in parts_of(array).items():
+        there = CHANNELS[channel](part)
+        shown = orvane.to_numpy(part)
+        assert (type(there), there._is_complex) == (type(part), part._is_complex)
+        assert np.array_equal(orvane.to_numpy(there).reshape(shown.shape), shown), name
+        assert len(there.size) >= 2
+        assert not np.shares_memory(orvane.to_numpy(there), shown) or channel == "out of band"
+        if there.size[0] and len(part.size) == 3:
+            there[0] = nested(make(kind, size=(2, *part.size[1:])))[0]
+            assert not orvane.to_numpy(there)[0].tobytes().strip(b"\0")
+    assert (pickle.dumps(grid(2, 3, columns, kind=kind)) == plain) == (channel in CARRIERS)
+
+
+def test_who_is_told_when():
+    """Who was there before, without a word; nobody is loaded for it."""
+    site = f"import sys; sys.path.insert(0, {str(Path(orvane.__file__).parents[1])!r})\n"
+    ask = "\nprint(orvane.double in multiprocessing.reduction.ForkingPickler._extra_reducers)"
+    for first, second, told in (
+        ("multiprocessing", "orvane", True),
+        ("orvane", "multiprocessing", False),
+    ):
+        assert python(f"{site}import {first}, {second}{ask}") == f"{told}\n"
+    pytest.importorskip("distributed")
+    for order in ("orvane, dask.sizeof, distributed", "dask.sizeof, distributed, orvane"):
+        program = site + "\n".join(f"import {name}" for name in order.split(", "))
+        register = "\nimport orvane_dask; orvane_dask.register(dask.sizeof.sizeof)\n"
+        program = program.replace("\nimport distributed", register + "import distributed")
+        check = "from distributed.protocol.serialize import dask_deserialize\n"
+        check += "print(bool(dask_deserialize.dispatch(orvane.double)))"
+        assert python(f"{program}\n{check}", "-W", "ignore") == "True\n"
