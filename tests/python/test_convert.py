@@ -118,7 +118,8 @@ asarray([[1, 2], [3, 0.5]], int) ->
 asarray([[1, 2e39], [1e39, 1]], single) ->
  ValueError: the element at [0][1], 2e+39, does not fit into orvane.single
 asarray([nan], uint8) -> ValueError: the element at [0], nan, does not fit into orvane.uint8
-asarray([1, 2j], is_complex=False) -> ValueError: the element at [1], 2j, does not fit into orvane.double
+asarray([1, 2j], is_complex=False) ->
+ ValueError: the element at [1], 2j, does not fit into orvane.double
 asarray([[1], [2**64]]) ->
  ValueError: the integer at [1][0], 18446744073709551616, is too large for orvane.uint64
 asarray([1, None]) ->
@@ -192,7 +193,8 @@ def _source(function):
 @table("""
 np.float32([1, 2]) -> single([1, 2])
 np.float16([1, 2]) -> single([1, 2])
-np.longdouble([1, 2]) -> TypeError: arrays have no elements of NumPy's type {long}: give a type, such as type='double'
+np.longdouble([1, 2]) ->
+ TypeError: arrays have no elements of NumPy's type {long}: give a type, such as type='double'
 np.array([[1, 2], [3, 4]], object) -> int64([[1, 2], [3, 4]])
 np.float64(2) -> double(2)
 [np.float32(1), np.arange(1)[0]] -> double([1, 0])
@@ -204,9 +206,9 @@ type("A", (), {{"__array__": lambda *_, **__: np.arange(2)}})() -> int64([0, 1])
 type("A", (), {{"__array_interface__": np.arange(2).__array_interface__}})() -> int64([0, 1])
 np.ma.masked_array([1, 2], [0, 0]) -> int64([1, 2])
 np.ma.masked_array([[1, 2], [3, 4]], [[0, 0], [1, 1]]) ->
- ValueError: the value at [1][0] is missing (one of 2 that are masked): give x.filled(value), or x.compressed() for those that are there
+ ValueError: the value at [1][0] is missing (one of 2 that are masked): {unmask}
 [np.ma.masked_array([1], [1]), [2]] ->
- ValueError: the value at [0] is missing (one of 1 that are masked): give x.filled(value), or x.compressed() for those that are there
+ ValueError: the value at [0] is missing (one of 1 that are masked): {unmask}
 np.array(["a"]) -> TypeError: arrays have no elements of NumPy's type <U1: give numbers
 np.uint64([1, 2**63]), "int64" ->
  ValueError: the element at [1], 9223372036854775808, does not fit into orvane.int64
@@ -219,19 +221,20 @@ pd.DataFrame({{"a": [1, 2], "b": [0.5, nan]}}) -> double([[1, 0.5], [2, nan]])
 pd.DataFrame({{"a": [True, False], "b": pd.array([1, 2], "Int8")}}) -> int8([[1, 1], [0, 2]])
 pd.Series([1., 2, 3], index=[2, 1, 0]) -> double([1, 2, 3])
 pd.Series([1, None], dtype="Int64") ->
- ValueError: the value at [1] is missing (null): fill it first (.fillna, .fill_null) or drop it (.dropna, .drop_nulls, .drop_null)
+ ValueError: the value at [1] is missing (null): {fill}
 pd.DataFrame({{"a": [1, 2], "b": ["x", "y"]}}) ->
  TypeError: column 1: the value at [0], 'x', is no number
 pl.DataFrame({{"a": [1, 2], "b": [True, False]}}) -> int64([[1, 1], [2, 0]])
 pl.Series([1, None]) ->
- ValueError: the value at [1] is missing (null): fill it first (.fillna, .fill_null) or drop it (.dropna, .drop_nulls, .drop_null)
+ ValueError: the value at [1] is missing (null): {fill}
 pa.table({{"a": [1, 2], "b": [0.5, 1]}}) -> double([[1, 0.5], [2, 1]])
 pa.chunked_array([[1], [None]]) ->
- ValueError: the value at [1] is missing (null): fill it first (.fillna, .fill_null) or drop it (.dropna, .drop_nulls, .drop_null)
+ ValueError: the value at [1] is missing (null): {fill}
 pa.Tensor.from_numpy(np.arange(6.).reshape(2, 3)) -> double([[0, 1, 2], [3, 4, 5]])
 jnp.arange(3) * 1j -> single([0, 1j, 2j], is_complex=True)
 torch.arange(6).reshape(2, 3).T -> int64([[0, 3], [1, 4], [2, 5]])
-torch.tensor([1., 2]).requires_grad_() -> ValueError: Can't export tensors that require gradient, use tensor.detach()
+torch.tensor([1., 2]).requires_grad_() ->
+ ValueError: Can't export tensors that require gradient, use tensor.detach()
 sparse.eye_array(2) -> TypeError: no numbers can be read from {sparse}; give x.toarray()
 """)
 def test_what_is_made_of_others(expression, answer):
@@ -242,6 +245,10 @@ def test_what_is_made_of_others(expression, answer):
         if expression.startswith(f"{short}."):
             names[short] = pytest.importorskip(module, exc_type=ImportError)
     words = {"long": np.dtype(np.longdouble)}
+    words["fill"] = (
+        "fill it first (.fillna, .fill_null) or drop it (.dropna, .drop_nulls, .drop_null)"
+    )
+    words["unmask"] = "give x.filled(value), or x.compressed() for those that are there"
     words["sparse"] = "an object of type dia_array"
     answer = answer.format(**words).replace("9.223372036854775808e18", "9.223372036854776e+18")
     holds(f"asarray({expression.format()})", answer, **names)

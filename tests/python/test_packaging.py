@@ -37,7 +37,11 @@ def test_the_module_and_the_packages_have_exactly_their_names():
     names = [name for name in vars(extension) if not name.startswith("__")]
     assert names == [*ELEMENT_TYPES, "OCPyIter", "ShapeError", "SizeError", "_capi"]
     assert set(ovexceptions.__all__) == exceptions
-    assert set(orvane.__all__) == {*ELEMENT_TYPES, *exceptions, "__version__", "get_include"}
+    conversions = {"asarray", "from_dlpack", "to_dlpack", "to_numpy", "tolist", "writable"}
+    others = {"AnyArray", "ARRAY_TYPES", "enable_binary_pickles", "get_include", "__version__"}
+    assert set(orvane.__all__) == {*ELEMENT_TYPES, *exceptions, *conversions, *others}
+    assert set(orvane.__all__) <= set(dir(orvane))
+    assert tuple(orvane.ARRAY_TYPES) == orvane.AnyArray.__args__
 
 
 def test_version_is_that_of_the_distribution():
@@ -50,7 +54,8 @@ def test_version_is_that_of_the_distribution():
 
 def test_import_loads_nothing_that_is_not_needed():
     loaded = python(PROLOGUE + "import orvane; print(*sys.modules)", "-I", "-S").split()
-    assert not {"importlib.metadata", "numpy", "re"} & set(loaded)
+    parts = {f"orvane.{name}" for name in ("_bridge", "convert", "transport")}
+    assert not {"importlib.metadata", "numpy", "re", *parts} & set(loaded)
 
 
 def test_exported_data_symbols():

@@ -10,7 +10,7 @@ import orvane
 from native_clients import run
 from reference.elements import TYPES
 
-PACKAGES = ("orvanemultidimarrayforpython", "orvane", "ovexceptions")
+PACKAGES = ("orvanemultidimarrayforpython", "orvane", "orvane_dask", "ovexceptions")
 
 reason = "no native code is tested here"
 pytestmark = pytest.mark.skipif("ORVANE_SANITIZED" in os.environ, reason=reason)
@@ -44,6 +44,8 @@ from typing import Any
 from typing_extensions import assert_type
 import copy
 import numpy as np
+import orvane
+from numpy.typing import NDArray
 from orvane import {name}
 
 a = {name}([[{one}, {one}], [{one}, {one}]])
@@ -82,6 +84,16 @@ a.size = (1, 4)  # refused
 {name}(size=3)  # refused
 {name}(vector=a)  # refused
 class Derived({name}): ...  # refused
+assert_type(orvane.to_numpy(a[0]), NDArray[np.{dtype}])
+assert_type(orvane.asarray(np.zeros(3), {name}), {name}[Any])
+with orvane.writable(a) as lent:
+    lent[0] = 1
+for each in orvane.ARRAY_TYPES:
+    converted: orvane.AnyArray = orvane.asarray(a, each, copy=True)
+    orvane.from_dlpack(orvane.to_dlpack(converted))
+orvane.asarray(a, copy="yes")  # refused
+orvane.to_numpy([1])  # refused
+orvane.conversion  # refused
 """
 
 NUMERIC_TYPES = """
@@ -115,6 +127,9 @@ def test_typical_use(directory):
         name = element_type.name
         element = {"double": "float", "single": "float", "logical": "bool"}.get(name, "int")
         words = {"name": name, "element": element, "one": "True" if name == "logical" else "1"}
+        words["dtype"] = {"double": "float64", "single": "float32", "logical": "bool_"}.get(
+            name, name
+        )
         if name == "logical":
             words |= {"whole": f"{name}[Any]", "view": "Any", "row": element, "stored": "int"}
         else:
