@@ -197,6 +197,7 @@ np.longdouble([1, 2]) ->
  TypeError: arrays have no elements of NumPy's type {long}: give a type, such as type='double'
 np.array([[1, 2], [3, 4]], object) -> int64([[1, 2], [3, 4]])
 np.float64(2) -> double(2)
+np.ones((2, 2)).astype(np.dtype(float).newbyteorder("<")) -> double([[1, 1], [1, 1]])
 [np.float32(1), np.arange(1)[0]] -> double([1, 0])
 [np.arange(2), [3, 4]] -> int64([[0, 1], [3, 4]])
 [np.arange(2), [3]] -> ValueError: the parts differ in shape: (1,) and (2,)
@@ -217,6 +218,10 @@ np.array([[1, 2**63.0]]), int ->
 np.array([[1, -2**63.0]]), int -> int64([[1, -2**63]])
 np.arange(4)[1:], np.dtype(">f4") -> single([1, 2, 3])
 pd.DataFrame([[1., 2, 3], [3., 4, 5]]) -> double([[1, 2, 3], [3, 4, 5]])
+pd.DataFrame({{"a": [1, 2], "b": [0.5, nan]}}), copy=False ->
+ ValueError: the elements cannot be shared: those of an object of type DataFrame have to be gathered
+np.asfortranarray([[1, 2], [3, 4]]).view(type("A", (np.ndarray,), {{}})), copy=False ->
+ int64([[1, 2], [3, 4]])
 pd.DataFrame({{"a": [1, 2], "b": [0.5, nan]}}) -> double([[1, 0.5], [2, nan]])
 pd.DataFrame({{"a": [True, False], "b": pd.array([1, 2], "Int8")}}) -> int8([[1, 1], [0, 2]])
 pd.Series([1., 2, 3], index=[2, 1, 0]) -> double([1, 2, 3])

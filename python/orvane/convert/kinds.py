@@ -5,6 +5,7 @@ The eleven types themselves tell their formats and sizes; nothing of that is wri
 
 from __future__ import annotations
 
+from functools import cache
 from typing import TYPE_CHECKING, Any, NamedTuple
 
 from .. import ARRAY_TYPES, AnyArray
@@ -49,20 +50,12 @@ class Kind(NamedTuple):
 
     @property
     def part_dtype(self) -> np.dtype[Any]:
-        import numpy as np
-
-        return np.dtype(f"{self.code}{self.part_size}")
+        return _dtype_of(self._replace(is_complex=False))
 
     @property
     def dtype(self) -> np.dtype[Any]:
         """NumPy's; complex integers, which it does not have, are structures of two parts."""
-        import numpy as np
-
-        if not self.is_complex:
-            return self.part_dtype
-        if self.code == "f":
-            return np.dtype(f"c{2 * self.part_size}")
-        return np.dtype([("real", self.part_dtype), ("imag", self.part_dtype)])
+        return _dtype_of(self)
 
     def make(self, *values: Any, **keywords: Any) -> AnyArray:
         """An array, by the constructor."""
@@ -75,6 +68,18 @@ class Kind(NamedTuple):
         return f"complex {name}" if self.is_complex else name
 
 
+@cache
+def _dtype_of(kind: Kind) -> np.dtype[Any]:
+    import numpy as np
+
+    part = np.dtype(f"{kind.code}{kind.part_size}")
+    if not kind.is_complex:
+        return part
+    if kind.code == "f":
+        return np.dtype(f"c{2 * kind.part_size}")
+    return np.dtype([("real", part), ("imag", part)])
+
+
 def kind_of(array: AnyArray) -> Kind:
     return Kind(type(array), array._is_complex)
 
@@ -85,6 +90,7 @@ def kind_by_code(code: str, size: int, is_complex: bool = False) -> Kind | None:
     return None if array_type is None else Kind(array_type, is_complex)
 
 
+@cache
 def kind_of_dtype(dtype: np.dtype[Any]) -> Kind | None:
     """The kind of NumPy's elements, in whatever order of bytes; None where no type has them."""
     if dtype.kind == "c":
@@ -121,11 +127,13 @@ def read_wish(named: Any, is_complex: bool | None, copy: bool | None) -> Wish:
     both.
     """
     array_type: type[AnyArray] | None = None
+    if named is None:
+        return Wish(None, is_complex, copy)
     if isinstance(named, str):
         array_type = _TYPES_BY_NAME.get(named.removeprefix("orvane."))
     elif isinstance(named, type) and named in ARRAY_TYPES:
         array_type = named
-    if named is not None and array_type is None:
+    if array_type is None:
         kind = _kind_by_name(named)
         if kind is None:
             raise TypeError(f"{named!r} names no type of elements that arrays can have")

@@ -45,7 +45,8 @@ def array_of(numbers: NDArray[Any], wish: Wish) -> AnyArray:
     if reason is not None and wish.copy is False:
         raise refuse_copy(reason)
     if _is_readable_as_block(numbers, kind):
-        return kind.make(numbers)  # reorders whole blocks at once
+        # It reorders whole blocks at once, but wants formats without a mark of byte order.
+        return kind.make(numbers.view(kind.dtype))
     fitted = fit(numbers, kind)
     if np.may_share_memory(fitted, numbers) or not fitted.flags.f_contiguous:
         fitted = np.array(fitted, kind.dtype, order="F", copy=True)
@@ -91,15 +92,19 @@ def _is_readable_as_block(numbers: NDArray[Any], kind: Kind) -> bool:
 
 def _is_aligned(numbers: NDArray[Any], kind: Kind) -> bool:
     """As the elements of arrays are. (NumPy does not ask for it in structures.)"""
+    if not numbers.dtype.names:
+        return numbers.flags.aligned
     address: int = numbers.__array_interface__["data"][0]
     return address % kind.part_size == 0 or not numbers.size
 
 
 def _why_not_shared(numbers: NDArray[Any], kind: Kind) -> str | None:
-    if numbers.dtype.newbyteorder("=") != kind.dtype:
-        return f"they are of type {numbers.dtype} and become {kind}"
-    if not numbers.dtype.isnative:
+    if numbers.dtype == kind.dtype:
+        pass
+    elif numbers.dtype.newbyteorder() == kind.dtype:
         return "their bytes are in the other order"
+    else:
+        return f"they are of type {numbers.dtype} and become {kind}"
     if not _is_aligned(numbers, kind):
         return "they are not aligned"
     if not numbers.flags.f_contiguous:

@@ -12,6 +12,30 @@ from .places import refuse_missing, subscripts
 NUMBERS = (bool, int, float, complex)
 
 
+def array_at_once(values: list[Any] | tuple[Any, ...]) -> AnyArray | None:
+    """An array of floats or of integers, if a look at their nesting and at the first one is enough.
+
+    The constructors refuse what does not fit to the first, but not foreign sequences, whose items
+    may be anything.
+    """
+    first = type(_first_leaf(values))
+    try:
+        return double(values) if first is float else int64(values) if first is int else None
+    except (TypeError, ValueError, OverflowError):
+        return None  # whoever looks at all of them knows why
+
+
+def _first_leaf(values: list[Any] | tuple[Any, ...]) -> Any:
+    """The first of the values, if they stand in nothing but lists and tuples."""
+    first = values[0] if values else None
+    if not isinstance(first, (list, tuple)):
+        return first
+    if not {list, tuple}.issuperset(map(type, values)):
+        return None
+    leaves = list(map(_first_leaf, values))
+    return None if any(leaf is None for leaf in leaves) else leaves[0]
+
+
 def leaf_types(values: Iterable[Any]) -> set[type]:
     """The types of all that stands in a nesting of lists, tuples and ranges."""
     types = set(map(type, values))

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import sys
 from typing import TYPE_CHECKING, Any, TypeVar, overload
 
 from .. import ARRAY_TYPES, AnyArray, _bridge
@@ -10,7 +11,14 @@ from .dlpack import from_dlpack
 from .formats import read_format
 from .kinds import Kind, Wish, kind_of, read_wish
 from .memory import array_copied_from, array_over, refuse_copy, why_not_shared
-from .nested import NUMBERS, array_of_numbers, is_plain, leaf_types, refuse_what_is_no_number
+from .nested import (
+    NUMBERS,
+    array_at_once,
+    array_of_numbers,
+    is_plain,
+    leaf_types,
+    refuse_what_is_no_number,
+)
 
 if TYPE_CHECKING:
     from numpy.typing import NDArray
@@ -68,11 +76,11 @@ def _array_of(obj: Any, wish: Wish) -> AnyArray:
         return _converted(obj, wish, is_own=False)
     if isinstance(obj, NUMBERS):
         return _of_sequence([[obj]], wish)
+    if type(obj) is list or type(obj) is tuple:
+        return _of_sequence(obj, wish)
     numbers = _ndarray_of_library(obj)
     if numbers is not None:
-        from .ndarrays import array_of
-
-        return array_of(numbers, wish)
+        return _of_ndarray(numbers, obj, wish)
     view = _view_of(obj)
     if view is not None:
         return _of_memory(view, wish)
@@ -84,9 +92,7 @@ def _array_of(obj: Any, wish: Wish) -> AnyArray:
         return _converted(array, wish, is_own=wish.copy is True)
     numbers = _ndarray_by_protocol(obj)
     if numbers is not None:
-        from .ndarrays import array_of
-
-        return array_of(numbers, wish)
+        return _of_ndarray(numbers, obj, wish)
     return _of_sequence(_sequence_of(obj), wish)
 
 
@@ -153,12 +159,15 @@ def _of_memory(view: memoryview, wish: Wish) -> AnyArray:
 
 def _ndarray_of_library(obj: Any) -> NDArray[Any] | None:
     """What NumPy's arrays and the objects of known libraries hold; none for all others."""
+    loaded = sys.modules.get("numpy")
+    if loaded is not None and isinstance(obj, loaded.ndarray):
+        return _with_numbers(obj)
     modules = (getattr(each, "__module__", None) for each in type(obj).__mro__)
     names = {str(module).partition(".")[0] for module in modules}
     if "numpy" in names:
         import numpy as np
 
-        return _with_numbers(obj if isinstance(obj, np.ndarray) else np.asarray(obj))
+        return _with_numbers(np.asarray(obj))
     if not names.isdisjoint(_OF_LIBRARIES):
         require_numpy(f"to read {_name_of(obj)}")
         from .libraries import READERS
@@ -168,6 +177,15 @@ def _ndarray_of_library(obj: Any) -> NDArray[Any] | None:
             if numbers is not None:
                 return _with_numbers(numbers)
     return None
+
+
+def _of_ndarray(numbers: NDArray[Any], obj: Any, wish: Wish) -> AnyArray:
+    """An array of what an object holds in NumPy's words."""
+    from .ndarrays import array_of
+
+    if wish.copy is False and numbers is not obj and numbers.flags.owndata:
+        raise refuse_copy(f"those of {_name_of(obj)} have to be gathered")
+    return array_of(numbers, wish)
 
 
 def _ndarray_by_protocol(obj: Any) -> NDArray[Any] | None:
@@ -229,12 +247,16 @@ def _sequence_of(obj: Any) -> list[Any] | tuple[Any, ...]:
 def _of_sequence(values: list[Any] | tuple[Any, ...], wish: Wish) -> AnyArray:
     if wish.copy is False:
         raise refuse_copy("a sequence of numbers has no memory to share")
+    is_nested = any(isinstance(value, (list, tuple, range)) for value in values)
+    rank = None if is_nested else 1
+    array = array_at_once(values)
+    if array is not None:
+        return _converted(array, wish, is_own=True, rank=rank)
     leaves = leaf_types(values)
     if is_plain(leaves):
         wanted = None if wish.array_type is None else Kind(wish.array_type, bool(wish.is_complex))
-        is_nested = any(isinstance(value, (list, tuple, range)) for value in values)
         array = array_of_numbers(values, leaves, wanted)
-        return _converted(array, wish, is_own=True, rank=None if is_nested else 1)
+        return _converted(array, wish, is_own=True, rank=rank)
     refuse_what_is_no_number(values)
     require_numpy("to read other numbers than Python's")
     from .ndarrays import array_of
