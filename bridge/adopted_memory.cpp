@@ -70,9 +70,8 @@ PyObject* adopt(PyObject*, PyObject* arguments) {
                 refuse(PyExc_ValueError, "the memory is not as large as the array");
             }
             T* const elements = buffer.len > 0 ? static_cast<T*>(buffer.buf) : nullptr;
-            array = buffer.readonly != 0
-                        ? python::adoptBlock(static_cast<const T*>(elements), extents, std::move(view))
-                        : python::adoptBlock(elements, extents, std::move(view));
+            array = buffer.readonly != 0 ? python::adoptBlock(static_cast<const T*>(elements), extents, std::move(view))
+                                         : python::adoptBlock(elements, extents, std::move(view));
         };
         if (!visitFormat(format, adoptAs)) {
             PyErr_Format(PyExc_TypeError, "arrays have no elements of the format '%s'", format);

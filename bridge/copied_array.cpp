@@ -1,7 +1,5 @@
 #include "functions.hpp"
 
-#include <orvane/exchange.h>
-
 #include <cstddef>
 #include <type_traits>
 
@@ -29,10 +27,6 @@ constexpr auto copies = tableByArrayType<Copy>([]<class T>() consteval -> Copy {
 
 PyObject* copy(PyObject*, PyObject* array) {
     return python::guarded([&] {
-        const OrvaneExchange* const exchange = Orvane_ImportExchange();
-        if (exchange == nullptr) {
-            throw python::PythonError();
-        }
         const int kind = exchange->kindOf(array);
         if (kind < 0) {
             PyErr_Format(PyExc_TypeError, "expected an orvane array, got %s", Py_TYPE(array)->tp_name);

@@ -4,8 +4,6 @@
 #include "element_format.hpp"
 #include "functions.hpp"
 
-#include <orvane/exchange.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <memory>
@@ -17,9 +15,6 @@
 namespace orvane::bridge {
 
 namespace {
-
-/// The second table, which `makeElementsType` fetches; it lives as long as the process.
-const OrvaneExchange* exchange = nullptr;
 
 struct GiveBack {
     void operator()(const OrvaneLoan* loan) const noexcept { exchange->giveBack(loan); }
@@ -202,8 +197,7 @@ PyType_Spec elementsSpec = {"orvane._bridge.Elements", sizeof(ElementsObject), 0
 } // namespace
 
 PyObject* makeElementsType() {
-    exchange = Orvane_ImportExchange();
-    return exchange != nullptr ? PyType_FromSpec(&elementsSpec) : nullptr;
+    return PyType_FromSpec(&elementsSpec);
 }
 
 } // namespace orvane::bridge

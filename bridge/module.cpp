@@ -18,6 +18,10 @@ PyMethodDef methods[] = {
 };
 
 int fill(PyObject* module) {
+    bridge::exchange = Orvane_ImportExchange();
+    if (bridge::exchange == nullptr) {
+        return -1;
+    }
     const python::Reference type(bridge::makeElementsType());
     return type ? PyModule_AddObjectRef(module, "Elements", type.get()) : -1;
 }

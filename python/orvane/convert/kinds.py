@@ -5,7 +5,6 @@ The eleven types themselves tell their formats and sizes; nothing of that is wri
 
 from __future__ import annotations
 
-from functools import cache
 from typing import TYPE_CHECKING, Any, NamedTuple
 
 from .. import ARRAY_TYPES, AnyArray
@@ -50,12 +49,14 @@ class Kind(NamedTuple):
 
     @property
     def part_dtype(self) -> np.dtype[Any]:
-        return _dtype_of(self._replace(is_complex=False))
+        return self._replace(is_complex=False).dtype
 
     @property
     def dtype(self) -> np.dtype[Any]:
         """NumPy's; complex integers, which it does not have, are structures of two parts."""
-        return _dtype_of(self)
+        if self not in _DTYPES:
+            _DTYPES[self] = _make_dtype(self)
+        return _DTYPES[self]
 
     def make(self, *values: Any, **keywords: Any) -> AnyArray:
         """An array, by the constructor."""
@@ -68,8 +69,10 @@ class Kind(NamedTuple):
         return f"complex {name}" if self.is_complex else name
 
 
-@cache
-def _dtype_of(kind: Kind) -> np.dtype[Any]:
+_DTYPES: dict[Kind, np.dtype[Any]] = {}
+
+
+def _make_dtype(kind: Kind) -> np.dtype[Any]:
     import numpy as np
 
     part = np.dtype(f"{kind.code}{kind.part_size}")
@@ -90,7 +93,6 @@ def kind_by_code(code: str, size: int, is_complex: bool = False) -> Kind | None:
     return None if array_type is None else Kind(array_type, is_complex)
 
 
-@cache
 def kind_of_dtype(dtype: np.dtype[Any]) -> Kind | None:
     """The kind of NumPy's elements, in whatever order of bytes; None where no type has them."""
     if dtype.kind == "c":

@@ -5,6 +5,12 @@ stay out of the stream where the pickle protocol allows it.
 """
 
 from .carriers import enable_binary_pickles, register_carriers
-from .reduction import array_from_elements, reduce_array
+from .reduction import array_from_elements, arrived, reduce_array
 
-__all__ = ["array_from_elements", "enable_binary_pickles", "reduce_array", "register_carriers"]
+__all__ = [
+    "array_from_elements",
+    "arrived",
+    "enable_binary_pickles",
+    "reduce_array",
+    "register_carriers",
+]

@@ -8,7 +8,7 @@ from pickle import PickleBuffer
 from typing import Any
 
 from .. import ARRAY_TYPES, AnyArray
-from .reduction import Elements, array_from_elements
+from .reduction import Carried, array_from_elements
 
 
 def register_sizes(sizeof: Any) -> None:
@@ -30,7 +30,7 @@ def size_of(array: AnyArray) -> int:
 
 def serialize(array: AnyArray) -> tuple[dict[str, Any], list[PickleBuffer]]:
     told = {"type": type(array).__name__, "size": array.size, "is_complex": array._is_complex}
-    return told | {"byteorder": sys.byteorder}, [PickleBuffer(Elements(array).block())]
+    return told | {"byteorder": sys.byteorder}, [PickleBuffer(Carried(array).block())]
 
 
 def deserialize(header: dict[str, Any], frames: list[Any]) -> AnyArray:

@@ -12,24 +12,28 @@ if TYPE_CHECKING:
     from typing_extensions import Buffer
 
 
-class Elements:
-    """The elements of an array on their way; a pickle has them as bytes, in column-major order."""
+class Carried:
+    """An array on its way. A pickle has its elements as bytes, in column-major order."""
+
+    __slots__ = ("_array",)
 
     def __init__(self, array: AnyArray) -> None:
         self._array = array
 
     def __reduce_ex__(self, protocol: Any) -> tuple[Any, ...]:
-        block = self.block()
-        return _as_they_are, (PickleBuffer(block) if protocol >= 5 else bytes(block),)
+        array, block = self._array, self.block()
+        elements = PickleBuffer(block) if protocol >= 5 else bytes(block)
+        told = type(array), array.size, array._is_complex, elements
+        return array_from_elements, told if sys.byteorder == "little" else (*told, sys.byteorder)
 
-    def __deepcopy__(self, memo: object) -> Elements:
-        return self  # `copied` has them copied once
+    def __deepcopy__(self, memo: object) -> Carried:
+        return self  # `arrived` copies, and once is enough
 
     def block(self) -> memoryview | bytes:
         """The elements in storage order, byte by byte; lent, unless a view has to be gathered."""
-        from .._bridge import Elements as Lent
+        from .._bridge import Elements
 
-        view = memoryview(Lent(self._array))
+        view = memoryview(Elements(self._array))
         # Whoever writes to files asks for row-major memory, which a line of bytes always is.
         return PickleBuffer(view).raw() if view.f_contiguous else view.tobytes("F")
 
@@ -39,26 +43,24 @@ class Elements:
         return copy(self._array)
 
 
-def _as_they_are(elements: Buffer) -> Buffer:
-    return elements
-
-
 def reduce_array(array: AnyArray) -> tuple[Any, ...]:
     """What ``__reduce__`` would give if arrays were pickled as blocks."""
-    told = type(array), array.size, array._is_complex, Elements(array)
-    return array_from_elements, told if sys.byteorder == "little" else (*told, sys.byteorder)
+    return arrived, (Carried(array),)
+
+
+def arrived(array: AnyArray | Carried) -> AnyArray:
+    """The array that a pickle has read; of what `copy` hands on as it is, a copy."""
+    return array.copied() if isinstance(array, Carried) else array
 
 
 def array_from_elements(
     array_type: type[AnyArray],
     size: tuple[int, ...],
     is_complex: bool,
-    elements: Buffer | Elements,
+    elements: Buffer,
     byteorder: str = "little",
 ) -> AnyArray:
-    """The array that `reduce_array` has told of, around the very block that was read."""
-    if isinstance(elements, Elements):  # `copy` hands on what it has been given
-        return elements.copied()
+    """The array that `Carried` has told of, around the very block that was read."""
     from ..convert.kinds import Kind
     from ..convert.memory import array_of_bytes
 
