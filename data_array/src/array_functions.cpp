@@ -3,8 +3,6 @@
 #include "array_impl.hpp"
 #include "storage.hpp"
 
-#include <memory>
-
 namespace orvane::data::array_functions {
 namespace {
 
@@ -12,8 +10,7 @@ namespace {
 union EmptyArray {
     impl::ArrayImpl array;
 
-    EmptyArray() noexcept
-        : array(arrayTypeNumber<double>, Dimensions(), 0, MemoryLayout::ColumnMajor, storage::allocate(0)) {}
+    EmptyArray() noexcept : array(arrayTypeNumber<double>, Dimensions(), 0, storage::allocate(0)) {}
     ~EmptyArray() {}
 };
 
@@ -30,7 +27,7 @@ impl::ArrayImpl* createEmpty() noexcept {
 
 void destroy(impl::ArrayImpl* array) noexcept {
     if (array != emptyArray()) {
-        const std::unique_ptr<impl::ArrayImpl> owner(array);
+        const impl::ArrayImpl::Owner owner(array);
     }
 }
 

@@ -11,26 +11,40 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 namespace orvane::data {
 
 namespace detail {
 
 /// A place in an array. It never moves: clients step by pointer arithmetic. So the two places that can be
-/// asked for live in the array itself, and every handle to a place shares them.
+/// asked for are parts of the array itself, and every handle to a place shares them.
 class IteratorImpl {
 public:
-    enum class Place { Begin, End };
+    IteratorImpl(const IteratorImpl&) = delete;
+    IteratorImpl& operator=(const IteratorImpl&) = delete;
 
-    IteratorImpl(impl::ArrayImpl& array, Place place) noexcept : m_array(array), m_place(place) {}
-
-    std::int32_t arrayType() const noexcept;
+    std::int32_t arrayType() noexcept;
     /// The address of the element, or the one behind the last element.
-    std::byte* element() const noexcept;
+    std::byte* element() noexcept;
+
+protected:
+    enum class Place : std::uint8_t { Begin, End };
+
+    explicit IteratorImpl(Place place) noexcept : m_place(place) {}
+    ~IteratorImpl() = default;
 
 private:
-    impl::ArrayImpl& m_array;
+    impl::ArrayImpl& array() noexcept;
+
     Place m_place;
+};
+
+struct BeginOfArray : IteratorImpl {
+    BeginOfArray() noexcept : IteratorImpl(Place::Begin) {}
+};
+struct EndOfArray : IteratorImpl {
+    EndOfArray() noexcept : IteratorImpl(Place::End) {}
 };
 
 /// One element of an array; valid as long as the array's storage is.
@@ -54,10 +68,22 @@ private:
 namespace impl {
 
 /// Has one owner; who shares arrays counts for himself and says so when he asks for a copy.
-class ArrayImpl {
+///
+/// Around a block of the library's own heap, an array lives in the room that the block has in front of its elements.
+class ArrayImpl : detail::BeginOfArray, detail::EndOfArray {
 public:
-    ArrayImpl(std::int32_t arrayType, Dimensions dimensions, std::size_t numElements, MemoryLayout layout,
-              storage::Storage storage) noexcept;
+    struct Destroy {
+        void operator()(ArrayImpl* array) const noexcept;
+    };
+    using Owner = std::unique_ptr<ArrayImpl, Destroy>;
+
+    /// Null for want of memory.
+    static Owner make(std::int32_t arrayType, Dimensions dimensions, std::size_t numElements,
+                      storage::Storage storage) noexcept;
+
+    ArrayImpl(std::int32_t arrayType, Dimensions dimensions, std::size_t numElements, storage::Storage storage) noexcept
+        : m_arrayType(arrayType), m_numElements(numElements), m_storage(std::move(storage)),
+          m_dimensions(std::move(dimensions)) {}
 
     ArrayImpl(const ArrayImpl&) = delete;
     ArrayImpl& operator=(const ArrayImpl&) = delete;
@@ -66,14 +92,14 @@ public:
     Dimensions& dimensions() noexcept { return m_dimensions; }
     std::size_t numElements() const noexcept { return m_numElements; }
     std::size_t numBytes() const noexcept { return m_numElements * elementSize(m_arrayType); }
-    /// The elements, in the array's layout.
+    /// The elements, in the layout in which they came: nothing here depends on it.
     std::byte* data() const noexcept { return static_cast<std::byte*>(m_storage.get()); }
 
-    detail::IteratorImpl* begin() noexcept { return &m_begin; }
-    detail::IteratorImpl* end() noexcept { return &m_end; }
+    detail::IteratorImpl* begin() noexcept { return static_cast<detail::BeginOfArray*>(this); }
+    detail::IteratorImpl* end() noexcept { return static_cast<detail::EndOfArray*>(this); }
 
     /// A second array with the same contents, or null for want of memory.
-    std::unique_ptr<ArrayImpl> copy() const noexcept;
+    Owner copy() const noexcept;
 
     /// A second block with the same elements, or null for want of memory.
     storage::Storage copyStorage() const noexcept;
@@ -82,13 +108,13 @@ public:
     storage::Storage takeStorage() noexcept;
 
 private:
+    friend detail::IteratorImpl;
+
+    bool m_isInRoom = false; ///< lives in front of the elements that it was made with
     std::int32_t m_arrayType;
-    MemoryLayout m_layout;
-    Dimensions m_dimensions;
     std::size_t m_numElements;
     storage::Storage m_storage;
-    detail::IteratorImpl m_begin{*this, detail::IteratorImpl::Place::Begin};
-    detail::IteratorImpl m_end{*this, detail::IteratorImpl::Place::End};
+    Dimensions m_dimensions;
 };
 
 } // namespace impl

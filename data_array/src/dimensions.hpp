@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <memory>
 #include <span>
+#include <tuple>
+#include <utility>
 
 namespace orvane::data {
 
@@ -14,19 +16,36 @@ namespace orvane::data {
 class Dimensions {
 public:
     /// 0-by-0.
-    Dimensions() noexcept = default;
+    Dimensions() noexcept {}
+    Dimensions(Dimensions&& other) noexcept { *this = std::move(other); }
+    /// The source is 0-by-0 afterwards.
+    Dimensions& operator=(Dimensions&& other) noexcept;
+    ~Dimensions() {
+        if (areMany()) {
+            freeMany();
+        }
+    }
 
     /// Copies the extents; gives `OutOfMemory` and stays as it was where that is not possible.
     Status assign(std::span<const unsigned long> extents) noexcept;
 
-    unsigned long* data() noexcept { return m_many ? m_many.get() : m_few.data(); }
+    unsigned long* data() noexcept { return areMany() ? m_many : m_few.data(); }
     std::size_t size() const noexcept { return m_size; }
-    std::span<const unsigned long> extents() const noexcept { return {m_many ? m_many.get() : m_few.data(), m_size}; }
+    std::span<const unsigned long> extents() const noexcept { return {areMany() ? m_many : m_few.data(), m_size}; }
 
 private:
-    std::array<unsigned long, 4> m_few{};
-    std::unique_ptr<unsigned long[]> m_many;
+    using Few = std::array<unsigned long, 4>;
+
+    bool areMany() const noexcept { return m_size > std::tuple_size_v<Few>; }
+    void freeMany() noexcept { const std::unique_ptr<unsigned long[]> owner(m_many); }
+    /// 0-by-0 again.
+    void reset() noexcept;
+
     std::size_t m_size = 2;
+    union {
+        Few m_few{};
+        unsigned long* m_many; ///< owned
+    };
 };
 
 /// The number of elements under the extents: their product, or 0 as soon as one of them is 0, whatever the

@@ -46,16 +46,15 @@ Status makePlan(const impl::ArrayFactoryImpl* factory, int type, const unsigned 
     return plan.dimensions.assign(extents);
 }
 
-Status makeArray(int type, Plan plan, MemoryLayout layout, Storage storage, impl::ArrayImpl** out) noexcept {
+Status makeArray(int type, Plan plan, Storage storage, impl::ArrayImpl** out) noexcept {
     if (!storage && plan.numElements != 0) {
         return Status::OutOfMemory;
     }
-    auto* const array = new (std::nothrow)
-        impl::ArrayImpl(type, std::move(plan.dimensions), plan.numElements, layout, std::move(storage));
-    if (array == nullptr) {
+    auto array = impl::ArrayImpl::make(type, std::move(plan.dimensions), plan.numElements, std::move(storage));
+    if (!array) {
         return Status::OutOfMemory;
     }
-    *out = array;
+    *out = array.release();
     return Status::Success;
 }
 
@@ -110,7 +109,7 @@ int createArray(impl::ArrayFactoryImpl* factory, int type, unsigned long* dims, 
         return number(status);
     }
     Storage storage = storage::allocateZeroed(plan.numElements * elementSize(type));
-    return number(makeArray(type, std::move(plan), MemoryLayout::ColumnMajor, std::move(storage), out));
+    return number(makeArray(type, std::move(plan), std::move(storage), out));
 }
 
 int createScalar(impl::ArrayFactoryImpl* factory, int type, void const* value, impl::ArrayImpl** out) noexcept {
@@ -126,7 +125,7 @@ int createScalar(impl::ArrayFactoryImpl* factory, int type, void const* value, i
     if (storage) {
         std::memcpy(storage.get(), value, elementSize(type));
     }
-    return number(makeArray(type, std::move(plan), MemoryLayout::ColumnMajor, std::move(storage), out));
+    return number(makeArray(type, std::move(plan), std::move(storage), out));
 }
 
 int createArrayFromBuffer(impl::ArrayFactoryImpl* factory, int type, unsigned long* dims, unsigned long numDims,
@@ -144,7 +143,7 @@ int createArrayFromBuffer(impl::ArrayFactoryImpl* factory, int type, unsigned lo
     if (!storage && plan.numElements != 0) {
         return number(Status::SystemError);
     }
-    return number(makeArray(type, std::move(plan), memoryLayout, std::move(storage), out));
+    return number(makeArray(type, std::move(plan), std::move(storage), out));
 }
 
 int createArrayFromColumnMajorBuffer(impl::ArrayFactoryImpl* factory, int type, unsigned long* dims,

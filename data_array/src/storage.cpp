@@ -1,90 +1,124 @@
 #include "storage.hpp"
 
+#include "block_store.hpp"
+#include "mapping.hpp"
+
 #include <cxxabi.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstdint>
+#include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <new>
 
 namespace orvane::data::storage {
 namespace {
 
-/// From this size on memory is asked for in huge pages, where a fault brings in 2 MiB instead of 4 KiB, and a
-/// zero-filled block is a mapping of its own. Other blocks live on the heap, whatever their size: its pages serve
-/// again when arrays come and go.
-constexpr std::size_t largeSize = std::size_t{4} << 20;
-constexpr std::size_t hugePageSize = std::size_t{2} << 20;
+/// From this size on blocks are mappings of their own, which are kept for a while when they are freed. On the heap,
+/// whose top goes back to the system as soon as two such blocks are free, each new one would fetch its pages anew.
+constexpr std::size_t largeSize = std::size_t{128} << 10;
 
-/// Stands right in front of a block in a mapping.
-struct MappingHeader {
-    void* base;
-    std::size_t length;
-};
-static_assert(sizeof(MappingHeader) <= blockAlignment);
+/// Up to this size, `malloc` has blocks at hand for each thread, which `calloc` in older systems does not look at.
+constexpr std::size_t smallSize = 1024;
 
 alignas(blockAlignment) std::byte emptyBlock[blockAlignment];
 
 void keepBlock(void*) {}
 
-std::byte* alignUp(void* address, std::size_t alignment) noexcept {
-    const auto offset = reinterpret_cast<std::uintptr_t>(address) & (alignment - 1);
-    return static_cast<std::byte*>(address) + (offset == 0 ? 0 : alignment - offset);
+// ---- on the heap ----
+
+/// Stands right in front of the elements of a block on the heap, behind the room.
+struct HeapHeader {
+    std::uint32_t offset;               ///< of the elements, from what malloc gave
+    std::atomic<std::uint32_t> holders; ///< 2 while room and elements are freed each for itself
+};
+
+constexpr std::size_t heapFront = roomSize + sizeof(HeapHeader);
+/// What comes on top of the elements: malloc aligns to max_align_t alone.
+constexpr std::size_t heapOverhead = heapFront + blockAlignment - alignof(std::max_align_t);
+static_assert(heapFront % alignof(std::max_align_t) == 0);
+
+HeapHeader& heapHeaderOf(void* elements) noexcept {
+    return static_cast<HeapHeader*>(elements)[-1];
 }
 
-void freeHeapBlock(void* block) {
-    // What malloc gave stands right in front of the block.
-    std::free(static_cast<void**>(block)[-1]);
-}
-
-/// The whole huge pages within a block; the ends are left to small pages. The advice may be ignored.
-void adviseHugePages(std::byte* block, std::size_t bytes) noexcept {
-#ifdef MADV_HUGEPAGE
-    std::byte* const first = alignUp(block, hugePageSize);
-    const auto skipped = static_cast<std::size_t>(first - block);
-    if (bytes >= skipped + hugePageSize) {
-        madvise(first, (bytes - skipped) / hugePageSize * hugePageSize, MADV_HUGEPAGE);
+void freeHeapBlock(void* elements) {
+    HeapHeader& header = heapHeaderOf(elements);
+    if (header.holders.load(std::memory_order_acquire) == 1 ||
+        header.holders.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        std::free(static_cast<std::byte*>(elements) - header.offset);
     }
-#else
-    static_cast<void>(block);
-    static_cast<void>(bytes);
-#endif
 }
 
-/// Aligns what malloc or calloc gave for `bytes + blockAlignment`.
-Storage alignHeapBlock(void* allocated) noexcept {
-    static_assert(blockAlignment >= sizeof(void*) + alignof(std::max_align_t));
+/// What malloc or calloc gave for `bytes + heapOverhead`.
+Storage onHeap(void* allocated) noexcept {
     if (allocated == nullptr) {
         return Storage(nullptr, keepBlock);
     }
-    // malloc aligns to max_align_t, so that the next boundary above the pointer's place is within reach.
-    std::byte* const block = alignUp(static_cast<void**>(allocated) + 1, blockAlignment);
-    reinterpret_cast<void**>(block)[-1] = allocated;
-    return Storage(block, freeHeapBlock);
+    std::byte* const elements = alignUp(static_cast<std::byte*>(allocated) + heapFront, blockAlignment);
+    const auto offset = static_cast<std::uint32_t>(elements - static_cast<std::byte*>(allocated));
+    ::new (&heapHeaderOf(elements)) HeapHeader{offset, 1};
+    return Storage(elements, freeHeapBlock);
 }
 
-void freeMappedBlock(void* block) {
-    const MappingHeader header = static_cast<MappingHeader*>(block)[-1];
-    munmap(header.base, header.length);
-}
-
-/// A zero-filled block in a mapping of its own.
-Storage map(std::size_t bytes) noexcept {
-    const std::size_t length = bytes + hugePageSize + blockAlignment;
-    void* const base = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (base == MAP_FAILED) {
-        return Storage(nullptr, keepBlock);
+/// What has waited for too long is looked for at every so many blocks, since looking asks for the time.
+void dropIdleBlocksNowAndThen() noexcept {
+    constexpr unsigned blocksBetweenLooks = 256;
+    static constinit std::atomic<unsigned> blocks = 0;
+    BlockStore* const store = blockStore();
+    if (store == nullptr || store->isEmpty()) {
+        return;
     }
-    std::byte* const block = alignUp(static_cast<std::byte*>(base) + blockAlignment, hugePageSize);
-    adviseHugePages(block, bytes);
-    ::new (block - sizeof(MappingHeader)) MappingHeader{base, length};
-    return Storage(block, freeMappedBlock);
+    // Counts of several threads may be lost.
+    const unsigned count = blocks.load(std::memory_order_relaxed) + 1;
+    blocks.store(count, std::memory_order_relaxed);
+    if (count % blocksBetweenLooks == 0) {
+        store->dropIdle();
+    }
+}
+
+/// Allocates, if need be once more without what is kept.
+template <class Allocate>
+auto withAllMemory(Allocate allocate) noexcept -> decltype(allocate()) {
+    auto allocated = allocate();
+    if (allocated == nullptr && blockStore() != nullptr && blockStore()->dropAll()) {
+        allocated = allocate();
+    }
+    return allocated;
+}
+
+// ---- mappings ----
+
+void freeMapping(void* elements) {
+    MappingHeader* const mapping = MappingHeader::of(elements);
+    if (BlockStore* const store = blockStore()) {
+        store->put(mapping);
+    } else {
+        unmap(mapping);
+    }
+}
+
+/// A block that was in use before; null if there is none.
+MappingHeader* keptMapping(std::size_t bytes) noexcept {
+    BlockStore* const store = blockStore();
+    if (store == nullptr || store->isEmpty()) {
+        return nullptr;
+    }
+    store->dropIdle();
+    return store->take(bytes);
+}
+
+Storage inMapping(MappingHeader* mapping) noexcept {
+    return Storage(mapping != nullptr ? mapping->elements() : nullptr, freeMapping);
+}
+
+Storage newMapping(std::size_t bytes) noexcept {
+    return inMapping(withAllMemory([&] { return map(bytes); }));
 }
 
 constexpr bool canBeAllocated(std::size_t bytes) noexcept {
-    return bytes <= std::numeric_limits<std::ptrdiff_t>::max() - hugePageSize - blockAlignment;
+    return bytes <= std::numeric_limits<std::ptrdiff_t>::max() - hugePageSize - 2 * blockAlignment;
 }
 
 } // namespace
@@ -110,22 +144,59 @@ Storage allocate(std::size_t bytes) noexcept {
     if (!canBeAllocated(bytes)) {
         return Storage(nullptr, keepBlock);
     }
-    Storage storage = alignHeapBlock(std::malloc(bytes + blockAlignment));
-    if (storage && bytes >= largeSize) {
-        adviseHugePages(static_cast<std::byte*>(storage.get()), bytes);
+    // Where nothing is kept, the heap is as good, and what checks it sees the bounds of blocks.
+    if (bytes >= largeSize && blockStore() != nullptr) {
+        MappingHeader* const kept = keptMapping(bytes);
+        if (Storage storage = kept != nullptr ? inMapping(kept) : newMapping(bytes)) {
+            return storage;
+        }
+    }
+    dropIdleBlocksNowAndThen();
+    Storage storage = onHeap(withAllMemory([&] { return std::malloc(bytes + heapOverhead); }));
+    if (storage && bytes >= hugePagesFrom) {
+        adviseHugePages(storage.get(), bytes);
     }
     return storage;
 }
 
 Storage allocateZeroed(std::size_t bytes) noexcept {
-    if (bytes == 0 || !canBeAllocated(bytes)) {
-        return allocate(bytes);
+    if (bytes <= smallSize || !canBeAllocated(bytes)) {
+        Storage storage = allocate(bytes);
+        if (storage) {
+            std::memset(storage.get(), 0, bytes);
+        }
+        return storage;
     }
-    return bytes < largeSize ? alignHeapBlock(std::calloc(1, bytes + blockAlignment)) : map(bytes);
+    if (bytes >= largeSize) {
+        if (MappingHeader* const kept = keptMapping(bytes)) {
+            clear(kept, bytes);
+            return inMapping(kept);
+        }
+    }
+    if (bytes >= (blockStore() != nullptr ? largeSize : hugePagesFrom)) {
+        if (Storage storage = newMapping(bytes)) {
+            return storage;
+        }
+    }
+    dropIdleBlocksNowAndThen();
+    return onHeap(withAllMemory([&] { return std::calloc(1, bytes + heapOverhead); }));
 }
 
 Storage adopt(void* block, detail::BufferDeleter deleter) noexcept {
     return Storage(block, deleter != nullptr ? deleter : keepBlock);
+}
+
+void* roomBefore(const Storage& storage) noexcept {
+    return storage.get_deleter().deleter == freeHeapBlock ? static_cast<std::byte*>(storage.get()) - heapFront
+                                                          : nullptr;
+}
+
+void partFromRoom(const Storage& storage) noexcept {
+    heapHeaderOf(storage.get()).holders.store(2, std::memory_order_relaxed);
+}
+
+void freeRoom(void* room) noexcept {
+    freeHeapBlock(static_cast<std::byte*>(room) + heapFront);
 }
 
 } // namespace orvane::data::storage
