@@ -12,7 +12,7 @@ namespace orvane::python {
 namespace {
 
 constexpr std::array keywords{"initializer", "size", "vector", "is_complex"};
-constexpr Py_ssize_t vectorPosition = 2;
+constexpr std::size_t vectorPosition = 2;
 
 /// The values in the order of `keywords`; null for those that are absent.
 using Values = std::array<PyObject*, keywords.size()>;
@@ -62,10 +62,13 @@ bool parseArguments(PyObject* args, PyObject* kwargs, Values& values) {
                                        &values[1], &values[2], &values[3]) != 0;
 }
 
-ConstructorArguments record(const Values& values, PyObject* args) {
+ConstructorArguments record(const Values& values, std::size_t given) {
     const auto [initializer, size, vector, isComplex] = values;
-    const bool vectorByKeyword = vector != nullptr && (args == nullptr || PyTuple_GET_SIZE(args) <= vectorPosition);
-    return {initializer, size, vector, isComplex, vectorByKeyword};
+    return {initializer, size, vector, isComplex, vector != nullptr && given <= vectorPosition};
+}
+
+std::size_t countOf(PyObject* tuple) {
+    return tuple != nullptr ? static_cast<std::size_t>(PyTuple_GET_SIZE(tuple)) : 0;
 }
 
 } // namespace
@@ -74,7 +77,24 @@ bool readPlainConstructorArguments(PyObject* args, PyObject* kwargs, Constructor
     Values values{};
     if (!readPlainArguments(args, kwargs, values))
         return false;
-    arguments = record(values, args);
+    arguments = record(values, countOf(args));
+    return true;
+}
+
+bool readPlainConstructorArguments(PyObject* const* args, std::size_t given, PyObject* names,
+                                   ConstructorArguments& arguments) {
+    Values values{};
+    const std::size_t named = countOf(names);
+    if (given > values.size() || (named == 0 && given > 0 && PyDict_Check(args[0])))
+        return false;
+    std::copy_n(args, given, values.begin());
+    for (std::size_t i = 0; i < named; ++i) {
+        const auto position = positionOfInternedName(PyTuple_GET_ITEM(names, static_cast<Py_ssize_t>(i)));
+        if (!position || values[*position] != nullptr)
+            return false;
+        values[*position] = args[given + i];
+    }
+    arguments = record(values, given);
     return true;
 }
 
@@ -82,7 +102,7 @@ bool parseConstructorArguments(PyObject* args, PyObject* kwargs, ConstructorArgu
     Values values{};
     if (!parseArguments(args, kwargs, values))
         return false;
-    arguments = record(values, args);
+    arguments = record(values, countOf(args));
     return true;
 }
 

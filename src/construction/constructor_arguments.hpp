@@ -3,6 +3,8 @@
 
 #include <Python.h>
 
+#include <cstddef>
+
 namespace orvane::python {
 
 /// What one constructor call was given. All pointers are borrowed: whoever fills the record holds references to
@@ -21,6 +23,10 @@ struct ConstructorArguments {
 /// dictionary, or null). False, with nothing raised, when the interpreter's parser has to look at them. No code of the
 /// caller's runs.
 bool readPlainConstructorArguments(PyObject* args, PyObject* kwargs, ConstructorArguments& arguments);
+/// The same of a vectorcall's arguments: `given` positional ones and behind them those that `names` (a tuple, or null)
+/// names. A dictionary in first place that stands for the keywords is not for the short cut.
+bool readPlainConstructorArguments(PyObject* const* args, std::size_t given, PyObject* names,
+                                   ConstructorArguments& arguments);
 /// The same by the interpreter's parser. False, with its TypeError set, for unknown keywords and excess arguments. Keys
 /// may be compared by code of the caller's, so that the dictionary must be one that nobody else can change.
 bool parseConstructorArguments(PyObject* args, PyObject* kwargs, ConstructorArguments& arguments);

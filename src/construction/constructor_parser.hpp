@@ -63,6 +63,7 @@ private:
     bool readRegularInitializer(PyObject* initializer);
     [[gnu::noinline]] bool readNestedBlocks(PyObject* initializer, const RegularNesting& nesting);
     [[gnu::noinline]] bool readBlockInitializer(PyObject* initializer);
+    bool readUnnestedInitializer(PyObject* initializer);
     bool processForeignBuffer(PyObject* exporter);
     bool processBufferInitializer(const Py_buffer& view);
     bool walkInitializer(PyObject* initializer);

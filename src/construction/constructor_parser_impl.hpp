@@ -4,13 +4,13 @@
 #include "construction/constructor_parser.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <limits>
 #include <new>
 #include <span>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "blocks/number_runs.hpp"
 #include "blocks/reorder.hpp"
@@ -81,10 +81,9 @@ auto FinalConstructorParser<T>::processConstructorArgsAndKwargs(const Constructo
         }
         if (hasVector ? !processVectorKwarg(vector) : hasInitializer && !processInitializerKwarg(initializer))
             return std::nullopt;
-        std::vector<unsigned long> extents(governingDims().begin(), governingDims().end());
         if (!m_buffer)
             m_buffer = factory().template createZeroedBuffer<T>(m_shape.getNumberOfElements().value_or(0));
-        return factory().template createArrayFromBuffer<T>(std::move(extents), *std::move(m_buffer));
+        return factory().template createArrayFromBuffer<T>(asSpan(governingDims()), *std::move(m_buffer));
     });
 }
 
@@ -274,13 +273,27 @@ template <class T>
 bool FinalConstructorParser<T>::readRegularInitializer(PyObject* initializer) {
     const RegularNesting nesting(initializer);
     if (nesting.rank() == 0)
-        return false;
+        return readUnnestedInitializer(initializer);
     T scalar;
     if (!convertExactNumber(nesting.firstScalar(), scalar))
         return readNestedBlocks(initializer, nesting);
     return readByShortCut(nesting.extents(), [&](T* target) {
         return RegularReader<T, true>(nesting.extents(), ElementOrder::ColumnMajor, target).read(initializer);
     });
+}
+
+/// A number, or a list or tuple without items.
+template <class T>
+bool FinalConstructorParser<T>::readUnnestedInitializer(PyObject* initializer) {
+    static constexpr std::array<std::size_t, 2> oneByOne{1, 1};
+    static constexpr std::array<std::size_t, 1> none{0};
+    if (PyList_CheckExact(initializer) || PyTuple_CheckExact(initializer))
+        return Py_SIZE(initializer) == 0 && readByShortCut(none, [](T*) { return true; });
+    T scalar;
+    return convertExactNumber(initializer, scalar) && readByShortCut(oneByOne, [&](T* target) {
+               *target = scalar;
+               return true;
+           });
 }
 
 template <class T>

@@ -20,17 +20,11 @@ inline OCPyArray* getOCPyArrayFromPyObject(PyObject* object) {
     return reinterpret_cast<OCPyArray*>(object);
 }
 
-/// A shell with room for its core array; null with MemoryError set.
+/// A shell with room for the core of a whole array; null with MemoryError set.
 PyObject* allocOCPyArray(PyTypeObject* type);
-/// Where `fillShell` makes the core array.
-void* roomForCoreArray(PyObject* shell) noexcept;
-
-/// Makes the core array of a shell. Takes the arguments of an `OCppPyArray` constructor.
-template <class... Arguments>
-void fillShell(PyObject* shell, Arguments&&... arguments) {
-    getOCPyArrayFromPyObject(shell)->m_cppArray =
-        std::construct_at(static_cast<OCppPyArray*>(roomForCoreArray(shell)), std::forward<Arguments>(arguments)...);
-}
+/// Makes the core array of a shell.
+void fillShell(PyObject* shell, std::shared_ptr<ODArrayWrapper> wrapper, SupportedArrayEnum supportedArrayEnum,
+               bool isComplex) noexcept;
 
 /// A new object of the same Python type as `source`'s on storage of its own; null with an error set. Throws nothing.
 PyObject* newArrayObject(const OCppPyArray& source, std::shared_ptr<ODArrayWrapper> wrapper, bool isComplex);

@@ -41,22 +41,22 @@ std::shared_ptr<ODArrayWrapper> ODArrayWrapper::adopt(data::Array&& array, Reach
 
 std::shared_ptr<ODArrayWrapper> ODArrayWrapper::adopt(data::Array&& array, BlockOwner owner) {
     auto wrapper = adopt(std::move(array), Reach::PythonOnly);
-    wrapper->m_blockOwner = std::move(owner.owner);
-    wrapper->m_isReadOnly = owner.isReadOnly;
+    wrapper->rare().blockOwner = std::move(owner.owner);
+    wrapper->rare().isReadOnly = owner.isReadOnly;
     return wrapper;
 }
 
 ODArrayWrapper::ODArrayWrapper(data::Array&& array, const void* elements, std::size_t elementSize)
     : m_array(std::move(array)), m_dataElements(static_cast<std::byte*>(const_cast<void*>(elements))),
       m_mirrorElements(m_dataElements),
-      m_layout(std::make_shared<const Layout>(m_array.extents(), static_cast<long>(m_array.getNumberOfElements()),
-                                              static_cast<long>(elementSize))) {}
+      m_layout(RecentLayouts::find(m_array.extents(), static_cast<long>(m_array.getNumberOfElements()),
+                                   static_cast<long>(elementSize))) {}
 
 ODArrayWrapper::~ODArrayWrapper() {
     if (m_mayBeForeign)
         letGo(std::move(m_array));
-    if (m_isMirrorForeign)
-        letGo(*std::move(m_mirrorOwner));
+    if (isSplit() && m_rare->isMirrorForeign)
+        letGo(*std::move(m_rare->mirrorOwner));
 }
 
 /// Gives up a data array that came from native code. That may run code of others, with whatever error is pending and
@@ -88,7 +88,8 @@ void ODArrayWrapper::openForWriting() {
 }
 
 void ODArrayWrapper::closeWriting() {
-    m_hasMissedWrites = isSplit();
+    if (isSplit())
+        m_rare->hasMissedWrites = true;
     --m_openWritings;
     try {
         catchUp();
@@ -104,12 +105,12 @@ void ODArrayWrapper::catchUp() {
     prepareForWriting();
     if (m_layout->elementCount() > 0)
         std::memcpy(m_dataElements, m_mirrorElements, static_cast<std::size_t>(m_layout->sizeInBytes()));
-    m_hasMissedWrites = false;
+    m_rare->hasMissedWrites = false;
 }
 
 ODArrayWrapper::Exported ODArrayWrapper::exportElements(bool isSnapshot) {
     void* const elements = pinElements(isSnapshot);
-    m_layout = *m_exportedLayouts.insert(m_layout).first;
+    m_isLayoutExported = true;
     return {elements, m_layout.get()};
 }
 
@@ -118,16 +119,24 @@ void ODArrayWrapper::reshape(std::shared_ptr<const Layout> layout) {
     catchUp();
     if (isSplit() && m_layout->elementCount() > 0) // an empty block may be null
         std::memcpy(m_mirrorElements, dataElements(), static_cast<std::size_t>(m_layout->sizeInBytes()));
-    // Extents that were exported before serve again, so that reshaping back and forth does not pile them up.
-    const auto exported = m_exportedLayouts.find(layout);
-    m_layout = exported != m_exportedLayouts.end() ? *exported : std::move(layout);
+    if (m_isLayoutExported)
+        rare().formerLayouts.insert(m_layout);
+    m_isLayoutExported = false;
+    if (m_rare) {
+        // Extents that were exported before serve again, so that reshaping back and forth does not pile them up.
+        const auto exported = m_rare->formerLayouts.find(layout);
+        m_isLayoutExported = exported != m_rare->formerLayouts.end();
+        if (m_isLayoutExported)
+            layout = *exported;
+    }
+    m_layout = std::move(layout);
     m_hasOutdatedExtents = true;
 }
 
 void ODArrayWrapper::prepareForWriting() {
     const bool mayMove = !data::elementsNeverMove();
     // Elements that move leave their former block, whose deleter may be native code's: a copy does that in good order.
-    if (m_array.useCount() > 1 || m_isReadOnly || (mayMove && m_mayBeForeign))
+    if (m_array.useCount() > 1 || isReadOnly() || (mayMove && m_mayBeForeign))
         replaceDataArrayByCopy();
     if (mayMove) {
         m_dataElements = ownElementsOf(m_array);
@@ -141,7 +150,8 @@ void ODArrayWrapper::replaceDataArrayByCopy() {
     m_dataElements = ownElementsOf(copy);
     data::Array former = std::exchange(m_array, std::move(copy));
     m_hasOutdatedExtents = false;
-    m_isReadOnly = false;
+    if (isReadOnly())
+        m_rare->isReadOnly = false;
     if (!isSplit())
         m_mirrorElements = m_dataElements;
     if (std::exchange(m_mayBeForeign, false))
@@ -151,8 +161,18 @@ void ODArrayWrapper::replaceDataArrayByCopy() {
 /// Parts the two with a block of its own for the mirror.
 void ODArrayWrapper::copyMirror() {
     data::Array mirror = copyElements(m_array, *m_layout);
-    m_mirrorElements = ownElementsOf(mirror);
-    m_mirrorOwner.emplace(std::move(mirror));
+    std::byte* const elements = ownElementsOf(mirror);
+    rare();
+    m_mirrorElements = elements;
+    takeAsMirror(std::move(mirror), false);
+}
+
+/// For those who have made room for what is rare.
+void ODArrayWrapper::takeAsMirror(data::Array&& mirror, bool isForeign) noexcept {
+    m_rare->mirrorOwner.emplace(std::move(mirror));
+    m_rare->isMirrorForeign = isForeign;
+    m_rare->hasMissedWrites = false;
+    m_isSplit = true;
 }
 
 /// Parts the two with the mirror where it is if it may have been exported.
@@ -162,9 +182,10 @@ void ODArrayWrapper::split() {
     // The block becomes the mirror, which assignments write to; whoever shares it so far must not see that.
     prepareForWriting();
     data::Array copy = copyElements(m_array, *m_layout);
-    m_dataElements = ownElementsOf(copy);
-    m_mirrorOwner.emplace(std::exchange(m_array, std::move(copy)));
-    m_isMirrorForeign = std::exchange(m_mayBeForeign, false);
+    std::byte* const elements = ownElementsOf(copy);
+    rare();
+    m_dataElements = elements;
+    takeAsMirror(std::exchange(m_array, std::move(copy)), std::exchange(m_mayBeForeign, false));
     m_hasOutdatedExtents = false;
 }
 

@@ -118,27 +118,41 @@ private:
         }
     };
 
-    bool isSplit() const noexcept { return m_mirrorOwner.has_value(); }
-    bool isDataBehind() const noexcept { return isSplit() && (m_openWritings > 0 || m_hasMissedWrites); }
+    /// What few arrays need.
+    struct Rare {
+        std::shared_ptr<void> blockOwner;       ///< outlives all that lies over its block
+        bool isReadOnly = false;                ///< the block is somebody's who does not want it written to
+        std::optional<data::Array> mirrorOwner; ///< holds the mirror's block once split from the data array's
+        bool isMirrorForeign = false;           ///< native code gave it, and says how its block is freed
+        bool hasMissedWrites = false;           ///< there was no memory to bring the data array up to date
+        std::set<std::shared_ptr<const Layout>, ByShape> formerLayouts; ///< consumers of exports may still read them
+    };
+
+    Rare& rare() {
+        if (!m_rare)
+            m_rare = std::make_unique<Rare>();
+        return *m_rare;
+    }
+    bool isSplit() const noexcept { return m_isSplit; }
+    bool isReadOnly() const noexcept { return m_rare && m_rare->isReadOnly; }
+    bool isDataBehind() const noexcept { return isSplit() && (m_openWritings > 0 || m_rare->hasMissedWrites); }
+    void takeAsMirror(data::Array&& mirror, bool isForeign) noexcept;
     void catchUp();
     void replaceDataArrayByCopy();
     void copyMirror();
     void split();
     void letGo(data::Array former) const;
 
-    std::shared_ptr<void> m_blockOwner; ///< outlives all that lies over its block
+    std::unique_ptr<Rare> m_rare; ///< goes last
     data::Array m_array;
-    std::optional<data::Array> m_mirrorOwner; ///< holds the mirror's block once split from the data array's
-    bool m_hasOutdatedExtents = false;        ///< the data array still bears the extents from before a reshape
-    bool m_mayBeForeign = false;              ///< native code gave the data array, and says how its block is freed
-    bool m_isMirrorForeign = false;           ///< the same of the mirror
-    bool m_isReadOnly = false;                ///< the block is somebody's who does not want it written to
-    bool m_hasMissedWrites = false;           ///< there was no memory to bring the data array up to date
-    long m_openWritings = 0;
+    bool m_isSplit = false;
+    bool m_hasOutdatedExtents = false; ///< the data array still bears the extents from before a reshape
+    bool m_mayBeForeign = false;       ///< native code gave the data array, and says how its block is freed
+    bool m_isLayoutExported = false;   ///< consumers may read it as long as this lives
+    unsigned m_openWritings = 0;
     std::byte* m_dataElements; ///< good for writing after `prepareForWriting`
     std::byte* m_mirrorElements;
     std::shared_ptr<const Layout> m_layout;
-    std::set<std::shared_ptr<const Layout>, ByShape> m_exportedLayouts; ///< consumers may still read them
 };
 
 /// A new data array with a copy of the elements of `source`, in storage order, and the extents of `layout`.

@@ -5,6 +5,8 @@
 
 namespace orvane::python {
 
+const IndexChain OCppPyArray::s_noSubscripts;
+
 void raiseTooManyIndices() {
     setError(PyExc_RuntimeError, "too many indices.");
 }
@@ -46,7 +48,7 @@ std::shared_ptr<ODArrayWrapper> OCppPyArray::clonedWrapper() {
 }
 
 ODArrayWrapper* OCppPyArray::exportSource(bool& isSnapshot) {
-    isSnapshot = !m_chain.isEmpty();
+    isSnapshot = !chain().isEmpty();
     if (!isSnapshot)
         return m_wrapper.get();
     if (!m_snapshot || !m_snapshot->exported) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "core/array_wrapper.hpp"
 #include "core/index_chain.hpp"
@@ -19,19 +20,18 @@ namespace orvane::python {
 /// A view that must become an array of its own is materialised at most once, and the snapshot is never renewed.
 class OCppPyArray {
 public:
+    /// A whole array.
     OCppPyArray(std::shared_ptr<ODArrayWrapper> wrapper, SupportedArrayEnum supportedArrayEnum, bool isComplex) noexcept
-        : m_wrapper(std::move(wrapper)), m_supportedArrayEnum(supportedArrayEnum), m_isComplex(isComplex) {}
-    /// A view of the same storage with the chain that `makeChain()` returns; snapshots are not shared.
-    template <std::invocable MakeChain>
-    OCppPyArray(const OCppPyArray& source, MakeChain&& makeChain)
-        : m_wrapper(source.m_wrapper), m_supportedArrayEnum(source.m_supportedArrayEnum),
-          m_isComplex(source.m_isComplex), m_chain(makeChain()) {}
+        : m_wrapper(std::move(wrapper)), m_supportedArrayEnum(supportedArrayEnum), m_isComplex(isComplex),
+          m_chain(&s_noSubscripts) {}
     OCppPyArray(const OCppPyArray&) = delete;
     OCppPyArray& operator=(const OCppPyArray&) = delete;
+    /// Destroys a whole array or an `OCppPyView`.
+    static void destroy(OCppPyArray* array);
 
     SupportedArrayEnum supportedArrayEnum() const noexcept { return m_supportedArrayEnum; }
     bool isComplex() const noexcept { return m_isComplex; }
-    const IndexChain& chain() const noexcept { return m_chain; }
+    const IndexChain& chain() const noexcept { return *m_chain; }
     ODArrayWrapper& wrapper() const noexcept { return *m_wrapper; }
     const std::shared_ptr<ODArrayWrapper>& sharedWrapper() const noexcept { return m_wrapper; }
     /// Of the whole array, not of the view.
@@ -39,19 +39,19 @@ public:
 
     /// False when every dimension is fixed already, or when the array was reshaped to fewer dimensions than the
     /// chain speaks of. Subscripts and `len` are refused then.
-    bool hasActiveDimension() const noexcept { return m_chain.activeDimension() < layout().rank(); }
+    bool hasActiveDimension() const noexcept { return chain().activeDimension() < layout().rank(); }
     /// The view's extent in the active dimension, which must exist. This is what `len()` answers.
     long getLengthOfActiveDimension() const noexcept {
-        return m_chain.slice() ? m_chain.slice()->m_slice_len : layout().extent(m_chain.activeDimension());
+        return chain().slice() ? chain().slice()->m_slice_len : layout().extent(chain().activeDimension());
     }
     /// Whether one more integer subscript gives an element rather than a view.
-    bool activeDimensionIsLast() const noexcept { return m_chain.activeDimension() + 1 == layout().rank(); }
+    bool activeDimensionIsLast() const noexcept { return chain().activeDimension() + 1 == layout().rank(); }
     /// The byte offset of the element at `position`, absolute, of the active dimension, which must exist. It need not
     /// lie inside the elements when the array was reshaped.
     unsigned long byteOffsetAt(long position) const noexcept {
         const long* stride = layout().bytewiseStrides().data();
         unsigned long offset = 0;
-        for (const long integer : m_chain.integers())
+        for (const long integer : chain().integers())
             offset += static_cast<unsigned long>(integer) * static_cast<unsigned long>(*stride++);
         return offset + static_cast<unsigned long>(position) * static_cast<unsigned long>(*stride);
     }
@@ -67,6 +67,12 @@ public:
     /// for a view. Null when a view could not be materialised, with the reason set.
     ODArrayWrapper* exportSource(bool& isSnapshot);
 
+protected:
+    /// A part of the same storage, with a chain that the caller makes; snapshots are not shared.
+    OCppPyArray(const OCppPyArray& source, const IndexChain& chain) noexcept
+        : m_wrapper(source.m_wrapper), m_supportedArrayEnum(source.m_supportedArrayEnum),
+          m_isComplex(source.m_isComplex), m_chain(&chain) {}
+
 private:
     struct Snapshot {
         std::optional<data::Array> array;
@@ -77,9 +83,30 @@ private:
     std::shared_ptr<ODArrayWrapper> m_wrapper;
     SupportedArrayEnum m_supportedArrayEnum;
     bool m_isComplex;
-    IndexChain m_chain;
+    const IndexChain* m_chain;
     std::unique_ptr<Snapshot> m_snapshot;
+
+    static const IndexChain s_noSubscripts; ///< that of all whole arrays
 };
+
+/// A part of an array, with room for its chain, which whole arrays do without.
+class OCppPyView final : public OCppPyArray {
+public:
+    /// The chain is what `makeChain()` returns.
+    template <std::invocable MakeChain>
+    OCppPyView(const OCppPyArray& source, MakeChain&& makeChain)
+        : OCppPyArray(source, m_ownChain), m_ownChain(makeChain()) {}
+
+private:
+    IndexChain m_ownChain;
+};
+
+inline void OCppPyArray::destroy(OCppPyArray* array) {
+    if (array->m_chain == &s_noSubscripts)
+        std::destroy_at(array);
+    else
+        std::destroy_at(static_cast<OCppPyView*>(array));
+}
 
 /// RuntimeError for a chain that leaves no dimension to subscript.
 void raiseTooManyIndices();

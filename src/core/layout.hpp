@@ -1,7 +1,10 @@
 // Extents and strides of a column-major block of elements.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
+#include <memory>
 #include <optional>
 
 #include "vocabulary/extents.hpp"
@@ -55,6 +58,37 @@ private:
     Extents m_bytewiseStrides;
     long m_elementCount;
     long m_elementSize;
+};
+
+/// Layouts that were asked for lately, for arrays of the same extents to share. The interpreter lock guards it.
+class RecentLayouts {
+public:
+    /// The layout of so many elements; the arguments are as for its constructor. Throws for want of memory.
+    template <class Range>
+    static std::shared_ptr<const Layout> find(const Range& extents, long elementCount, long elementSize) {
+        if (extents.size() > commonRank)
+            return std::make_shared<const Layout>(extents, elementCount, elementSize);
+        auto hash = static_cast<unsigned long>(elementSize);
+        for (const long extent : extents)
+            hash = (hash ^ static_cast<unsigned long>(extent)) * multiplier;
+        std::shared_ptr<const Layout>& place = s_recent.places[hash >> (64 - placeBits)];
+        if (!place || place->elementSize() != elementSize || !std::ranges::equal(place->shape(), extents))
+            place = std::make_shared<const Layout>(extents, elementCount, elementSize);
+        return place;
+    }
+
+private:
+    static constexpr int placeBits = 6;
+    static constexpr unsigned long multiplier = 0x9E3779B97F4A7C15; ///< spreads what is near over all places
+
+    /// Outlives every array.
+    union Places {
+        std::array<std::shared_ptr<const Layout>, 1 << placeBits> places{};
+
+        constexpr Places() noexcept {}
+        ~Places() {}
+    };
+    static Places s_recent;
 };
 
 } // namespace orvane::python

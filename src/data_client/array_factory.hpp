@@ -7,6 +7,7 @@
 #include "typed_array.hpp"
 
 #include <algorithm>
+#include <concepts>
 #include <initializer_list>
 #include <memory>
 #include <span>
@@ -73,6 +74,13 @@ public:
     /// The same with extents that are written down: `{rows, columns}`.
     template <ArrayElement T>
     TypedArray<T> createArrayFromBuffer(std::initializer_list<unsigned long> dims, Buffer<T> buffer,
+                                        MemoryLayout layout = MemoryLayout::ColumnMajor) {
+        return arrayFromBuffer<T>(dims, std::move(buffer), layout);
+    }
+
+    /// The same with extents that stand somewhere.
+    template <ArrayElement T, std::same_as<std::span<const unsigned long>> Extents>
+    TypedArray<T> createArrayFromBuffer(Extents dims, Buffer<T> buffer,
                                         MemoryLayout layout = MemoryLayout::ColumnMajor) {
         return arrayFromBuffer<T>(dims, std::move(buffer), layout);
     }

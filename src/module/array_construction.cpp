@@ -41,4 +41,22 @@ bool HeldArguments::read(PyObject* args, PyObject* kwargs) {
     return true;
 }
 
+bool PackedArguments::pack(PyObject* const* args, std::size_t given, PyObject* names) {
+    const auto count = static_cast<Py_ssize_t>(given);
+    positional = PyRef::steal(PyTuple_New(count));
+    if (!positional)
+        return false;
+    for (Py_ssize_t i = 0; i < count; ++i)
+        PyTuple_SET_ITEM(positional.get(), i, Py_NewRef(args[i]));
+    const Py_ssize_t named = names != nullptr ? PyTuple_GET_SIZE(names) : 0;
+    if (named == 0)
+        return true;
+    keywords = PyRef::steal(PyDict_New());
+    for (Py_ssize_t i = 0; keywords && i < named; ++i) {
+        if (PyDict_SetItem(keywords.get(), PyTuple_GET_ITEM(names, i), args[count + i]) != 0)
+            return false;
+    }
+    return static_cast<bool>(keywords);
+}
+
 } // namespace orvane::python::detail

@@ -46,11 +46,7 @@ template <class U>
 }
 
 template <class T>
-bool construct(PyObject* shell, PyObject* args, PyObject* kwargs) {
-    HeldArguments held;
-    if (!held.read(args, kwargs))
-        return false;
-    const ConstructorArguments& arguments = held.get();
+bool construct(PyObject* shell, const ConstructorArguments& arguments) {
     bool isComplex = false;
     if (arguments.isComplex != nullptr) {
         bool success = false;
@@ -68,13 +64,42 @@ bool construct(PyObject* shell, PyObject* args, PyObject* kwargs) {
     }
 }
 
+/// A tuple and, if there are names, a dictionary of a vectorcall's arguments.
+struct PackedArguments {
+    PyRef positional;
+    PyRef keywords;
+
+    /// False with MemoryError set.
+    bool pack(PyObject* const* args, std::size_t given, PyObject* names);
+};
+
 } // namespace detail
 
 /// `tp_new` of the array type of `T`: `initializer`, `size`, `vector` and `is_complex`, by position or keyword.
 template <class T>
 PyObject* OCPyArray_New(PyTypeObject* type, PyObject* args, PyObject* kwargs) {
     PyRef shell = PyRef::steal(allocOCPyArray(type));
-    if (!shell || !detail::construct<T>(shell.get(), args, kwargs))
+    detail::HeldArguments held;
+    if (!shell || !held.read(args, kwargs) || !detail::construct<T>(shell.get(), held.get()))
+        return nullptr;
+    return shell.release();
+}
+
+/// `tp_vectorcall` of the type: the same without a tuple and a dictionary in the usual calls. What the arguments
+/// consist of is held by the caller.
+template <class T>
+PyObject* OCPyArray_Vectorcall(PyObject* type, PyObject* const* args, std::size_t countAndFlag, PyObject* names) {
+    const auto given = static_cast<std::size_t>(PyVectorcall_NARGS(countAndFlag));
+    auto* const arrayType = reinterpret_cast<PyTypeObject*>(type);
+    ConstructorArguments arguments;
+    if (!readPlainConstructorArguments(args, given, names, arguments)) {
+        detail::PackedArguments packed;
+        return packed.pack(args, given, names)
+                   ? OCPyArray_New<T>(arrayType, packed.positional.get(), packed.keywords.get())
+                   : nullptr;
+    }
+    PyRef shell = PyRef::steal(allocOCPyArray(arrayType));
+    if (!shell || !detail::construct<T>(shell.get(), arguments))
         return nullptr;
     return shell.release();
 }

@@ -107,6 +107,7 @@ PyTypeObject arrayType(PySequenceMethods* sequence, PyMappingMethods* mapping) {
     type.tp_methods = methods;
     type.tp_getset = OCPyArray_GetSetMethods;
     type.tp_new = OCPyArray_New<T>;
+    type.tp_vectorcall = OCPyArray_Vectorcall<T>;
     return type;
 }
 

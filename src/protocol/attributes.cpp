@@ -2,31 +2,44 @@
 
 #include "core/array_object.hpp"
 #include "protocol/methods.hpp"
+#include "vocabulary/boundary.hpp"
 #include "vocabulary/py_ref.hpp"
 #include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 
+namespace {
+
+PyObject* tupleOf(const Extents& extents) {
+    PyRef tuple = PyRef::steal(PyTuple_New(static_cast<Py_ssize_t>(extents.size())));
+    for (std::size_t d = 0; tuple && d < extents.size(); ++d) {
+        PyObject* const extent = makePyObjectFromLong(extents[d]);
+        if (extent == nullptr)
+            return nullptr;
+        PyTuple_SET_ITEM(tuple.get(), static_cast<Py_ssize_t>(d), extent);
+    }
+    return tuple.release();
+}
+
+} // namespace
+
 PyObject* OCPyArray_GetArraySize(PyObject* self, void*) {
     const OCppPyArray* core = requireCoreArray(self);
     if (core == nullptr)
         return nullptr;
-    const std::shared_ptr<const Layout> layout = core->wrapper().layout();
+    const Extents& shape = core->layout().shape();
     const IndexChain& chain = core->chain();
-    if (chain.length() > layout->rank()) {
+    if (chain.length() > shape.size()) {
         raiseTooManyIndices();
         return nullptr;
     }
-    const std::size_t active = chain.activeDimension();
-    PyRef size = PyRef::steal(PyTuple_New(static_cast<Py_ssize_t>(layout->rank() - active)));
-    for (std::size_t d = active; size && d < layout->rank(); ++d) {
-        PyObject* extent =
-            makePyObjectFromLong(d == active && chain.slice() ? chain.slice()->m_slice_len : layout->extent(d));
-        if (extent == nullptr)
-            return nullptr;
-        PyTuple_SET_ITEM(size.get(), static_cast<Py_ssize_t>(d - active), extent);
-    }
-    return size.release();
+    return withMemoryErrors(static_cast<PyObject*>(nullptr), [&] {
+        // A copy, since making a tuple may run code of the caller's that reshapes the array.
+        Extents extents(shape.begin() + static_cast<std::ptrdiff_t>(chain.activeDimension()), shape.end());
+        if (chain.slice())
+            extents.front() = chain.slice()->m_slice_len;
+        return tupleOf(extents);
+    });
 }
 
 PyObject* OCPyArray_GetElementSize(PyObject* self, void*) {

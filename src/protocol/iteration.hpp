@@ -45,7 +45,7 @@ private:
     PyObject* itemAt(long position) const;
     void advance() noexcept;
 
-    OCppPyArray m_view;
+    OCppPyView m_view;
     long m_place = 0; ///< of the next item, counted from the start of the view
     bool m_exhausted;
     bool m_yieldsSubarrays;
