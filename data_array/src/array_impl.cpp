@@ -23,8 +23,8 @@ namespace impl {
 
 static_assert(sizeof(ArrayImpl) <= storage::roomSize && alignof(ArrayImpl) <= storage::roomAlignment);
 
-auto ArrayImpl::make(std::int32_t arrayType, Dimensions dimensions, std::size_t numElements,
-                     storage::Storage storage) noexcept -> Owner {
+auto ArrayImpl::make(std::int32_t arrayType, Dimensions&& dimensions, std::size_t numElements,
+                     storage::Storage&& storage) noexcept -> Owner {
     void* const room = storage::roomBefore(storage);
     void* const place = room != nullptr ? room : ::operator new(sizeof(ArrayImpl), std::nothrow);
     if (place == nullptr) {

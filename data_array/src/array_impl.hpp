@@ -78,10 +78,11 @@ public:
     using Owner = std::unique_ptr<ArrayImpl, Destroy>;
 
     /// Null for want of memory.
-    static Owner make(std::int32_t arrayType, Dimensions dimensions, std::size_t numElements,
-                      storage::Storage storage) noexcept;
+    static Owner make(std::int32_t arrayType, Dimensions&& dimensions, std::size_t numElements,
+                      storage::Storage&& storage) noexcept;
 
-    ArrayImpl(std::int32_t arrayType, Dimensions dimensions, std::size_t numElements, storage::Storage storage) noexcept
+    ArrayImpl(std::int32_t arrayType, Dimensions&& dimensions, std::size_t numElements,
+              storage::Storage&& storage) noexcept
         : m_arrayType(arrayType), m_numElements(numElements), m_storage(std::move(storage)),
           m_dimensions(std::move(dimensions)) {}
 

@@ -9,26 +9,6 @@
 
 namespace orvane::data {
 
-Dimensions& Dimensions::operator=(Dimensions&& other) noexcept {
-    reset();
-    if (other.areMany()) {
-        m_many = other.m_many;
-    } else {
-        m_few = other.m_few;
-    }
-    m_size = std::exchange(other.m_size, 2);
-    other.m_few = {};
-    return *this;
-}
-
-void Dimensions::reset() noexcept {
-    if (areMany()) {
-        freeMany();
-    }
-    m_few = {};
-    m_size = 2;
-}
-
 Status Dimensions::assign(std::span<const unsigned long> extents) noexcept {
     if (extents.size() <= std::tuple_size_v<Few>) {
         reset();
@@ -52,18 +32,18 @@ Status Dimensions::assign(std::span<const unsigned long> extents) noexcept {
 }
 
 Status countElements(std::span<const unsigned long> extents, std::size_t elementSize, std::size_t& count) noexcept {
-    if (std::ranges::find(extents, 0UL) != extents.end()) {
-        count = 0;
-        return Status::Success;
-    }
     std::int64_t product = 1;
-    for (const unsigned long extent : extents) {
-        if (__builtin_mul_overflow(product, extent, &product)) {
-            return Status::TooManyElements;
-        }
-    }
     std::int64_t bytes = 0;
-    if (__builtin_mul_overflow(product, elementSize, &bytes)) {
+    bool isEmpty = false;
+    bool overflows = false;
+    for (const unsigned long extent : extents) {
+        isEmpty |= extent == 0;
+        overflows |= __builtin_mul_overflow(product, extent, &product);
+    }
+    overflows |= __builtin_mul_overflow(product, elementSize, &bytes);
+    if (isEmpty) {
+        product = 0;
+    } else if (overflows) {
         return Status::TooManyElements;
     }
     count = static_cast<std::size_t>(product);

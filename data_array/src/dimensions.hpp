@@ -17,9 +17,13 @@ class Dimensions {
 public:
     /// 0-by-0.
     Dimensions() noexcept {}
-    Dimensions(Dimensions&& other) noexcept { *this = std::move(other); }
-    /// The source is 0-by-0 afterwards.
-    Dimensions& operator=(Dimensions&& other) noexcept;
+    /// The source has no extents afterwards.
+    Dimensions(Dimensions&& other) noexcept { take(other); }
+    Dimensions& operator=(Dimensions&& other) noexcept {
+        reset();
+        take(other);
+        return *this;
+    }
     ~Dimensions() {
         if (areMany()) {
             freeMany();
@@ -39,7 +43,21 @@ private:
     bool areMany() const noexcept { return m_size > std::tuple_size_v<Few>; }
     void freeMany() noexcept { const std::unique_ptr<unsigned long[]> owner(m_many); }
     /// 0-by-0 again.
-    void reset() noexcept;
+    void reset() noexcept {
+        if (areMany()) {
+            freeMany();
+        }
+        m_few = {};
+        m_size = 2;
+    }
+    void take(Dimensions& other) noexcept {
+        if (other.areMany()) {
+            m_many = std::exchange(other.m_many, nullptr);
+        } else {
+            m_few = other.m_few;
+        }
+        m_size = std::exchange(other.m_size, 0);
+    }
 
     std::size_t m_size = 2;
     union {

@@ -46,7 +46,7 @@ Status makePlan(const impl::ArrayFactoryImpl* factory, int type, const unsigned 
     return plan.dimensions.assign(extents);
 }
 
-Status makeArray(int type, Plan plan, Storage storage, impl::ArrayImpl** out) noexcept {
+Status makeArray(int type, Plan&& plan, Storage&& storage, impl::ArrayImpl** out) noexcept {
     if (!storage && plan.numElements != 0) {
         return Status::OutOfMemory;
     }

@@ -82,7 +82,7 @@ auto FinalConstructorParser<T>::processConstructorArgsAndKwargs(const Constructo
         if (hasVector ? !processVectorKwarg(vector) : hasInitializer && !processInitializerKwarg(initializer))
             return std::nullopt;
         if (!m_buffer)
-            m_buffer = factory().template createZeroedBuffer<T>(m_shape.getNumberOfElements().value_or(0));
+            m_buffer = factory().template createZeroedBuffer<T>(hasInitializer || hasVector ? 0 : m_requestedElements);
         return factory().template createArrayFromBuffer<T>(asSpan(governingDims()), *std::move(m_buffer));
     });
 }

@@ -1,5 +1,8 @@
 #include "construction/initializer_shape.hpp"
 
+#include <utility>
+
+#include "construction/regular_nesting.hpp"
 #include "vocabulary/caller_code.hpp"
 #include "vocabulary/extents.hpp"
 #include "vocabulary/py_ref.hpp"
@@ -10,21 +13,14 @@ namespace orvane::python {
 
 namespace {
 
-/// Item `i` of `size` as an extent. False with an error set.
-bool readExtent(PyObject* size, Py_ssize_t i, std::size_t& extent) {
-    const PyRef item = PyRef::steal(PySequence_GetItem(size, i));
-    if (!item) {
-        if (mayReplaceError())
-            PyErr_Format(PyExc_RuntimeError,
-                         "Item %zd could not be retrieved from the value associated with the 'size' keyword.", i);
-        return false;
-    }
-    if (!pyObjectIsLong(item.get())) {
+/// One item of `size` as an extent. False with an error set.
+bool readExtent(PyObject* item, std::size_t& extent) {
+    if (!pyObjectIsLong(item)) {
         setError(PyExc_TypeError, "dimensions must be nonnegative integers.");
         return false;
     }
     // Beyond 64 bits the answer is -1 too, and the refusal of negative numbers replaces the overflow.
-    const Py_ssize_t value = PyLong_AsSsize_t(item.get());
+    const Py_ssize_t value = PyLong_AsSsize_t(item);
     if (value < 0) {
         setError(PyExc_ValueError, "size cannot contain negative dimensions. Use nonnegative integers for dimensions.");
         return false;
@@ -33,9 +29,29 @@ bool readExtent(PyObject* size, Py_ssize_t i, std::size_t& extent) {
     return true;
 }
 
+/// The same of item `i`.
+bool readExtent(PyObject* size, Py_ssize_t i, std::size_t& extent) {
+    const PyRef item = PyRef::steal(PySequence_GetItem(size, i));
+    if (item)
+        return readExtent(item.get(), extent);
+    if (mayReplaceError())
+        PyErr_Format(PyExc_RuntimeError,
+                     "Item %zd could not be retrieved from the value associated with the 'size' keyword.", i);
+    return false;
+}
+
 } // namespace
 
 bool InitializerShape::processSizeKwarg(PyObject* size) {
+    if (const auto items = exactItems(size); !items.empty() && items.size() <= commonRank) {
+        m_sizeDims.resize(items.size(), boost::container::default_init);
+        for (std::size_t i = 0; i < items.size(); ++i) {
+            if (!readExtent(items[i], m_sizeDims[i]))
+                return false;
+        }
+        completeSizeDims();
+        return true;
+    }
     if (!PySequence_Check(size)) {
         setError(PyExc_TypeError, "value of 'size' must be a sequence.");
         return false;
@@ -58,21 +74,27 @@ bool InitializerShape::processSizeKwarg(PyObject* size) {
             dims.reserve(static_cast<std::size_t>(length));
         dims.push_back(extent);
     }
-    if (dims.size() == 1)
-        dims.insert(dims.begin(), 1);
-    dropTrailingOnes(dims);
-    setSizeDims(dims);
+    m_sizeDims = std::move(dims);
+    completeSizeDims();
     return true;
+}
+
+void InitializerShape::completeSizeDims() {
+    if (m_sizeDims.size() == 1)
+        m_sizeDims.insert(m_sizeDims.begin(), 1);
+    dropTrailingOnes(m_sizeDims);
 }
 
 std::optional<std::size_t> InitializerShape::getNumberOfElements() const noexcept {
     std::size_t product = 1;
+    bool isEmpty = false;
     bool overflowed = false;
     for (const std::size_t extent : governingDims()) {
-        if (extent == 0)
-            return 0;
+        isEmpty |= extent == 0;
         overflowed |= __builtin_mul_overflow(product, extent, &product);
     }
+    if (isEmpty)
+        return 0;
     return overflowed ? std::nullopt : std::optional(product);
 }
 

@@ -60,6 +60,7 @@ public:
     static std::string dimsToString(const Dims& dims);
 
 private:
+    void completeSizeDims();
     static void dropTrailingOnes(Dims& dims);
     void raiseDisagreement(PyObject* exceptionType) const;
 
