@@ -32,8 +32,8 @@ Status Dimensions::assign(std::span<const unsigned long> extents) noexcept {
 }
 
 Status countElements(std::span<const unsigned long> extents, std::size_t elementSize, std::size_t& count) noexcept {
-    std::int64_t product = 1;
-    std::int64_t bytes = 0;
+    std::size_t product = 1;
+    std::size_t bytes = 0;
     bool isEmpty = false;
     bool overflows = false;
     for (const unsigned long extent : extents) {
@@ -42,11 +42,13 @@ Status countElements(std::span<const unsigned long> extents, std::size_t element
     }
     overflows |= __builtin_mul_overflow(product, elementSize, &bytes);
     if (isEmpty) {
-        product = 0;
-    } else if (overflows) {
+        count = 0;
+        return Status::Success;
+    }
+    if (overflows || bytes > static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max())) {
         return Status::TooManyElements;
     }
-    count = static_cast<std::size_t>(product);
+    count = product;
     return Status::Success;
 }
 

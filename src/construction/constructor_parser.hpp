@@ -98,7 +98,7 @@ private:
 
     /// The block of the new array's elements, made on the first call. Throws for want of memory.
     T* bufferFor(std::size_t count);
-    data::ArrayFactory& factory();
+    static data::ArrayFactory& factory();
     /// Runs a step in which code of the caller's may come back to where it was called.
     template <class Step>
     bool countingRecursion(Step&& step);
@@ -106,7 +106,6 @@ private:
     static bool mayTakeTheLongRoad() { return PyErr_Occurred() == nullptr; }
 
     InitializerShape m_shape;
-    std::optional<data::ArrayFactory> m_factory;
     std::optional<data::Buffer<T>> m_buffer;
     ElementStore<T> m_elements;
     std::size_t m_requestedElements = 0; ///< what memory was last asked for, for the words of a refusal

@@ -141,9 +141,8 @@ T* FinalConstructorParser<T>::bufferFor(std::size_t count) {
 
 template <class T>
 data::ArrayFactory& FinalConstructorParser<T>::factory() {
-    if (!m_factory)
-        m_factory.emplace();
-    return *m_factory;
+    static data::ArrayFactory factory; // all are alike
+    return factory;
 }
 
 // ---- vector ----

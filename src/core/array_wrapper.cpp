@@ -47,10 +47,10 @@ std::shared_ptr<ODArrayWrapper> ODArrayWrapper::adopt(data::Array&& array, Block
 }
 
 ODArrayWrapper::ODArrayWrapper(data::Array&& array, const void* elements, std::size_t elementSize)
-    : m_array(std::move(array)), m_dataElements(static_cast<std::byte*>(const_cast<void*>(elements))),
-      m_mirrorElements(m_dataElements),
-      m_layout(RecentLayouts::find(m_array.extents(), static_cast<long>(m_array.getNumberOfElements()),
-                                   static_cast<long>(elementSize))) {}
+    : m_layout(RecentLayouts::find(array.extents(), static_cast<long>(elementSize),
+                                   [&] { return static_cast<long>(array.getNumberOfElements()); })),
+      m_array(std::move(array)), m_dataElements(static_cast<std::byte*>(const_cast<void*>(elements))),
+      m_mirrorElements(m_dataElements) {}
 
 ODArrayWrapper::~ODArrayWrapper() {
     if (m_mayBeForeign)

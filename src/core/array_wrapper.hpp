@@ -54,7 +54,7 @@ public:
     /// Takes over an array over somebody's block, which nobody else can reach.
     static std::shared_ptr<ODArrayWrapper> adopt(data::Array&& array, BlockOwner owner);
 
-    /// For `adopt` alone: `elements` is the data array's block.
+    /// For `adopt` alone: `elements` is the data array's block. Leaves the array as it is when it throws.
     ODArrayWrapper(data::Array&& array, const void* elements, std::size_t elementSize);
     ODArrayWrapper(const ODArrayWrapper&) = delete;
     ODArrayWrapper& operator=(const ODArrayWrapper&) = delete;
@@ -144,6 +144,7 @@ private:
     void letGo(data::Array former) const;
 
     std::unique_ptr<Rare> m_rare; ///< goes last
+    std::shared_ptr<const Layout> m_layout;
     data::Array m_array;
     bool m_isSplit = false;
     bool m_hasOutdatedExtents = false; ///< the data array still bears the extents from before a reshape
@@ -152,7 +153,6 @@ private:
     unsigned m_openWritings = 0;
     std::byte* m_dataElements; ///< good for writing after `prepareForWriting`
     std::byte* m_mirrorElements;
-    std::shared_ptr<const Layout> m_layout;
 };
 
 /// A new data array with a copy of the elements of `source`, in storage order, and the extents of `layout`.

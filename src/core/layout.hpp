@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -63,17 +64,18 @@ private:
 /// Layouts that were asked for lately, for arrays of the same extents to share. The interpreter lock guards it.
 class RecentLayouts {
 public:
-    /// The layout of so many elements; the arguments are as for its constructor. Throws for want of memory.
-    template <class Range>
-    static std::shared_ptr<const Layout> find(const Range& extents, long elementCount, long elementSize) {
+    /// The layout of those extents. A new one is made of them and the number of elements that `countElements` gives.
+    /// Throws for want of memory.
+    template <class Range, std::invocable CountElements>
+    static std::shared_ptr<const Layout> find(const Range& extents, long elementSize, CountElements countElements) {
         if (extents.size() > commonRank)
-            return std::make_shared<const Layout>(extents, elementCount, elementSize);
+            return std::make_shared<const Layout>(extents, countElements(), elementSize);
         auto hash = static_cast<unsigned long>(elementSize);
         for (const long extent : extents)
             hash = (hash ^ static_cast<unsigned long>(extent)) * multiplier;
         std::shared_ptr<const Layout>& place = s_recent.places[hash >> (64 - placeBits)];
         if (!place || place->elementSize() != elementSize || !std::ranges::equal(place->shape(), extents))
-            place = std::make_shared<const Layout>(extents, elementCount, elementSize);
+            place = std::make_shared<const Layout>(extents, countElements(), elementSize);
         return place;
     }
 

@@ -38,11 +38,13 @@ template <class U>
     std::optional<data::TypedArray<U>> array = createArrayFromConstructorArgs<U>(arguments);
     if (!array)
         return false;
-    const std::size_t elementCount = array->getNumberOfElements();
-    return withConstructionErrors<U>(elementCount, [&] {
-        fillShell(shell, ODArrayWrapper::adopt(std::move(*array)), supportedArrayEnum<U>, isComplexElement<U>);
-        return true;
-    });
+    // Taking the array over leaves it as it is where that fails.
+    return withConstructionErrors<U>([&] { return array->getNumberOfElements(); },
+                                     [&] {
+                                         fillShell(shell, ODArrayWrapper::adopt(std::move(*array)),
+                                                   supportedArrayEnum<U>, isComplexElement<U>);
+                                         return true;
+                                     });
 }
 
 template <class T>

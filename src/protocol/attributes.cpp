@@ -2,44 +2,39 @@
 
 #include "core/array_object.hpp"
 #include "protocol/methods.hpp"
-#include "vocabulary/boundary.hpp"
 #include "vocabulary/py_ref.hpp"
 #include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 
-namespace {
-
-PyObject* tupleOf(const Extents& extents) {
-    PyRef tuple = PyRef::steal(PyTuple_New(static_cast<Py_ssize_t>(extents.size())));
-    for (std::size_t d = 0; tuple && d < extents.size(); ++d) {
-        PyObject* const extent = makePyObjectFromLong(extents[d]);
-        if (extent == nullptr)
-            return nullptr;
-        PyTuple_SET_ITEM(tuple.get(), static_cast<Py_ssize_t>(d), extent);
-    }
-    return tuple.release();
-}
-
-} // namespace
-
 PyObject* OCPyArray_GetArraySize(PyObject* self, void*) {
     const OCppPyArray* core = requireCoreArray(self);
     if (core == nullptr)
         return nullptr;
-    const Extents& shape = core->layout().shape();
     const IndexChain& chain = core->chain();
-    if (chain.length() > shape.size()) {
-        raiseTooManyIndices();
-        return nullptr;
+    const std::size_t active = chain.activeDimension();
+    PyRef size;
+    std::size_t rank = 0;
+    // Making the tuple may run code of the caller's that reshapes the array; making its items does not.
+    while (!size || rank != core->layout().rank()) {
+        rank = core->layout().rank();
+        if (chain.length() > rank) {
+            raiseTooManyIndices();
+            return nullptr;
+        }
+        size = PyRef::steal(PyTuple_New(static_cast<Py_ssize_t>(rank - active)));
+        if (!size)
+            return nullptr;
     }
-    return withMemoryErrors(static_cast<PyObject*>(nullptr), [&] {
-        // A copy, since making a tuple may run code of the caller's that reshapes the array.
-        Extents extents(shape.begin() + static_cast<std::ptrdiff_t>(chain.activeDimension()), shape.end());
-        if (chain.slice())
-            extents.front() = chain.slice()->m_slice_len;
-        return tupleOf(extents);
-    });
+    const Layout& layout = core->layout();
+    for (std::size_t d = active; d < rank; ++d) {
+        PyObject* const extent =
+            makePyObjectFromLong(d == active && chain.slice() ? chain.slice()->m_slice_len : layout.extent(d));
+        if (extent == nullptr)
+            return nullptr;
+        PyTuple_SET_ITEM(size.get(), static_cast<Py_ssize_t>(d - active), extent);
+    }
+    return size.release();
 }
 
 PyObject* OCPyArray_GetElementSize(PyObject* self, void*) {

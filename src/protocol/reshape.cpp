@@ -95,7 +95,7 @@ PyObject* reshape(PyObject* self, const OCppPyArray& core, PyObject* args, PyObj
         return nullptr;
     }
     const Layout& present = core.layout();
-    core.wrapper().reshape(RecentLayouts::find(dims, present.elementCount(), present.elementSize()));
+    core.wrapper().reshape(RecentLayouts::find(dims, present.elementSize(), [&] { return present.elementCount(); }));
     return Py_NewRef(self);
 }
 

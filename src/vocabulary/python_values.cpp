@@ -50,13 +50,6 @@ void printAndClearErrorIfAny() {
     Py_XDECREF(traceback);
 }
 
-PyObject* makePyObjectFromLong(long value) {
-    PyObject* object = PyLong_FromLong(value);
-    if (object == nullptr)
-        replaceError(PyExc_RuntimeError, "unable to construct Python object from integer.");
-    return object;
-}
-
 bool retrieveBoolKwarg(PyObject* object, const char* name, bool& success) {
     success = object != nullptr && Py_IS_TYPE(object, &PyBool_Type);
     if (success)

@@ -56,7 +56,12 @@ inline void replaceError(PyObject* exceptionType, const char* message) {
 void printAndClearErrorIfAny();
 
 /// New reference, or null with RuntimeError set.
-PyObject* makePyObjectFromLong(long value);
+inline PyObject* makePyObjectFromLong(long value) {
+    PyObject* const object = PyLong_FromLong(value);
+    if (object == nullptr) [[unlikely]]
+        replaceError(PyExc_RuntimeError, "unable to construct Python object from integer.");
+    return object;
+}
 
 /// Null and `None` count as empty; an empty sequence does not.
 inline bool pyObjectIsEmpty(PyObject* object) {
