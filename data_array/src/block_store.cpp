@@ -128,7 +128,7 @@ bool BlockStore::dropOldestWhile(IsToGo isToGo) noexcept {
 }
 
 void BlockStore::dropIdle() noexcept {
-    const std::int64_t latest = secondsNow() - mostSecondsIdle;
+    const std::int64_t latest = secondsNow() - m_mostSecondsIdle;
     dropOldestWhile([&](const Kept& kept) { return kept.since < latest; });
 }
 

@@ -19,7 +19,9 @@ class BlockStore {
 public:
     static constexpr std::size_t mostBytes = std::size_t{64} << 20;
     static constexpr std::size_t mostBlocks = 32;
-    static constexpr std::int64_t mostSecondsIdle = 10;
+
+    /// A block that has waited for more seconds than `mostSecondsIdle` has waited for too long.
+    explicit constexpr BlockStore(std::int64_t mostSecondsIdle = 10) noexcept : m_mostSecondsIdle(mostSecondsIdle) {}
 
     /// A block of at least so many bytes, and at most a quarter more; null if there is none.
     MappingHeader* take(std::size_t bytes) noexcept;
@@ -45,6 +47,7 @@ private:
     bool dropOldestWhile(IsToGo isToGo) noexcept;
     void forget(std::size_t first, std::size_t count) noexcept;
 
+    const std::int64_t m_mostSecondsIdle;
     std::atomic_flag m_inUse = ATOMIC_FLAG_INIT;
     std::atomic<std::size_t> m_count = 0;
     std::size_t m_bytes = 0;

@@ -112,6 +112,24 @@ int createArray(impl::ArrayFactoryImpl* factory, int type, unsigned long* dims, 
     return number(makeArray(type, std::move(plan), std::move(storage), out));
 }
 
+int createUnfilledArray(impl::ArrayFactoryImpl* factory, int type, unsigned long* dims, unsigned long numDims,
+                        impl::ArrayImpl** out, void** elements) noexcept {
+    if (elements == nullptr) {
+        return number(Status::SystemError);
+    }
+    Plan plan;
+    if (const Status status = makePlan(factory, type, dims, numDims, out, plan); status != Status::Success) {
+        return number(status);
+    }
+    Storage storage = storage::allocate(plan.numElements * elementSize(type));
+    void* const first = storage.get();
+    const Status status = makeArray(type, std::move(plan), std::move(storage), out);
+    if (status == Status::Success) {
+        *elements = first;
+    }
+    return number(status);
+}
+
 int createScalar(impl::ArrayFactoryImpl* factory, int type, void const* value, impl::ArrayImpl** out) noexcept {
     constexpr unsigned long oneByOne[] = {1, 1};
     if (value == nullptr) {

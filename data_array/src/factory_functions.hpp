@@ -14,6 +14,8 @@ int createZeroedBuffer(impl::ArrayFactoryImpl* factory, void** buffer, detail::B
                        unsigned long numElements) noexcept;
 int createArray(impl::ArrayFactoryImpl* factory, int type, unsigned long* dims, unsigned long numDims,
                 impl::ArrayImpl** out) noexcept;
+int createUnfilledArray(impl::ArrayFactoryImpl* factory, int type, unsigned long* dims, unsigned long numDims,
+                        impl::ArrayImpl** out, void** elements) noexcept;
 int createScalar(impl::ArrayFactoryImpl* factory, int type, void const* value, impl::ArrayImpl** out) noexcept;
 int createArrayFromBuffer(impl::ArrayFactoryImpl* factory, int type, unsigned long* dims, unsigned long numDims,
                           void* buffer, detail::BufferDeleter deleter, impl::ArrayImpl** out, int layout) noexcept;

@@ -53,6 +53,7 @@ constexpr std::tuple functionTable{
     Entry<FunctionType::ArrayEnd>{element_functions::end},
     Entry<FunctionType::FactoryCreateZeroedBuffer>{factory_functions::createZeroedBuffer},
     Entry<FunctionType::ArrayGetFixedElements>{element_functions::getFixedElements},
+    Entry<FunctionType::FactoryCreateUnfilledArray>{factory_functions::createUnfilledArray},
 };
 
 /// Whether the table offers the functions of the boundary, all of them and in their order.

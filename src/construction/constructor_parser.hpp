@@ -52,10 +52,11 @@ private:
     using Array = data::TypedArray<T>;
     using Agreement = InitializerShape::Agreement;
 
-    // The three forms of construction. They leave the elements in `m_buffer`, in column-major order.
+    // The three forms of construction. They leave the elements in `m_buffer`, in column-major order, or the whole in
+    // `m_array`.
     bool processInitializerKwarg(PyObject* initializer);
     bool processVectorKwarg(PyObject* vector);
-    std::optional<Array> createZeroFilled();
+    Array createZeroFilled();
 
     // The ways in which an initializer is read.
     template <class Read>
@@ -98,6 +99,9 @@ private:
 
     /// The block of the new array's elements, made on the first call. Throws for want of memory.
     T* bufferFor(std::size_t count);
+    /// The new array itself, for whoever knows its extents before all else; its elements are to be filled. Throws for
+    /// want of memory.
+    T* arrayFor(std::span<const std::size_t> extents);
     static data::ArrayFactory& factory();
     /// Runs a step in which code of the caller's may come back to where it was called.
     template <class Step>
@@ -107,6 +111,7 @@ private:
 
     InitializerShape m_shape;
     std::optional<data::Buffer<T>> m_buffer;
+    std::optional<Array> m_array;
     ElementStore<T> m_elements;
     std::size_t m_requestedElements = 0; ///< what memory was last asked for, for the words of a refusal
     std::size_t m_elementsOfSize = std::numeric_limits<std::size_t>::max(); ///< no more than these are kept

@@ -81,10 +81,26 @@ auto FinalConstructorParser<T>::processConstructorArgsAndKwargs(const Constructo
         }
         if (hasVector ? !processVectorKwarg(vector) : hasInitializer && !processInitializerKwarg(initializer))
             return std::nullopt;
+        if (!hasInitializer && !hasVector)
+            return createZeroFilled();
+        if (m_array)
+            return std::move(m_array);
         if (!m_buffer)
-            m_buffer = factory().template createZeroedBuffer<T>(hasInitializer || hasVector ? 0 : m_requestedElements);
+            m_buffer = factory().template createBuffer<T>(0);
         return factory().template createArrayFromBuffer<T>(asSpan(governingDims()), *std::move(m_buffer));
     });
+}
+
+template <class T>
+auto FinalConstructorParser<T>::createZeroFilled() -> Array {
+    constexpr std::size_t fewBytes = 1024; // for which the library has no zeros at hand
+    const std::size_t count = m_requestedElements;
+    if (count <= fewBytes / sizeof(T)) {
+        std::fill_n(arrayFor(asSpan(governingDims())), count, T{});
+        return *std::move(m_array);
+    }
+    return factory().template createArrayFromBuffer<T>(asSpan(governingDims()),
+                                                       factory().template createZeroedBuffer<T>(count));
 }
 
 template <class T>
@@ -137,6 +153,13 @@ T* FinalConstructorParser<T>::bufferFor(std::size_t count) {
         m_buffer = factory().template createBuffer<T>(count);
     }
     return m_buffer ? m_buffer->get() : nullptr;
+}
+
+template <class T>
+T* FinalConstructorParser<T>::arrayFor(std::span<const std::size_t> extents) {
+    auto [array, elements] = factory().template createUnfilledArray<T>(extents);
+    m_array.emplace(std::move(array));
+    return elements;
 }
 
 template <class T>
@@ -284,15 +307,25 @@ bool FinalConstructorParser<T>::readRegularInitializer(PyObject* initializer) {
 /// A number, or a list or tuple without items.
 template <class T>
 bool FinalConstructorParser<T>::readUnnestedInitializer(PyObject* initializer) {
-    static constexpr std::array<std::size_t, 2> oneByOne{1, 1};
+    static constexpr std::array<std::size_t, 2> oneByOne{1, 1}, noneByNone{0, 0};
     static constexpr std::array<std::size_t, 1> none{0};
-    if (PyList_CheckExact(initializer) || PyTuple_CheckExact(initializer))
-        return Py_SIZE(initializer) == 0 && readByShortCut(none, [](T*) { return true; });
+    if (PyList_CheckExact(initializer) || PyTuple_CheckExact(initializer)) {
+        if (Py_SIZE(initializer) != 0)
+            return false; // its first item is empty
+        if (m_shape.isSizeGiven())
+            return readByShortCut(none, [](T*) { return true; });
+        arrayFor(noneByNone);
+        return true;
+    }
     T scalar;
-    return convertExactNumber(initializer, scalar) && readByShortCut(oneByOne, [&](T* target) {
-               *target = scalar;
-               return true;
-           });
+    if (!convertExactNumber(initializer, scalar))
+        return false;
+    const auto store = [&](T* target) {
+        *target = scalar;
+        return true;
+    };
+    m_requestedElements = std::max<std::size_t>(m_requestedElements, 1);
+    return m_shape.isSizeGiven() ? readByShortCut(oneByOne, store) : store(arrayFor(oneByOne));
 }
 
 template <class T>

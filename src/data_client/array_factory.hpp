@@ -50,6 +50,22 @@ public:
         return createArrayFromBuffer<T>(dims, std::move(buffer));
     }
 
+    /// An array whose elements the caller is to fill, and the address of the first.
+    template <ArrayElement T>
+    std::pair<TypedArray<T>, T*> createUnfilledArray(std::span<const unsigned long> dims) {
+        static const auto fcn = detail::find<detail::FunctionType::FactoryCreateUnfilledArray>();
+        if (fcn != nullptr) [[likely]] {
+            impl::ArrayImpl* array = nullptr;
+            void* elements = nullptr;
+            detail::throwIfError(fcn(m_impl.get(), arrayTypeNumber<T>, const_cast<unsigned long*>(dims.data()),
+                                     dims.size(), &array, &elements));
+            return {TypedArray<T>(array), static_cast<T*>(elements)};
+        }
+        TypedArray<T> array = arrayFromBuffer<T>(dims, createBuffer<T>(countElements(dims)), MemoryLayout::ColumnMajor);
+        T* const elements = array.writableData();
+        return {std::move(array), elements};
+    }
+
     /// A 1-by-1 array.
     template <ArrayElement T>
     TypedArray<T> createScalar(T value) {
@@ -133,7 +149,7 @@ private:
     }
 
     /// The product of the extents, 0 as soon as one of them is 0.
-    static unsigned long countElements(const std::vector<unsigned long>& dims) {
+    static unsigned long countElements(std::span<const unsigned long> dims) {
         unsigned long count = 1;
         bool overflows = false;
         for (const unsigned long extent : dims) {

@@ -39,7 +39,7 @@ class IteratorImpl;
 using BufferDeleter = void (*)(void*);
 
 /// The numbers by which functions are asked for. Those up to 115 are what every client may count on, 110 and above
-/// with a fallback. The last two lie in a range of Orvane's own, far from any number that another library may use:
+/// with a fallback. The last three lie in a range of Orvane's own, far from any number that another library may use:
 /// clients ask for them once and do without them where they are missing.
 enum class FunctionType : std::int32_t {
     FactoryCreateArray = 1,
@@ -72,6 +72,7 @@ enum class FunctionType : std::int32_t {
     ArrayEnd = 115,
     FactoryCreateZeroedBuffer = 0x4F560001,
     ArrayGetFixedElements = 0x4F560002,
+    FactoryCreateUnfilledArray = 0x4F560003,
 };
 
 /// One function of the boundary: its number and its type.
@@ -150,7 +151,12 @@ using BoundaryFunctions = std::tuple<
     /// The address of the first element. A library that offers this promises that elements never move and are never
     /// shared behind the client's back: the address stays the same until the array is destroyed or released, and its
     /// only owner may write there without an iterator.
-    BoundaryFunction<FunctionType::ArrayGetFixedElements, void*(impl::ArrayImpl* array)>>;
+    BoundaryFunction<FunctionType::ArrayGetFixedElements, void*(impl::ArrayImpl* array)>,
+    /// A column-major array with unspecified elements, and their address, which may be written to: what numbers 13 and
+    /// 110 and an address make of three calls.
+    BoundaryFunction<FunctionType::FactoryCreateUnfilledArray,
+                     int(impl::ArrayFactoryImpl* factory, int type, unsigned long* dims, unsigned long numDims,
+                         impl::ArrayImpl** out, void** elements)>>;
 
 inline constexpr std::size_t boundaryFunctionCount = std::tuple_size_v<BoundaryFunctions>;
 

@@ -83,7 +83,8 @@ enum OrvaneFunctionNumber {
     OrvaneArrayEndNumber = 115,
     /* What Orvane's own library offers beyond the common numbers, in a range far from any that others may use. */
     OrvaneFactoryCreateZeroedBufferNumber = 0x4F560001,
-    OrvaneArrayGetFixedElementsNumber = 0x4F560002
+    OrvaneArrayGetFixedElementsNumber = 0x4F560002,
+    OrvaneFactoryCreateUnfilledArrayNumber = 0x4F560003
 };
 
 /** The library's one export. */
@@ -174,6 +175,9 @@ typedef int (*OrvaneFactoryCreateZeroedBuffer)(OrvaneFactory* factory, void** bu
                                                unsigned long numElements);
 /** The address of the first element, which never moves while the array lives. Its only owner may write there. */
 typedef void* (*OrvaneArrayGetFixedElements)(OrvaneArray* array);
+/** A column-major array, and the address of its elements for the caller to fill. */
+typedef int (*OrvaneFactoryCreateUnfilledArray)(OrvaneFactory* factory, int type, unsigned long* dims,
+                                                unsigned long numDims, OrvaneArray** out, void** elements);
 
 #ifdef __cplusplus
 }

@@ -43,7 +43,8 @@ using Rows = std::tuple<
     ROW(OrvaneIteratorClone), ROW(OrvaneIteratorDestroy), ROW(OrvaneIteratorGetElement),
     ROW(OrvaneIteratorGetReference), ROW(OrvaneReferenceGetParts), ROW(OrvaneReferenceSetComplex),
     ROW(OrvaneFactoryCreateArrayFromBuffer), ROW(OrvaneIteratorGetComplexElement), ROW(OrvaneArrayBegin),
-    ROW(OrvaneArrayEnd), ROW(OrvaneFactoryCreateZeroedBuffer), ROW(OrvaneArrayGetFixedElements)>;
+    ROW(OrvaneArrayEnd), ROW(OrvaneFactoryCreateZeroedBuffer), ROW(OrvaneArrayGetFixedElements),
+    ROW(OrvaneFactoryCreateUnfilledArray)>;
 
 template <class... Function>
 consteval bool rowsAgreeWith(std::type_identity<std::tuple<Function...>>) {

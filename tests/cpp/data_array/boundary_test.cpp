@@ -230,7 +230,7 @@ TEST(Nulls, areAnsweredWithNullsAndStatuses) {
 // Written out once more here: these numbers are what independent clients have compiled in.
 const std::set<int> offeredNumbers = {1,  3,  11, 13, 14, 15, 23, 49, 50, 51, 52,  53,  55,  56,
                                       57, 58, 59, 60, 63, 64, 71, 72, 94, 96, 110, 113, 114, 115};
-const std::set<int> numbersOfOurOwn = {0x4F560001, 0x4F560002};
+const std::set<int> numbersOfOurOwn = {0x4F560001, 0x4F560002, 0x4F560003};
 
 TEST(FunctionTable, answersForItsNumbersAndForNoOthers) {
     for (int number = -200; number <= 400; ++number) {

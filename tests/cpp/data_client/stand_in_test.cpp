@@ -40,7 +40,7 @@ void adoptTooFewElements() {
 }
 
 TEST(StandInDeathTest, endsTheProcessOnMisuse) {
-    for (const int number : {110, 113, 114, 115, 116, 0x4F560001, 0x4F560002}) {
+    for (const int number : {110, 113, 114, 115, 116, 0x4F560001, 0x4F560002, 0x4F560003}) {
         ASSERT_EQ(get_function_ptr(number), nullptr) << number;
     }
     const std::pair<void (*)(), const char*> misuses[] = {
