@@ -1,8 +1,8 @@
 """Measures one statement in an interpreter that has done nothing else.
 
 Called with a measure, the setup and the statement. Prints a JSON value: seconds ("first time"),
-bytes ("peak memory"), or an object with both ("growth"). It imports what it needs only after the
-statement has run, so that a measured import finds nothing done before.
+bytes ("peak memory", "held memory"), or an object with both ("growth"). It imports what it needs
+only after the statement has run, so that a measured import finds nothing done before.
 """
 
 # ruff: noqa: PTH123
@@ -40,6 +40,27 @@ def peak_memory(names, statement):
     return memory_status("VmHWM") - before
 
 
+def held_memory(names, statement):
+    import ctypes
+
+    class HeapUse(ctypes.Structure):
+        """The `mallinfo2` of glibc."""
+
+        _fields_ = tuple((f"field{i}", ctypes.c_size_t) for i in range(10))
+
+    heap_use = ctypes.CDLL(None).mallinfo2
+    heap_use.restype = HeapUse
+
+    def in_use():
+        heap = heap_use()
+        return heap.field7 + heap.field4  # in the heap, and in mappings
+
+    code = compile(statement, "statement", "exec")
+    before = in_use()
+    exec(code, names)
+    return in_use() - before
+
+
 def growth(names, statement):
     peak = peak_memory(names, statement)
     import statistics
@@ -61,6 +82,8 @@ if __name__ == "__main__":
         result = first_time(names, statement)
     elif measure == "peak memory":
         result = peak_memory(names, statement)
+    elif measure == "held memory":
+        result = held_memory(names, statement)
     else:
         result = growth(names, statement)
     import json

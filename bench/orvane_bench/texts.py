@@ -6,7 +6,7 @@ from .rows.row import Meter
 
 
 def measure_text(value: float, meter: Meter = Meter.REPEATED) -> str:
-    return bytes_text(value) if meter is Meter.PEAK_MEMORY else seconds_text(value)
+    return bytes_text(value) if meter.unit == "byte" else seconds_text(value)
 
 
 def seconds_text(value: float) -> str:
@@ -21,6 +21,8 @@ def seconds_text(value: float) -> str:
 
 
 def bytes_text(value: float) -> str:
+    if value < 1e4:
+        return f"{value:.0f} B"
     return f"{value / 1e6:.2f} MB" if value < 1e9 else f"{value / 1e9:.2f} GB"
 
 

@@ -9,6 +9,7 @@ Nothing that is measured here waits or has threads.
 from __future__ import annotations
 
 import json
+import os
 import subprocess
 import sys
 import tempfile
@@ -16,6 +17,7 @@ import time
 from collections.abc import Callable, Iterable
 from dataclasses import dataclass
 from pathlib import Path
+from typing import Any
 
 import pyperf
 
@@ -156,19 +158,24 @@ def measure_in_worker(index: int, effort: Effort) -> pyperf.BenchmarkSuite:
 
 def measure_once_each(row: Row) -> pyperf.BenchmarkSuite:
     """One value of each side, each from an interpreter of its own."""
-    unit = "byte" if row.meter is Meter.PEAK_MEMORY else "second"
     benchmarks = []
     for side, statement in (("ours", row.ours), ("peer", row.peer)):
-        value = in_fresh_process(row.meter.value, row.setup, statement)
-        run = pyperf.Run([value], metadata={"name": benchmark_name(row, side), "unit": unit})
+        value = in_fresh_process(row.meter.value, row.setup, statement) / row.calls
+        metadata = {"name": benchmark_name(row, side), "unit": row.meter.unit}
+        run = pyperf.Run([value], metadata=metadata)
         benchmarks.append(pyperf.Benchmark([run]))
     return pyperf.BenchmarkSuite(benchmarks)
 
 
-def in_fresh_process(measure: str, setup: str, statement: str) -> object:
+def in_fresh_process(measure: str, setup: str, statement: str) -> Any:
     """What `fresh_process` reports of a statement."""
     command = [sys.executable, fresh_process.__file__, measure, setup, statement]
-    return json.loads(subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout)
+    counted = {"PYTHONMALLOC": "malloc"} if measure == Meter.HELD_MEMORY.value else {}
+    environment = {**os.environ, **counted}
+    process = subprocess.run(
+        command, check=True, stdout=subprocess.PIPE, text=True, env=environment
+    )
+    return json.loads(process.stdout)
 
 
 ONCE_EACH_REPEATS = 5

@@ -15,7 +15,8 @@ struct MappingHeader {
     static MappingHeader* of(void* elements) noexcept { return static_cast<MappingHeader*>(elements) - 1; }
 };
 
-/// From this size on mappings lie in huge pages, where a fault brings in 2 MiB instead of 4 KiB.
+/// From this size on, where a block is sure to hold a whole huge page, mappings lie in such pages: a fault brings in 2
+/// MiB instead of 4 KiB.
 inline constexpr std::size_t hugePagesFrom = std::size_t{4} << 20;
 inline constexpr std::size_t hugePageSize = std::size_t{2} << 20;
 

@@ -13,28 +13,28 @@ PyObject* OCPyArray_GetArraySize(PyObject* self, void*) {
         return nullptr;
     const IndexChain& chain = core->chain();
     const std::size_t active = chain.activeDimension();
-    PyRef size;
-    std::size_t rank = 0;
-    // Making the tuple may run code of the caller's that reshapes the array; making its items does not.
-    while (!size || rank != core->layout().rank()) {
-        rank = core->layout().rank();
+    while (true) {
+        const std::size_t rank = core->layout().rank();
         if (chain.length() > rank) {
             raiseTooManyIndices();
             return nullptr;
         }
-        size = PyRef::steal(PyTuple_New(static_cast<Py_ssize_t>(rank - active)));
+        PyRef size = PyRef::steal(PyTuple_New(static_cast<Py_ssize_t>(rank - active)));
         if (!size)
             return nullptr;
+        // Making a tuple may run code of the caller's that reshapes the array; making its items does not.
+        const Layout& layout = core->layout();
+        if (layout.rank() != rank)
+            continue;
+        for (std::size_t d = active; d < rank; ++d) {
+            PyObject* const extent =
+                makePyObjectFromLong(d == active && chain.slice() ? chain.slice()->m_slice_len : layout.extent(d));
+            if (extent == nullptr)
+                return nullptr;
+            PyTuple_SET_ITEM(size.get(), static_cast<Py_ssize_t>(d - active), extent);
+        }
+        return size.release();
     }
-    const Layout& layout = core->layout();
-    for (std::size_t d = active; d < rank; ++d) {
-        PyObject* const extent =
-            makePyObjectFromLong(d == active && chain.slice() ? chain.slice()->m_slice_len : layout.extent(d));
-        if (extent == nullptr)
-            return nullptr;
-        PyTuple_SET_ITEM(size.get(), static_cast<Py_ssize_t>(d - active), extent);
-    }
-    return size.release();
 }
 
 PyObject* OCPyArray_GetElementSize(PyObject* self, void*) {

@@ -1,7 +1,9 @@
 """Construction from a size, a flat vector, and nested sequences; how they combine."""
 
 import array
+from functools import partial
 
+import pytest
 from hypothesis import given
 from hypothesis import strategies as st
 
@@ -9,7 +11,7 @@ import orvane
 from impostors import Sequence
 from reference.array import View
 from reference.elements import KINDS
-from support import check, grid, make, outcome, stored_bytes, table
+from support import check, evaluate, grid, make, outcome, stored_bytes, table
 
 
 @table(r"""
@@ -43,6 +45,25 @@ double([[1, 2, 3], [4, 5, 6]], (3, 2)) -> SizeError:
 """)
 def test_sizes_vectors_and_nested_values(expression, answer):
     check(expression, answer, Sequence=Sequence, array=array.array)
+
+
+CALLS = """
+|5|[]|[1, 2], (2, 1)|[1], None, None, True|size=(2, 2)|vector=[1], size=(1, 1)|[1], is_complex=True
+{}, [1]|{"initializer": [1], "is_complex": True}|{"size": [2]}, 5|{}, size=(1, 1)|{"shape": 1}|{}, {}
+[], (), (), (), ()|5, initializer=5|shape=1|**{"".join(["si", "ze"]): (2, 1)}|5, None, [1]|size=0
+5, vector=[1]|None, None, 5, None|is_complex=None|5, (1, 2)|[], (0, 3)|(), [2]|None, (1, 2, 1)|**{"": 1}
+"""
+
+
+@pytest.mark.parametrize("arguments", CALLS.strip("\n").replace("\n", "|").split("|"))
+def test_all_ways_to_call_a_type_are_one(arguments):
+    ways = "double({})", "double.__new__(double, {})", "partial(double, {})()"
+    called, made, passed_on = (
+        outcome(lambda way=way: evaluate(way.format(arguments), partial=partial)) for way in ways
+    )
+    assert called == made == passed_on
+    if called[0] == "gave":
+        assert called[2].size == made[2].size == passed_on[2].size
 
 
 def test_a_user_defined_sequence_sees_every_call_in_order():

@@ -10,12 +10,14 @@ from .processes import PROCESSES
 from .reading import READING
 from .reordering import REORDERING
 from .row import Row
+from .small import SMALL_ARRAYS
 from .text_and_pickle import TEXT_AND_PICKLE
 from .values import VALUES
 from .whole_arrays import WHOLE_ARRAYS
 
 ROWS: list[Row] = [
     *CONSTRUCTION,
+    *SMALL_ARRAYS,
     *REORDERING,
     *READING,
     *ASSIGNMENT,

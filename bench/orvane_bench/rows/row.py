@@ -15,6 +15,13 @@ class Meter(Enum):
     """Time of a statement that runs once in a fresh interpreter."""
     PEAK_MEMORY = "peak memory"
     """Bytes by which a statement, run once in a fresh interpreter, raises the peak of memory."""
+    HELD_MEMORY = "held memory"
+    """Bytes that `malloc` counts more after a statement, run once in a fresh interpreter that has
+    no other allocator."""
+
+    @property
+    def unit(self) -> str:
+        return "byte" if self in (Meter.PEAK_MEMORY, Meter.HELD_MEMORY) else "second"
 
 
 @dataclass(frozen=True)
