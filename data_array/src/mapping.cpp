@@ -13,22 +13,24 @@ namespace {
 
 static_assert(sizeof(MappingHeader) <= blockAlignment);
 
+constexpr std::size_t smallPageSize = 4096;
+
 } // namespace
 
 MappingHeader* map(std::size_t bytes) noexcept {
     const bool inHugePages = bytes >= hugePagesFrom;
     const std::size_t alignment = inHugePages ? hugePageSize : blockAlignment;
-    const std::size_t length = bytes + blockAlignment + (inHugePages ? hugePageSize : 0);
+    const std::size_t capacity = (bytes + smallPageSize - 1) / smallPageSize * smallPageSize;
+    const std::size_t length = capacity + blockAlignment + (inHugePages ? hugePageSize : 0);
     void* const base = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (base == MAP_FAILED) {
         return nullptr;
     }
     std::byte* const elements = alignUp(static_cast<std::byte*>(base) + sizeof(MappingHeader), alignment);
-    const auto skipped = static_cast<std::size_t>(elements - static_cast<std::byte*>(base));
     if (inHugePages) {
         adviseHugePages(elements, bytes);
     }
-    return ::new (MappingHeader::of(elements)) MappingHeader{base, length, length - skipped};
+    return ::new (MappingHeader::of(elements)) MappingHeader{base, length, capacity};
 }
 
 void unmap(MappingHeader* mapping) noexcept {

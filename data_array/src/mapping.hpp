@@ -9,7 +9,7 @@ namespace orvane::data::storage {
 struct MappingHeader {
     void* base;
     std::size_t length;
-    std::size_t capacity; ///< bytes from the elements to the end of the mapping
+    std::size_t capacity; ///< bytes that elements may take
 
     void* elements() noexcept { return this + 1; }
     static MappingHeader* of(void* elements) noexcept { return static_cast<MappingHeader*>(elements) - 1; }

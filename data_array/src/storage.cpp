@@ -118,7 +118,7 @@ Storage newMapping(std::size_t bytes) noexcept {
 }
 
 constexpr bool canBeAllocated(std::size_t bytes) noexcept {
-    return bytes <= std::numeric_limits<std::ptrdiff_t>::max() - hugePageSize - 2 * blockAlignment;
+    return bytes <= std::numeric_limits<std::ptrdiff_t>::max() - 2 * hugePageSize;
 }
 
 } // namespace

@@ -48,10 +48,11 @@ def test_sizes_vectors_and_nested_values(expression, answer):
 
 
 CALLS = """
-|5|[]|[1, 2], (2, 1)|[1], None, None, True|size=(2, 2)|vector=[1], size=(1, 1)|[1], is_complex=True
-{}, [1]|{"initializer": [1], "is_complex": True}|{"size": [2]}, 5|{}, size=(1, 1)|{"shape": 1}|{}, {}
-[], (), (), (), ()|5, initializer=5|shape=1|**{"".join(["si", "ze"]): (2, 1)}|5, None, [1]|size=0
-5, vector=[1]|None, None, 5, None|is_complex=None|5, (1, 2)|[], (0, 3)|(), [2]|None, (1, 2, 1)|**{"": 1}
+|5|[]|[1, 2], (2, 1)|[1], None, None, True|size=(2, 2)|vector=[1], size=(1, 1)
+[1], is_complex=True|{}, [1]|{"initializer": [1], "is_complex": True}|{"size": [2]}, 5|{}, {}
+{}, size=(1, 1)|{"shape": 1}|[], (), (), (), ()|5, initializer=5|shape=1|5, None, [1]|size=0
+**{"".join(["si", "ze"]): (2, 1)}|5, vector=[1]|None, None, 5, None|is_complex=None|5, (1, 2)
+[], (0, 3)|(), [2]|None, (1, 2, 1)|**{"": 1}
 """
 
 

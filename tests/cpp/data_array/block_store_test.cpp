@@ -47,8 +47,7 @@ TEST(KeptBlocks, serveWhoAsksForAsMuchOrAQuarterLess) {
 }
 
 TEST(KeptBlocks, areFewAndNotForEver) {
-    // The mapping of 8 MiB has a little more room than that.
-    for (const auto [size, most] : {std::pair{8 * mebibyte, 7}, {256 * kibibyte, int{BlockStore::mostBlocks}}}) {
+    for (const auto& [size, most] : {std::pair{8 * mebibyte, 8}, {256 * kibibyte, int{BlockStore::mostBlocks}}}) {
         Store store;
         for (int i = 0; i < 50; ++i) {
             store.putNew(size);
