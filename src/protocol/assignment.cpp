@@ -1,6 +1,7 @@
 #include "protocol/assignment.hpp"
 
 #include <algorithm>
+#include <optional>
 #include <span>
 
 #include "construction/constructor_parser.hpp"
@@ -111,24 +112,24 @@ private:
     std::size_t activeDimension() const { return m_array.chain().activeDimension(); }
     ODArrayWrapper& wrapper() const { return m_array.wrapper(); }
 
-    /// A block whose numbers are elements of the array as they come needs no collecting.
+    /// A block whose numbers all become elements needs no collecting.
     bool readRightSide() {
-        if (m_value != nullptr && m_block.open(m_value)) {
-            m_isBlock = RunConversion<U>::template from<false>(m_block.kind()) == Conversion::Always;
-            if (m_isBlock)
+        if (m_value != nullptr && !PyList_CheckExact(m_value) && !PyTuple_CheckExact(m_value)) {
+            if (m_block.emplace().open(m_value) &&
+                RunConversion<U>::template from<false>(m_block->kind()) == Conversion::Always)
                 return true;
-            m_block.close();
+            m_block.reset();
         }
         return m_rightSide.processNestedInitializer(m_value, false);
     }
     std::size_t elementsRead() const {
-        return m_isBlock ? static_cast<std::size_t>(m_block.elementCount()) : m_rightSide.elements().size();
+        return m_block ? static_cast<std::size_t>(m_block->elementCount()) : m_rightSide.elements().size();
     }
     /// Whether the right side has exactly these extents.
     bool hasExtents(std::span<const long> extents) const {
         const auto isEqual = [](auto a, auto b) { return static_cast<long>(a) == static_cast<long>(b); };
-        if (m_isBlock)
-            return std::ranges::equal(m_block.counts(), extents);
+        if (m_block)
+            return std::ranges::equal(m_block->counts(), extents);
         return std::ranges::equal(m_rightSide.governingDims(), extents, isEqual);
     }
 
@@ -186,12 +187,12 @@ private:
     /// Not inlined, to stay off the stack on which reading the right side has code of the caller's run.
     [[gnu::noinline]] bool writeRightSide(const SliceIndexItem* slice) {
         const Selection target = select(m_layout, m_integers, slice);
-        if (m_isBlock) {
+        if (m_block) {
             if (target.isInside && hasExtents({target.counts.data(), target.counts.size()}) &&
-                writeNumbers<U>(wrapper(), target, m_block))
+                writeNumbers<U>(wrapper(), target, *m_block))
                 return true;
             // Without memory for it, the walk has the words.
-            if (!m_rightSide.collectBlock(m_block) &&
+            if (!m_rightSide.collectBlock(*m_block) &&
                 (PyErr_Occurred() != nullptr || !m_rightSide.processNestedInitializer(m_value, false)))
                 return false;
         }
@@ -207,8 +208,7 @@ private:
     Extents m_integers;
     PyObject* m_value;
     FinalConstructorParser<U> m_rightSide;
-    NumberBlock m_block; ///< in place of what `m_rightSide` would collect
-    bool m_isBlock = false;
+    std::optional<NumberBlock> m_block; ///< in place of what `m_rightSide` would collect
 };
 
 bool requireActiveDimension(const OCppPyArray& array) {
