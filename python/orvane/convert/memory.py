@@ -55,11 +55,12 @@ def array_copied_from(view: memoryview, kind: Kind, is_swapped: bool) -> AnyArra
 
 
 def _in_native_order(
-    elements: bytes, kind: Kind, is_swapped: bool
+    elements: Buffer, kind: Kind, is_swapped: bool
 ) -> bytearray | stdlib_array[int]:
     if not is_swapped:
         return bytearray(elements)
-    parts = stdlib_array({2: "H", 4: "I", 8: "Q"}[kind.part_size], elements)
+    parts = stdlib_array({2: "H", 4: "I", 8: "Q"}[kind.part_size])
+    parts.frombytes(elements)
     parts.byteswap()
     return parts
 
@@ -73,5 +74,5 @@ def array_of_bytes(
             return _bridge.adopt(elements, kind.format, size)
         except ValueError:  # it says why, unless a copy does better
             pass
-    copied = _in_native_order(bytes(elements), kind, is_swapped)
+    copied = _in_native_order(elements, kind, is_swapped)
     return _bridge.adopt(copied, kind.format, size)
