@@ -225,6 +225,7 @@ np.asfortranarray([[1, 2], [3, 4]]).view(type("A", (np.ndarray,), {{}})), copy=F
 pd.DataFrame({{"a": [1, 2], "b": [0.5, nan]}}) -> double([[1, 0.5], [2, nan]])
 pd.DataFrame({{"a": [True, False], "b": pd.array([1, 2], "Int8")}}) -> int8([[1, 1], [0, 2]])
 pd.Series([1., 2, 3], index=[2, 1, 0]) -> double([1, 2, 3])
+[[1.0, 2], pd.Series([3.0, 4], index=[1, 0])] -> double([[1, 2], [3, 4]])
 pd.Series([1, None], dtype="Int64") ->
  ValueError: the value at [1] is missing (null): {fill}
 pd.DataFrame({{"a": [1, 2], "b": ["x", "y"]}}) ->
@@ -247,7 +248,7 @@ def test_what_is_made_of_others(expression, answer):
     modules |= {"torch": "torch", "sparse": "scipy.sparse"}
     names = {"np": np, "orvane": orvane}
     for short, module in modules.items():
-        if expression.startswith(f"{short}."):
+        if f"{short}." in expression:
             names[short] = pytest.importorskip(module, exc_type=ImportError)
     words = {"long": np.dtype(np.longdouble)}
     words["fill"] = (
