@@ -10,8 +10,8 @@
 // | `python::ArrayObject<T>`                     | the Python array itself, to lend from, keep or return   | none     |
 // | `data::TypedArray<T>`                        | an array lent by `fromPython`, to read, pass on or keep | at first |
 //
-// Arrays and vectors are returned as well, and taken over by `toPython`; an `ArrayObject` and a `Reference` are returned
-// as they are. By value and by constant reference come to the same.
+// Arrays and vectors are returned as well, and taken over by `toPython`; an `ArrayObject` and a `Reference` are
+// returned as they are. By value and by constant reference come to the same.
 //
 // A span has the strides of the view that came, and is lent until the bound function has returned. With a fixed rank
 // extents of 1 are filled up at the end; where no overload takes more dimensions, TypeError says so.
