@@ -20,7 +20,9 @@ def code_on(page: str) -> str:
     return "\n".join(re.findall(r"```python\n(.*?)```", text, re.DOTALL))
 
 
-@pytest.mark.parametrize("page", ["README.md", "docs/arrays.md", "docs/conversions.md", "help(orvane)"])
+@pytest.mark.parametrize(
+    "page", ["README.md", "docs/arrays.md", "docs/conversions.md", "help(orvane)"]
+)
 def test_the_examples(page):
     code = code_on(page)
     if "import numpy" in code:
