@@ -87,8 +87,9 @@ PyObject* OCPyArray_New(PyTypeObject* type, PyObject* args, PyObject* kwargs) {
     return shell.release();
 }
 
-/// `tp_vectorcall` of the type: the same without a tuple and a dictionary in the usual calls. What the arguments
-/// consist of is held by the caller.
+/// `tp_vectorcall` of the type: the same without a tuple and a dictionary in the usual calls. The arguments are held
+/// here too, since not every caller holds them to the end: a `functools.partial` hands on what code of the caller's
+/// may take from it meanwhile.
 template <class T>
 PyObject* OCPyArray_Vectorcall(PyObject* type, PyObject* const* args, std::size_t countAndFlag, PyObject* names) {
     const auto given = static_cast<std::size_t>(PyVectorcall_NARGS(countAndFlag));
@@ -100,6 +101,8 @@ PyObject* OCPyArray_Vectorcall(PyObject* type, PyObject* const* args, std::size_
                    ? OCPyArray_New<T>(arrayType, packed.positional.get(), packed.keywords.get())
                    : nullptr;
     }
+    const PyRef held[] = {PyRef::borrow(arguments.initializer), PyRef::borrow(arguments.size),
+                          PyRef::borrow(arguments.vector)};
     PyRef shell = PyRef::steal(allocOCPyArray(arrayType));
     if (!shell || !detail::construct<T>(shell.get(), arguments))
         return nullptr;

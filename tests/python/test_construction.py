@@ -67,6 +67,17 @@ def test_all_ways_to_call_a_type_are_one(arguments):
         assert called[2].size == made[2].size == passed_on[2].size
 
 
+@pytest.mark.parametrize("place", range(3))
+def test_arguments_are_held_while_their_own_code_runs(place):
+    def length():  # who called lets go of all that was handed on
+        call.__setstate__((orvane.double, (), {}, {}))
+        return 2
+
+    places = [None] * place
+    call = partial(orvane.double, *places, Sequence(lambda i: i + 1, length))
+    assert call().size == (1, 2)
+
+
 def test_a_user_defined_sequence_sees_every_call_in_order():
     calls = []
 
