@@ -72,11 +72,8 @@ PyObject* newSliceObject(const OCppPyArray& source, const SliceIndexItem& slice)
     return newViewObject(source, [&] { return source.chain().narrowed(slice); });
 }
 
-OCppPyArray* requireCoreArray(PyObject* self) {
-    OCppPyArray* core = self != nullptr ? getOCPyArrayFromPyObject(self)->m_cppArray : nullptr;
-    if (core == nullptr)
-        setError(PyExc_RuntimeError, "object not initialized.");
-    return core;
+void raiseNotInitialized() {
+    setError(PyExc_RuntimeError, "object not initialized.");
 }
 
 } // namespace orvane::python

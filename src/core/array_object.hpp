@@ -34,7 +34,15 @@ PyObject* newSubarrayObject(const OCppPyArray& source, long position);
 /// The view of `source` that a slice selects in its active dimension; otherwise the same.
 PyObject* newSliceObject(const OCppPyArray& source, const SliceIndexItem& slice);
 
+/// RuntimeError for what is no array, or none yet.
+void raiseNotInitialized();
+
 /// The core array of `self`; null with RuntimeError set when `self` is null or a shell.
-OCppPyArray* requireCoreArray(PyObject* self);
+inline OCppPyArray* requireCoreArray(PyObject* self) {
+    OCppPyArray* core = self != nullptr ? getOCPyArrayFromPyObject(self)->m_cppArray : nullptr;
+    if (core == nullptr) [[unlikely]]
+        raiseNotInitialized();
+    return core;
+}
 
 } // namespace orvane::python

@@ -15,7 +15,7 @@ PyObject* OCPyArray_GetArraySize(PyObject* self, void*) {
     const std::size_t active = chain.activeDimension();
     while (true) {
         const std::size_t rank = core->layout().rank();
-        if (chain.length() > rank) {
+        if (chain.length() > rank) [[unlikely]] {
             raiseTooManyIndices();
             return nullptr;
         }
@@ -24,14 +24,19 @@ PyObject* OCPyArray_GetArraySize(PyObject* self, void*) {
             return nullptr;
         // Making a tuple may run code of the caller's that reshapes the array; making its items does not.
         const Layout& layout = core->layout();
-        if (layout.rank() != rank)
+        if (layout.rank() != rank) [[unlikely]]
             continue;
-        for (std::size_t d = active; d < rank; ++d) {
-            PyObject* const extent =
-                makePyObjectFromLong(d == active && chain.slice() ? chain.slice()->m_slice_len : layout.extent(d));
-            if (extent == nullptr)
+        const auto setExtent = [&](std::size_t d, long extent) {
+            PyObject* const number = makePyObjectFromLong(extent);
+            PyTuple_SET_ITEM(size.get(), static_cast<Py_ssize_t>(d - active), number);
+            return number != nullptr;
+        };
+        std::size_t d = active;
+        if (chain.slice() && !setExtent(d++, chain.slice()->m_slice_len))
+            return nullptr;
+        for (; d < rank; ++d) {
+            if (!setExtent(d, layout.extent(d)))
                 return nullptr;
-            PyTuple_SET_ITEM(size.get(), static_cast<Py_ssize_t>(d - active), extent);
         }
         return size.release();
     }
