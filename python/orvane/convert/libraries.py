@@ -15,16 +15,19 @@ from numpy.typing import NDArray
 from .ndarrays import stacked
 from .places import refuse_missing
 
+#: Reads an object of whatever kind, as a column of a table may be.
+_Read = Callable[[Any], NDArray[Any]]
+
 _FILL = "fill it first (.fillna, .fill_null) or drop it (.dropna, .drop_nulls, .drop_null)"
 
 
-def read_pandas(data: Any) -> NDArray[Any] | None:
+def read_pandas(data: Any, read: _Read) -> NDArray[Any] | None:
     if getattr(data, "ndim", 0) == 2:
         dtypes = set(data.dtypes)
         if len(dtypes) == 1 and isinstance(next(iter(dtypes)), np.dtype):
             return np.asarray(data.to_numpy())
         columns = [data.iloc[:, number] for number in range(data.shape[1])]
-        return _columns(columns, len(data))
+        return _columns(columns, len(data), read)
     if not hasattr(data, "to_numpy"):
         return None  # a scalar, an exporter of another protocol
     if not isinstance(data.dtype, np.dtype):
@@ -32,9 +35,9 @@ def read_pandas(data: Any) -> NDArray[Any] | None:
     return np.asarray(data.to_numpy())
 
 
-def read_polars(data: Any) -> NDArray[Any] | None:
+def read_polars(data: Any, read: _Read) -> NDArray[Any] | None:
     if hasattr(data, "get_columns"):
-        return _columns(data.get_columns(), data.height)
+        return _columns(data.get_columns(), data.height, read)
     if not hasattr(data, "null_count"):
         return None
     if data.null_count():
@@ -42,9 +45,9 @@ def read_polars(data: Any) -> NDArray[Any] | None:
     return np.asarray(data.to_numpy())
 
 
-def read_pyarrow(data: Any) -> NDArray[Any] | None:
+def read_pyarrow(data: Any, read: _Read) -> NDArray[Any] | None:
     if hasattr(data, "itercolumns"):
-        return _columns(list(data.itercolumns()), data.num_rows)
+        return _columns(list(data.itercolumns()), data.num_rows, read)
     if hasattr(data, "strides"):
         return np.asarray(data.to_numpy())  # a tensor
     if not hasattr(data, "null_count"):
@@ -54,12 +57,12 @@ def read_pyarrow(data: Any) -> NDArray[Any] | None:
     return np.asarray(data.to_numpy(zero_copy_only=False))
 
 
-def read_jax(data: Any) -> NDArray[Any] | None:
+def read_jax(data: Any, read: _Read) -> NDArray[Any] | None:
     """JAX's arrays never change, so their memory is never shared for writing."""
     return np.asarray(data) if hasattr(data, "__array__") else None
 
 
-READERS: dict[str, Callable[[Any], NDArray[Any] | None]] = {
+READERS: dict[str, Callable[[Any, _Read], NDArray[Any] | None]] = {
     "pandas": read_pandas,
     "polars": read_polars,
     "pyarrow": read_pyarrow,
@@ -68,13 +71,11 @@ READERS: dict[str, Callable[[Any], NDArray[Any] | None]] = {
 }
 
 
-def _columns(columns: list[Any], rows: int) -> NDArray[Any]:
-    from .reading import ndarray_of
-
+def _columns(columns: list[Any], rows: int, read: _Read) -> NDArray[Any]:
     parts = []
     for number, column in enumerate(columns):
         try:
-            part = ndarray_of(column)
+            part = read(column)
             if part.dtype.kind not in "biufc":
                 raise TypeError(f"elements of type {part.dtype} are no numbers")
         except (TypeError, ValueError) as error:

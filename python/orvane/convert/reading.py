@@ -173,7 +173,7 @@ def _ndarray_of_library(obj: Any) -> NDArray[Any] | None:
         from .libraries import READERS
 
         for name in names & _OF_LIBRARIES:
-            numbers = READERS[name](obj)
+            numbers = READERS[name](obj, ndarray_of)
             if numbers is not None:
                 return _with_numbers(numbers)
     return None
