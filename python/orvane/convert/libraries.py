@@ -87,4 +87,4 @@ def _columns(columns: list[Any], rows: int, read: _Read) -> NDArray[Any]:
 def _refuse_missing(chosen: Any) -> None:
     places = np.asarray(chosen, dtype=bool)
     if places.any():
-        raise refuse_missing("null", (int(places.argmax()),), _FILL)
+        raise refuse_missing("null", (int(np.flatnonzero(places)[0]),), _FILL)

@@ -25,7 +25,8 @@ _ADVICE = {
 def without_mask(numbers: NDArray[Any]) -> NDArray[Any]:
     """The elements below a mask that hides none; ValueError where it hides some."""
     if isinstance(numbers, np.ma.MaskedArray):
-        mask: NDArray[np.bool_] = np.ma.getmaskarray(numbers)  # type: ignore[no-untyped-call]
+        # The mask may be one truth value for all elements.
+        mask = np.broadcast_to(np.asarray(numbers.mask, dtype=np.bool_), numbers.shape)
         if mask.any():
             word = f"one of {int(mask.sum())} that are masked"
             advice = "give x.filled(value), or x.compressed() for those that are there"
