@@ -52,7 +52,7 @@ def roads_of(library: str, peer: str) -> list[Row]:
         return Row(f"{library}: {work}", setup, *code, limit, moved_bytes=moved)
 
     round_trip = "b = roads.{0}out(4096, 8192); roads.{0}halve(b); c = roads.{0}halved(b)"
-    through = "for _ in range(100): {0} = roads.{1}halved({0})"
+    through = "for _ in range(100): ring[{0}] = roads.{1}halved(ring[{0}])"
     rows = [
         row("in, 3 x 3", "way_in", "small", "small_x", SMALL),
         row("in, 1000 x 1000", "way_in", "a", "x", LARGE),
@@ -68,9 +68,9 @@ def roads_of(library: str, peer: str) -> list[Row]:
         row("halve to a new array, 1000 x 1000", "halved", "a", "x", LARGE, DOUBLES),
         Row(
             f"{library}: 8 MB in and 8 MB out, again and again",
-            setup,
-            through.format("a", ""),
-            through.format("x", "peer_"),
+            setup + "ring = [a, x]\n",
+            through.format(0, ""),
+            through.format(1, "peer_"),
             LARGE,
             moved_bytes=DOUBLES,
             calls=100,
