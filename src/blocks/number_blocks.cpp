@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 
+#include "blocks/strided_dimensions.hpp"
 #include "blocks/transpose_tile.hpp"
 #include "vocabulary/extents.hpp"
 
@@ -15,12 +16,7 @@ namespace orvane::python {
 
 namespace {
 
-/// One dimension of a block and of its target.
-struct Dimension {
-    long count;
-    long sourceStride;
-    long targetStride;
-};
+using Dimension = StridedDimension<long>;
 using Dimensions = DimensionVector<Dimension>;
 
 /// The dimensions that have more than one place, those taken together that follow each other on both sides.
@@ -28,13 +24,13 @@ Dimensions decisiveDimensions(const StridedNumbers& source, const StridedElement
     Dimensions dimensions;
     for (std::size_t d = 0; d < source.counts.size(); ++d) {
         const Dimension next{source.counts[d], source.strides[d], target.strides[d]};
-        if (next.count == 1)
+        if (next.extent == 1)
             continue;
         if (!dimensions.empty()) {
             Dimension& last = dimensions.back();
-            if (next.sourceStride == last.sourceStride * last.count &&
-                next.targetStride == last.targetStride * last.count) {
-                last.count *= next.count;
+            if (next.sourceStride == last.sourceStride * last.extent &&
+                next.targetStride == last.targetStride * last.extent) {
+                last.extent *= next.extent;
                 continue;
             }
         }
@@ -56,30 +52,6 @@ Dimension take(Dimensions& dimensions, Dimensions::iterator position) {
     const Dimension taken = *position;
     dimensions.erase(position);
     return taken;
-}
-
-/// Calls `visit(sourceOffset, targetOffset)` for each position in the dimensions, the first of them fastest, for as
-/// long as that is true.
-template <class Visit>
-bool visitPositions(std::span<const Dimension> dimensions, Visit&& visit) {
-    DimensionVector<long> places(dimensions.size(), 0);
-    long source = 0;
-    long target = 0;
-    while (visit(source, target)) {
-        std::size_t d = 0;
-        for (; d < dimensions.size(); ++d) {
-            source += dimensions[d].sourceStride;
-            target += dimensions[d].targetStride;
-            if (++places[d] < dimensions[d].count)
-                break;
-            source -= dimensions[d].count * dimensions[d].sourceStride;
-            target -= dimensions[d].count * dimensions[d].targetStride;
-            places[d] = 0;
-        }
-        if (d == dimensions.size())
-            return true;
-    }
-    return false;
 }
 
 /// So many rows are laid down next to each other at a time: several whole cache lines of each column.
@@ -237,31 +209,32 @@ bool readBlock(const StridedNumbers& source, const StridedElements& target, cons
     Dimensions dimensions = decisiveDimensions(source, target);
     auto along = nearest(dimensions, &Dimension::targetStride);
     const auto across = nearest(dimensions, &Dimension::sourceStride);
-    if (std::min(along->count, across->count) >= fewPlaces && along->sourceStride != across->sourceStride &&
+    if (std::min(along->extent, across->extent) >= fewPlaces && along->sourceStride != across->sourceStride &&
         along->targetStride == writer.elementSize && mayBeTransposed(target, across->targetStride, writer)) {
         const Dimension rows = *along;
         const Dimension columns = *across;
         dimensions.erase(std::max(along, across));
         dimensions.erase(std::min(along, across));
-        return visitPositions({dimensions.data(), dimensions.size()}, [&](long from, long to) {
-            const NumberRun first{source.first.kind, source.first.address + from, columns.sourceStride};
-            const auto rowAt = [&](long i) {
-                return NumberRun{first.kind, first.address + i * rows.sourceStride, first.stride};
-            };
-            return transposeRowsOfAnySize(rowAt, rows.count, columns.count, shifted(target, to), columns.targetStride,
-                                          writer);
-        });
+        return visitPositions(
+            std::span<const Dimension>(dimensions.data(), dimensions.size()), [&](long from, long to) {
+                const NumberRun first{source.first.kind, source.first.address + from, columns.sourceStride};
+                const auto rowAt = [&](long i) {
+                    return NumberRun{first.kind, first.address + i * rows.sourceStride, first.stride};
+                };
+                return transposeRowsOfAnySize(rowAt, rows.extent, columns.extent, shifted(target, to),
+                                              columns.targetStride, writer);
+            });
     }
-    if (along->count < across->count && along->count < fewPlaces)
+    if (along->extent < across->extent && along->extent < fewPlaces)
         along = across;
     const Dimension run = take(dimensions, along);
-    return visitPositions({dimensions.data(), dimensions.size()}, [&](long from, long to) {
+    return visitPositions(std::span<const Dimension>(dimensions.data(), dimensions.size()), [&](long from, long to) {
         NumberRun numbers = source.first.from(0);
         numbers.stride = run.sourceStride;
         if (numbers.address != nullptr)
             numbers.address += from;
-        return writer.convert(numbers, run.count, target.address + to, run.targetStride) &&
-               (target.again == nullptr || writer.convert(numbers, run.count, target.again + to, run.targetStride));
+        return writer.convert(numbers, run.extent, target.address + to, run.targetStride) &&
+               (target.again == nullptr || writer.convert(numbers, run.extent, target.again + to, run.targetStride));
     });
 }
 

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <vector>
 
+#include "blocks/strided_dimensions.hpp"
 #include "blocks/transpose_tile.hpp"
 #include "vocabulary/extents.hpp"
 
@@ -22,12 +23,8 @@ constexpr std::size_t placesPerTile = 256;
 /// in the target, as each begins and ends with lines that were not asked for or are not full.
 constexpr std::size_t enoughPlaces = placesPerTile / 2;
 
-/// One dimension, with strides in elements.
-struct Dimension {
-    std::size_t extent;
-    std::size_t sourceStride;
-    std::size_t targetStride;
-};
+/// With strides in elements.
+using Dimension = StridedDimension<std::size_t>;
 using Dimensions = DimensionVector<Dimension>;
 
 /// The dimensions of an array, those of extent 1 left out: they have no say in the order of the elements.
@@ -116,28 +113,10 @@ void reorderUnits(Unit* target, const std::byte* source, std::span<const Dimensi
                 transposeTile<Unit, transfer>(to, from, tile);
             }
         }
+        return true;
     };
 
-    // The middle dimensions, the first of them fastest.
-    const std::span<const Dimension> middle = dimensions.subspan(first, last - first);
-    DimensionVector<std::size_t> places(middle.size(), 0);
-    std::size_t targetOffset = 0;
-    std::size_t sourceOffset = 0;
-    while (true) {
-        transposeMatrix(targetOffset, sourceOffset);
-        std::size_t d = 0;
-        for (; d < middle.size(); ++d) {
-            targetOffset += middle[d].targetStride;
-            sourceOffset += middle[d].sourceStride;
-            if (++places[d] < middle[d].extent)
-                break;
-            targetOffset -= middle[d].extent * middle[d].targetStride;
-            sourceOffset -= middle[d].extent * middle[d].sourceStride;
-            places[d] = 0;
-        }
-        if (d == middle.size())
-            break;
-    }
+    visitPositions(dimensions.subspan(first, last - first), transposeMatrix); // the middle dimensions
 }
 
 } // namespace
