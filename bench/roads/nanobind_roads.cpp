@@ -29,20 +29,20 @@ NB_MODULE(orvane_nanobind_roads, module) {
     module.def("peer_way_in_any_rank", [](const nb::ndarray<const double>& array) { return *array.data(); });
     module.def("peer_out", [](std::size_t rows, std::size_t columns) {
         std::unique_ptr<double[]> block(new double[rows * columns]);
-        std::fill_n(block.get(), rows * columns, 0.5);
+        roads::fill(block.get(), rows * columns);
         return newPeer(rows, columns, std::move(block));
     });
     module.def("peer_identity", [](Array array) { return array; });
-    module.def("peer_halve", [](const Array& matrix) { roads::halve(matrix.data(), matrix.size(), matrix.data()); });
+    module.def("peer_halve", [](const Array& matrix) { roads::halve(matrix.data(), matrix.size()); });
     module.def("peer_halved", [](const Array& matrix) {
         std::unique_ptr<double[]> block(new double[matrix.size()]);
-        roads::halve(matrix.data(), matrix.size(), block.get());
+        roads::halveTo(block.get(), matrix.data(), matrix.size());
         return newPeer(matrix.shape(0), matrix.shape(1), std::move(block));
     });
     module.def("peer_halved_copy", [](const Array& matrix) {
         std::unique_ptr<double[]> block(new double[matrix.size()]);
         std::copy_n(matrix.data(), matrix.size(), block.get());
-        roads::halve(block.get(), matrix.size(), block.get());
+        roads::halve(block.get(), matrix.size());
         return newPeer(matrix.shape(0), matrix.shape(1), std::move(block));
     });
 }

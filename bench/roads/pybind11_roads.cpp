@@ -26,23 +26,22 @@ PYBIND11_MODULE(orvane_pybind11_roads, module) {
     module.def("peer_way_in_any_rank", [](const py::array_t<double>& array) { return *array.data(); });
     module.def("peer_out", [](std::size_t rows, std::size_t columns) {
         Array result = newPeer(rows, columns);
-        std::fill_n(result.mutable_data(), rows * columns, 0.5);
+        roads::fill(result.mutable_data(), rows * columns);
         return result;
     });
     module.def("peer_identity", [](Array array) { return array; });
-    module.def("peer_halve", [](Array matrix) {
-        roads::halve(matrix.data(), static_cast<std::size_t>(matrix.size()), matrix.mutable_data());
-    });
+    module.def("peer_halve",
+               [](Array matrix) { roads::halve(matrix.mutable_data(), static_cast<std::size_t>(matrix.size())); });
     module.def("peer_halved", [](const Array& matrix) {
         Array result = newPeer(static_cast<std::size_t>(matrix.shape(0)), static_cast<std::size_t>(matrix.shape(1)));
-        roads::halve(matrix.data(), static_cast<std::size_t>(matrix.size()), result.mutable_data());
+        roads::halveTo(result.mutable_data(), matrix.data(), static_cast<std::size_t>(matrix.size()));
         return result;
     });
     module.def("peer_halved_copy", [](const Array& matrix) {
         Array copy = newPeer(static_cast<std::size_t>(matrix.shape(0)), static_cast<std::size_t>(matrix.shape(1)));
         const auto count = static_cast<std::size_t>(matrix.size());
         std::copy_n(matrix.data(), count, copy.mutable_data());
-        roads::halve(copy.data(), count, copy.mutable_data());
+        roads::halve(copy.mutable_data(), count);
         return copy;
     });
 }

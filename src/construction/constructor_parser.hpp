@@ -34,6 +34,10 @@ public:
     /// Decides which form of constructor call was meant and makes the array, column-major. Nothing on failure.
     std::optional<data::TypedArray<T>> processConstructorArgsAndKwargs(const ConstructorArguments& arguments);
 
+    /// The short cut for a number as the only argument, which needs no parser. Nothing, with no error set, when one has
+    /// to look at the arguments.
+    static std::optional<data::TypedArray<T>> fromPlainNumber(const ConstructorArguments& arguments);
+
     /// Collects the scalars of a nested value in reading order, the last dimension fastest, and finds its extents.
     /// A bare scalar is 1-by-1, a flat list has one dimension, and trailing ones are kept. `value` may be null,
     /// which is refused. `isConstruction` is handed to the element conversion.

@@ -52,6 +52,19 @@ std::byte* asBytes(T* elements) noexcept {
 // ---- Which form it is ----
 
 template <class T>
+auto FinalConstructorParser<T>::fromPlainNumber(const ConstructorArguments& arguments) -> std::optional<Array> {
+    T scalar;
+    if (pyObjectIsEmpty(arguments.initializer) || !pyObjectIsEmpty(arguments.size) ||
+        !pyObjectIsEmpty(arguments.vector) || !convertExactNumber(arguments.initializer, scalar))
+        return std::nullopt;
+    try {
+        return factory().template createScalar<T>(scalar);
+    } catch (const std::exception&) {
+        return std::nullopt; // what is in the way then is met once more, and told
+    }
+}
+
+template <class T>
 auto FinalConstructorParser<T>::processConstructorArgsAndKwargs(const ConstructorArguments& arguments)
     -> std::optional<Array> {
     PyObject* const initializer = arguments.initializer;
@@ -304,7 +317,7 @@ bool FinalConstructorParser<T>::readRegularInitializer(PyObject* initializer) {
     });
 }
 
-/// A number, or a list or tuple without items.
+/// A list or tuple without items, or a number of which `size` makes something.
 template <class T>
 bool FinalConstructorParser<T>::readUnnestedInitializer(PyObject* initializer) {
     static constexpr std::array<std::size_t, 2> oneByOne{1, 1}, noneByNone{0, 0};
@@ -318,14 +331,10 @@ bool FinalConstructorParser<T>::readUnnestedInitializer(PyObject* initializer) {
         return true;
     }
     T scalar;
-    if (!convertExactNumber(initializer, scalar))
-        return false;
-    const auto store = [&](T* target) {
-        *target = scalar;
-        return true;
-    };
-    m_requestedElements = std::max<std::size_t>(m_requestedElements, 1);
-    return m_shape.isSizeGiven() ? readByShortCut(oneByOne, store) : store(arrayFor(oneByOne));
+    return m_shape.isSizeGiven() && convertExactNumber(initializer, scalar) && readByShortCut(oneByOne, [&](T* target) {
+               *target = scalar;
+               return true;
+           });
 }
 
 template <class T>

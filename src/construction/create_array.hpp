@@ -15,6 +15,8 @@ namespace orvane::python {
 /// `T` is one of the eleven element types or a complex form of the ten numeric ones.
 template <class T>
 std::optional<data::TypedArray<T>> createArrayFromConstructorArgs(const ConstructorArguments& arguments) {
+    if (auto array = FinalConstructorParser<T>::fromPlainNumber(arguments))
+        return array;
     return FinalConstructorParser<T>().processConstructorArgsAndKwargs(arguments);
 }
 
