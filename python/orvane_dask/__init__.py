@@ -4,10 +4,9 @@ This package stands beside `orvane`, so that Dask does not load the arrays where
 """
 
 import sys
-from collections.abc import Sequence
-from importlib.abc import MetaPathFinder
+from collections.abc import Callable, Sequence
+from importlib.abc import Loader, MetaPathFinder
 from importlib.machinery import ModuleSpec
-from importlib.util import find_spec
 from types import ModuleType
 from typing import Any
 
@@ -17,7 +16,7 @@ _SERIALIZATION = "distributed.protocol.serialize"
 
 
 def register(sizeof: Any) -> None:
-    """Has Dask know how large arrays are, once it meets one."""
+    """Has Dask know how large arrays are and how they travel, once it meets one."""
 
     def register_types() -> None:
         from orvane.transport.dask import register_serialization, register_sizes
@@ -27,30 +26,75 @@ def register(sizeof: Any) -> None:
             register_serialization()
 
     sizeof.register_lazy("orvane", register_types)
-    if "orvane" in sys.modules and _SERIALIZATION not in sys.modules:
-        # Arrays may come from a worker before this process has measured any of its own. (Who
-        # imports orvane later finds Dask's part loaded.)
+    if _SERIALIZATION in sys.modules:
+        _tell_serialization(sys.modules[_SERIALIZATION])
+    elif not any(isinstance(finder, _Observer) for finder in sys.meta_path):
         sys.meta_path.insert(0, _Observer())
 
 
+def _tell_serialization(module: ModuleType) -> None:
+    """Has it ask for the arrays' functions at the first array that goes out or comes in.
+
+    It goes without in a module that has no such registries: this runs inside the import of Dask's
+    module, which is not to fail for it.
+    """
+
+    def register_types() -> None:
+        from orvane.transport.dask import register_serialization
+
+        register_serialization()
+
+    for name in ("dask_serialize", "dask_deserialize"):
+        registry = getattr(module, name, None)
+        if registry is not None:
+            registry.register_lazy("orvane", register_types)
+
+
 class _Observer(MetaPathFinder):
-    """Sees Dask's serialisation being imported, once, and registers arrays there."""
+    """Sees Dask's serialisation being imported, and tells it of arrays when that is done.
+
+    Dask measures sizes without it, and it has no entry point of its own; to import it from here
+    would have everybody who uses Dask pay for it. So this stands in front of the other finders for
+    as long as the process lives. It finds nothing itself: for that one name it asks those behind
+    it, and puts itself between the import and the loader that they give. It keeps no state: the
+    module may be looked for without being imported, fail and be tried again, be reloaded, and be
+    wanted by several threads at once, which the interpreter's lock of the module keeps apart. The
+    module itself gets its own loader.
+    """
 
     def find_spec(
         self, fullname: str, path: Sequence[str] | None, target: ModuleType | None = None
     ) -> ModuleSpec | None:
         if fullname != _SERIALIZATION:
             return None
-        sys.meta_path.remove(self)
-        spec = find_spec(fullname)
-        if spec is not None and spec.loader is not None:
-            execute = spec.loader.exec_module
+        finders = list(sys.meta_path)
+        behind = finders.index(self) + 1 if self in finders else 0
+        for finder in finders[behind:]:
+            ask = getattr(finder, "find_spec", None)
+            spec: ModuleSpec | None = ask(fullname, path, target) if ask is not None else None
+            if spec is not None:
+                if hasattr(spec.loader, "exec_module"):
+                    spec.loader = _Between(spec.loader, _tell_serialization)
+                return spec
+        return None
 
-            def execute_and_register(module: ModuleType) -> None:
-                execute(module)
-                from orvane.transport.dask import register_serialization
 
-                register_serialization()
+class _Between(Loader):
+    """A loader that tells of a module once it has been executed; all else is as the other says."""
 
-            spec.loader.exec_module = execute_and_register  # type: ignore[method-assign]
-        return spec
+    def __init__(self, loader: Any, tell: Callable[[ModuleType], None]) -> None:
+        self._loader, self._tell = loader, tell
+
+    def __getattr__(self, name: str) -> Any:
+        return getattr(self._loader, name)
+
+    def create_module(self, spec: ModuleSpec) -> ModuleType | None:
+        module: ModuleType | None = self._loader.create_module(spec)
+        return module
+
+    def exec_module(self, module: ModuleType) -> None:
+        module.__loader__ = self._loader
+        if module.__spec__ is not None:
+            module.__spec__.loader = self._loader
+        self._loader.exec_module(module)
+        self._tell(module)

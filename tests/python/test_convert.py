@@ -5,6 +5,7 @@ import copyreg
 import gc
 import math
 import pickle
+import shutil
 from contextlib import suppress
 from pathlib import Path
 
@@ -418,10 +419,76 @@ def test_who_is_told_when():
     ):
         assert python(f"{site}import {first}, {second}{ask}") == f"{told}\n"
     pytest.importorskip("distributed")
-    for order in ("orvane, dask.sizeof, distributed", "dask.sizeof, distributed, orvane"):
+    register = "import orvane_dask; orvane_dask.register(dask.sizeof.sizeof)"
+    for order in (
+        "orvane, dask.sizeof, REGISTER, distributed",
+        "dask.sizeof, REGISTER, orvane, distributed",
+        "dask.sizeof, REGISTER, distributed, orvane",
+    ):
         program = site + "\n".join(f"import {name}" for name in order.split(", "))
-        register = "\nimport orvane_dask; orvane_dask.register(dask.sizeof.sizeof)\n"
-        program = program.replace("\nimport distributed", register + "import distributed")
+        program = program.replace("import REGISTER", register)
         check = "from distributed.protocol.serialize import dask_deserialize\n"
         check += "print(bool(dask_deserialize.dispatch(orvane.double)))"
         assert python(f"{program}\n{check}", "-W", "ignore") == "True\n"
+
+
+SERIALIZE = """
+import sys
+class Dispatch(dict):
+    register_lazy = dict.__setitem__
+dask_serialize, dask_deserialize = Dispatch(), Dispatch()
+if "fail" in sys.argv:
+    sys.argv.remove("fail")
+    raise ImportError
+"""
+OBSERVED = """
+import importlib, importlib.util, sys, threading
+sys.path[:0] = {path!r}
+import orvane_dask
+orvane_dask.register(type("S", (), {{"register_lazy": lambda self, top, call: None}})())
+name = "distributed.protocol.serialize"
+{before}
+module = importlib.import_module(name)
+{after}
+assert set(module.dask_serialize) == set(module.dask_deserialize) == {{"orvane"}}
+assert module.__spec__.loader is module.__loader__ and {loader!r} in repr(module.__loader__)
+assert "orvane" not in sys.modules
+"""
+BEFORE = {
+    "at once": "",
+    "looked for": "importlib.util.find_spec(name)",
+    "failed": """
+sys.argv.append("fail")
+try: importlib.import_module(name)
+except ImportError: assert name not in sys.modules
+else: assert False""",
+    "others in front": """
+class Other:
+    def find_spec(self, *arguments):
+        return next(filter(None, (each.find_spec(*arguments) for each in sys.meta_path[1:])), None)
+sys.meta_path.insert(0, Other())""",
+    "others behind": "sys.meta_path.insert(1, type('F', (), {'find_module': lambda *_: None})())",
+    "twice": 'orvane_dask.register(type("S", (), {"register_lazy": print})())',
+    "threads": """
+sys.setswitchinterval(1e-6)
+threads = [threading.Thread(target=importlib.import_module, args=[name]) for _ in range(8)]
+for each in threads: each.start()
+for each in threads: each.join()""",
+}
+
+
+@pytest.mark.parametrize("place", ["folder", "archive"])
+def test_dask_s_serialisation_is_told_however_it_is_imported(tmp_path, place):
+    package = tmp_path / "distributed"
+    (package / "protocol").mkdir(parents=True)
+    for name in ("__init__", "protocol/__init__"):
+        (package / f"{name}.py").touch()
+    (package / "protocol" / "serialize.py").write_text(SERIALIZE)
+    path = [str(tmp_path), str(Path(orvane.__file__).parents[1])]
+    if place == "archive":
+        shutil.move(shutil.make_archive(f"{tmp_path}.apart", "zip", tmp_path), path[0] + ".zip")
+        path[0] += ".zip"
+    loader = "zipimporter" if place == "archive" else "SourceFileLoader"
+    for before in BEFORE.values():
+        for after in ("", "importlib.reload(module)"):
+            python(OBSERVED.format(path=path, before=before, after=after, loader=loader))
