@@ -21,7 +21,9 @@ def library_flags() -> str:
 
 
 def main() -> None:
-    parser = argparse.ArgumentParser(prog="python -m orvane", description=__doc__.split(": ")[1])
+    parser = argparse.ArgumentParser(
+        prog="python -m orvane", description="Tells what build systems want to know."
+    )
     answers = {
         "--version": (__version__, "the version"),
         "--cmake-dir": (get_cmake_dir(), "the folder for CMake's Orvane_DIR"),

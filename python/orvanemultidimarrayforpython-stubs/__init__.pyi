@@ -28,7 +28,7 @@ from typing import (
     type_check_only,
 )
 
-from typing_extensions import Buffer, CapsuleType, Self, TypeVar
+from typing_extensions import Buffer, CapsuleType, Required, Self, TypedDict, TypeVar
 
 _T_co = TypeVar("_T_co", covariant=True)
 _Element = TypeVar("_Element")
@@ -61,6 +61,27 @@ _Nested: TypeAlias = (
 _Initializer: TypeAlias = _Nested[_Number] | Buffer | None
 _Vector: TypeAlias = _Items[_Number] | None
 _Size: TypeAlias = _Items[int] | None
+
+# A dictionary in first place stands for the keywords of a call, as in pickles; other values may
+# follow it. What is computed elsewhere, a `dict[str, Any]`, is passed as `**keywords`.
+
+@type_check_only
+class _Keywords(TypedDict, Generic[_Number], total=False):
+    initializer: _Initializer[_Number]
+    size: _Size
+    vector: _Vector[_Number]
+
+@type_check_only
+class _RealKeywords(_Keywords[_Number], Generic[_Number], total=False):
+    is_complex: Literal[False]
+
+@type_check_only
+class _ComplexKeywords(_Keywords[complex | None], total=False):
+    is_complex: Required[Literal[True]]
+
+@type_check_only
+class _EitherKeywords(_Keywords[_Number], Generic[_Number], total=False):
+    is_complex: Required[bool]
 
 # --- what all arrays offer ----------------------------------------------------------------------
 
@@ -129,6 +150,8 @@ class _Array(Generic[_Element, _Whole_co, _Row_co, _Item_co]):
 
 @final
 class OCPyIter(Generic[_Item_co]):
+    """An iteration over the first dimension that is left."""
+
     def __iter__(self) -> Self: ...
     def __next__(self) -> _Item_co: ...
 
@@ -139,7 +162,11 @@ class double(
     _Array[_Floating, double[_Floating, double[_Floating]], double[float, float], _Item_co],
     Generic[_Floating, _Item_co],
 ):
-    """Floating point numbers of double precision, 8 bytes each."""
+    """Floating point numbers of double precision, 8 bytes each.
+
+    `double([[1, 2], [3, 4]])`, `double(size=(2, 3))`, `double([1, 2, 3, 4], size=(2, 2))`,
+    `double([1j], is_complex=True)`. A flat list with a size is the storage, column by column.
+    """
 
     @overload
     def __new__(
@@ -176,7 +203,17 @@ class double(
         is_complex: Literal[True],
     ) -> double[complex, double[complex]]: ...
     @overload
-    def __new__(cls, keywords: dict[str, Any], /) -> double[Any, double[Any]]: ...
+    def __new__(
+        cls, keywords: _RealKeywords[float], initializer: _Initializer[float] = None, /
+    ) -> double[float, double[float]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _ComplexKeywords, initializer: _Initializer[complex | None] = None, /
+    ) -> double[complex, double[complex]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _EitherKeywords[float], initializer: _Initializer[float] = None, /
+    ) -> double[Any, double[Any]]: ...
     def toarray(self) -> array[float]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -185,7 +222,11 @@ class single(
     _Array[_Floating, single[_Floating, single[_Floating]], single[float, float], _Item_co],
     Generic[_Floating, _Item_co],
 ):
-    """Floating point numbers of single precision, 4 bytes each."""
+    """Floating point numbers of single precision, 4 bytes each.
+
+    `single([[1, 2], [3, 4]])`, `single(size=(2, 3))`, `single([1, 2, 3, 4], size=(2, 2))`,
+    `single([1j], is_complex=True)`. A flat list with a size is the storage, column by column.
+    """
 
     @overload
     def __new__(
@@ -222,7 +263,17 @@ class single(
         is_complex: Literal[True],
     ) -> single[complex, single[complex]]: ...
     @overload
-    def __new__(cls, keywords: dict[str, Any], /) -> single[Any, single[Any]]: ...
+    def __new__(
+        cls, keywords: _RealKeywords[float], initializer: _Initializer[float] = None, /
+    ) -> single[float, single[float]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _ComplexKeywords, initializer: _Initializer[complex | None] = None, /
+    ) -> single[complex, single[complex]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _EitherKeywords[float], initializer: _Initializer[float] = None, /
+    ) -> single[Any, single[Any]]: ...
     def toarray(self) -> array[float]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -231,7 +282,11 @@ class int8(
     _Array[_Integral, int8[_Integral, int8[_Integral]], int8[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
-    """Signed integers of 8 bits; values that do not fit are refused."""
+    """Signed integers of 8 bits; values that do not fit are refused.
+
+    `int8([[1, 2], [3, 4]])`, `int8(size=(2, 3))`, `int8([1, 2, 3, 4], size=(2, 2))`,
+    `int8([1j], is_complex=True)`. A flat list with a size is the storage, column by column.
+    """
 
     @overload
     def __new__(
@@ -268,7 +323,17 @@ class int8(
         is_complex: Literal[True],
     ) -> int8[complex, int8[complex]]: ...
     @overload
-    def __new__(cls, keywords: dict[str, Any], /) -> int8[Any, int8[Any]]: ...
+    def __new__(
+        cls, keywords: _RealKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> int8[int, int8[int]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _ComplexKeywords, initializer: _Initializer[complex | None] = None, /
+    ) -> int8[complex, int8[complex]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _EitherKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> int8[Any, int8[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -277,7 +342,11 @@ class uint8(
     _Array[_Integral, uint8[_Integral, uint8[_Integral]], uint8[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
-    """Unsigned integers of 8 bits; values that do not fit are refused."""
+    """Unsigned integers of 8 bits; values that do not fit are refused.
+
+    `uint8([[1, 2], [3, 4]])`, `uint8(size=(2, 3))`, `uint8([1, 2, 3, 4], size=(2, 2))`,
+    `uint8([1j], is_complex=True)`. A flat list with a size is the storage, column by column.
+    """
 
     @overload
     def __new__(
@@ -314,7 +383,17 @@ class uint8(
         is_complex: Literal[True],
     ) -> uint8[complex, uint8[complex]]: ...
     @overload
-    def __new__(cls, keywords: dict[str, Any], /) -> uint8[Any, uint8[Any]]: ...
+    def __new__(
+        cls, keywords: _RealKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> uint8[int, uint8[int]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _ComplexKeywords, initializer: _Initializer[complex | None] = None, /
+    ) -> uint8[complex, uint8[complex]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _EitherKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> uint8[Any, uint8[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -323,7 +402,11 @@ class int16(
     _Array[_Integral, int16[_Integral, int16[_Integral]], int16[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
-    """Signed integers of 16 bits; values that do not fit are refused."""
+    """Signed integers of 16 bits; values that do not fit are refused.
+
+    `int16([[1, 2], [3, 4]])`, `int16(size=(2, 3))`, `int16([1, 2, 3, 4], size=(2, 2))`,
+    `int16([1j], is_complex=True)`. A flat list with a size is the storage, column by column.
+    """
 
     @overload
     def __new__(
@@ -360,7 +443,17 @@ class int16(
         is_complex: Literal[True],
     ) -> int16[complex, int16[complex]]: ...
     @overload
-    def __new__(cls, keywords: dict[str, Any], /) -> int16[Any, int16[Any]]: ...
+    def __new__(
+        cls, keywords: _RealKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> int16[int, int16[int]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _ComplexKeywords, initializer: _Initializer[complex | None] = None, /
+    ) -> int16[complex, int16[complex]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _EitherKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> int16[Any, int16[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -369,7 +462,11 @@ class uint16(
     _Array[_Integral, uint16[_Integral, uint16[_Integral]], uint16[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
-    """Unsigned integers of 16 bits; values that do not fit are refused."""
+    """Unsigned integers of 16 bits; values that do not fit are refused.
+
+    `uint16([[1, 2], [3, 4]])`, `uint16(size=(2, 3))`, `uint16([1, 2, 3, 4], size=(2, 2))`,
+    `uint16([1j], is_complex=True)`. A flat list with a size is the storage, column by column.
+    """
 
     @overload
     def __new__(
@@ -406,7 +503,17 @@ class uint16(
         is_complex: Literal[True],
     ) -> uint16[complex, uint16[complex]]: ...
     @overload
-    def __new__(cls, keywords: dict[str, Any], /) -> uint16[Any, uint16[Any]]: ...
+    def __new__(
+        cls, keywords: _RealKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> uint16[int, uint16[int]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _ComplexKeywords, initializer: _Initializer[complex | None] = None, /
+    ) -> uint16[complex, uint16[complex]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _EitherKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> uint16[Any, uint16[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -415,7 +522,11 @@ class int32(
     _Array[_Integral, int32[_Integral, int32[_Integral]], int32[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
-    """Signed integers of 32 bits; values that do not fit are refused."""
+    """Signed integers of 32 bits; values that do not fit are refused.
+
+    `int32([[1, 2], [3, 4]])`, `int32(size=(2, 3))`, `int32([1, 2, 3, 4], size=(2, 2))`,
+    `int32([1j], is_complex=True)`. A flat list with a size is the storage, column by column.
+    """
 
     @overload
     def __new__(
@@ -452,7 +563,17 @@ class int32(
         is_complex: Literal[True],
     ) -> int32[complex, int32[complex]]: ...
     @overload
-    def __new__(cls, keywords: dict[str, Any], /) -> int32[Any, int32[Any]]: ...
+    def __new__(
+        cls, keywords: _RealKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> int32[int, int32[int]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _ComplexKeywords, initializer: _Initializer[complex | None] = None, /
+    ) -> int32[complex, int32[complex]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _EitherKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> int32[Any, int32[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -461,7 +582,11 @@ class uint32(
     _Array[_Integral, uint32[_Integral, uint32[_Integral]], uint32[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
-    """Unsigned integers of 32 bits; values that do not fit are refused."""
+    """Unsigned integers of 32 bits; values that do not fit are refused.
+
+    `uint32([[1, 2], [3, 4]])`, `uint32(size=(2, 3))`, `uint32([1, 2, 3, 4], size=(2, 2))`,
+    `uint32([1j], is_complex=True)`. A flat list with a size is the storage, column by column.
+    """
 
     @overload
     def __new__(
@@ -498,7 +623,17 @@ class uint32(
         is_complex: Literal[True],
     ) -> uint32[complex, uint32[complex]]: ...
     @overload
-    def __new__(cls, keywords: dict[str, Any], /) -> uint32[Any, uint32[Any]]: ...
+    def __new__(
+        cls, keywords: _RealKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> uint32[int, uint32[int]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _ComplexKeywords, initializer: _Initializer[complex | None] = None, /
+    ) -> uint32[complex, uint32[complex]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _EitherKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> uint32[Any, uint32[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -507,7 +642,11 @@ class int64(
     _Array[_Integral, int64[_Integral, int64[_Integral]], int64[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
-    """Signed integers of 64 bits; values that do not fit are refused."""
+    """Signed integers of 64 bits; values that do not fit are refused.
+
+    `int64([[1, 2], [3, 4]])`, `int64(size=(2, 3))`, `int64([1, 2, 3, 4], size=(2, 2))`,
+    `int64([1j], is_complex=True)`. A flat list with a size is the storage, column by column.
+    """
 
     @overload
     def __new__(
@@ -544,7 +683,17 @@ class int64(
         is_complex: Literal[True],
     ) -> int64[complex, int64[complex]]: ...
     @overload
-    def __new__(cls, keywords: dict[str, Any], /) -> int64[Any, int64[Any]]: ...
+    def __new__(
+        cls, keywords: _RealKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> int64[int, int64[int]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _ComplexKeywords, initializer: _Initializer[complex | None] = None, /
+    ) -> int64[complex, int64[complex]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _EitherKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> int64[Any, int64[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
@@ -553,7 +702,11 @@ class uint64(
     _Array[_Integral, uint64[_Integral, uint64[_Integral]], uint64[int, int], _Item_co],
     Generic[_Integral, _Item_co],
 ):
-    """Unsigned integers of 64 bits; values that do not fit are refused."""
+    """Unsigned integers of 64 bits; values that do not fit are refused.
+
+    `uint64([[1, 2], [3, 4]])`, `uint64(size=(2, 3))`, `uint64([1, 2, 3, 4], size=(2, 2))`,
+    `uint64([1j], is_complex=True)`. A flat list with a size is the storage, column by column.
+    """
 
     @overload
     def __new__(
@@ -590,20 +743,39 @@ class uint64(
         is_complex: Literal[True],
     ) -> uint64[complex, uint64[complex]]: ...
     @overload
-    def __new__(cls, keywords: dict[str, Any], /) -> uint64[Any, uint64[Any]]: ...
+    def __new__(
+        cls, keywords: _RealKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> uint64[int, uint64[int]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _ComplexKeywords, initializer: _Initializer[complex | None] = None, /
+    ) -> uint64[complex, uint64[complex]]: ...
+    @overload
+    def __new__(
+        cls, keywords: _EitherKeywords[int], initializer: _Initializer[int] = None, /
+    ) -> uint64[Any, uint64[Any]]: ...
     def toarray(self) -> array[int]:
         """An `array.array` of the elements of a real view of one dimension."""
 
 @final
 class logical(_Array[bool, logical[logical[Any]], logical[bool], _Item_co], Generic[_Item_co]):
-    """Truth values, a byte each; never complex."""
+    """Truth values, a byte each; never complex.
 
+    `logical([[True, False], [False, True]])`, `logical(size=(2, 3))`, `logical([True, False],
+    size=(2, 1))`. A flat list with a size is the storage, column by column.
+    """
+
+    @overload
     def __new__(
         cls,
         initializer: _Initializer[complex] = None,
         size: _Size = None,
         vector: _Vector[complex] = None,
         is_complex: Literal[False] = False,
+    ) -> logical[logical]: ...
+    @overload
+    def __new__(
+        cls, keywords: _RealKeywords[complex], initializer: _Initializer[complex] = None, /
     ) -> logical[logical]: ...
     def __setitem__(self, index: int | slice, value: _Nested[int], /) -> None: ...
     def toarray(self) -> array[int]:

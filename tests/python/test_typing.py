@@ -1,6 +1,11 @@
 """What type checkers see: the stubs against the built module, and what they say of typical use."""
 
+import ast
+import importlib
+import inspect
+import json
 import os
+import re
 import sys
 from pathlib import Path
 
@@ -9,8 +14,10 @@ import pytest
 import orvane
 from native_clients import run
 from reference.elements import TYPES
+from support import evaluate
 
 PACKAGES = ("orvanemultidimarrayforpython", "orvane", "orvane_dask", "ovexceptions")
+INSTALLED = Path(orvane.__file__).parents[1]
 
 reason = "no native code is tested here"
 pytestmark = pytest.mark.skipif("ORVANE_SANITIZED" in os.environ, reason=reason)
@@ -26,13 +33,49 @@ def directory(tmp_path_factory):
 
 
 def check(directory, module, *arguments):
-    installed = Path(orvane.__file__).parents[1]
-    run(sys.executable, "-m", module, *arguments, cwd=directory, PYTHONPATH=str(installed))
+    return run(sys.executable, "-m", module, *arguments, cwd=directory, PYTHONPATH=str(INSTALLED))
+
+
+def check_by_pyright(directory, mode):
+    """Everything in the directory, which is to have no errors."""
+    pytest.importorskip("pyright", reason="the type checker is not installed")
+    settings = {"typeCheckingMode": mode, "extraPaths": [str(INSTALLED)], "pythonVersion": "3.10"}
+    settings["include"] = [path.name for path in directory.iterdir()]  # links only if named
+    # What mypy needs a comment for may be nothing to complain of here, in the packages.
+    settings["reportUnnecessaryTypeIgnoreComment"] = mode == "strict"
+    (directory / "pyrightconfig.json").write_text(json.dumps(settings))
+    told = check(directory, "pyright", "--outputjson", "--pythonpath", sys.executable)
+    assert json.loads(told)["summary"]["filesAnalyzed"] >= len(settings["include"])
 
 
 def test_the_stubs_tell_what_the_module_has_and_are_typed_throughout(directory):
     check(directory, "mypy.stubtest", *PACKAGES)
     check(directory, "mypy", *(f"--package={package}" for package in PACKAGES))
+    linked = directory / "packages"  # as pyright looks into no folder such as .venv
+    linked.mkdir()
+    for package in ("orvanemultidimarrayforpython-stubs", *PACKAGES[1:]):
+        (linked / package).symlink_to(INSTALLED / package)
+    check_by_pyright(linked, "standard")
+
+
+@pytest.mark.parametrize("module", ["orvanemultidimarrayforpython", "orvane._bridge"])
+def test_the_stubs_tell_readers_what_everything_is(module):
+    stub = INSTALLED.joinpath(*module.split(".")).with_suffix(".pyi")
+    package = INSTALLED / f"{module}-stubs" / "__init__.pyi"
+    tree = ast.parse((stub if stub.exists() else package).read_text("utf-8"))
+    built, told = importlib.import_module(module), {}
+    for place in [tree, *(each for each in tree.body if isinstance(each, ast.ClassDef))]:
+        for each in place.body:
+            if isinstance(each, ast.ClassDef | ast.FunctionDef) and each.name[0] != "_":
+                words = ast.get_docstring(each) or told.get((place, each.name), "")
+                told[place, each.name] = words
+    assert all(told.values()), told
+    for (place, name), words in told.items():
+        assert len(words.splitlines()) <= 5
+        if "_bridge" in module and place is tree:
+            assert words.startswith(inspect.getdoc(getattr(built, name)))
+        for call in re.findall(r"`(\w+\([^`]*\))`", words) if place is tree else ():
+            assert type(evaluate(call)).__name__ == name
 
 
 # A line that must be refused says so. Where it is not, the comment that it is turned into is of no
@@ -64,6 +107,7 @@ assert_type(a[0].toarray(), array[{stored}])
 assert_type(a.size, tuple[int, ...])
 assert_type(a == [[1]], bool)
 np.asarray(memoryview(a))
+asked: NDArray[np.{dtype}] = np.asarray(a, np.{dtype})
 a[0] = [{one}, {one}]
 a[0] = a[1]
 a[0][1] = {one}
@@ -80,12 +124,20 @@ a.size = (1, 4)  # refused
 {name}(vector=a[0])
 {name}([a[0], [{one}, {one}], b"ab"])
 {name}(np.zeros((2, 3)))
+assert_type({name}({{"size": (2, 2)}}), {name}[{whole}])
+assert_type({name}({{"is_complex": False}}, [{one}, {one}]), {name}[{whole}])
+def other_keywords(keywords: dict[str, Any]) -> None:
+    {name}(**keywords)
+    {name}(keywords)  # refused
+{name}({{"sizes": (2, 3)}})  # refused
+{name}({{"size": 3}})  # refused
+{name}({{"vector": ["1"]}})  # refused
 {name}(["1"])  # refused
 {name}(size=3)  # refused
 {name}(vector=a)  # refused
 class Derived({name}): ...  # refused
 assert_type(orvane.to_numpy(a[0]), NDArray[np.{dtype}])
-assert_type(orvane.asarray(np.zeros(3), {name}), {name}[Any])
+typed: {name}[Any] = orvane.asarray(np.zeros(3), {name})
 with orvane.writable(a) as lent:
     lent[0] = 1
 for each in orvane.ARRAY_TYPES:
@@ -106,9 +158,11 @@ assert_type(c, {name}[complex, {name}[complex]])
 assert_type(c[0].clone(), {name}[complex, {name}[complex]])
 assert_type(c.imag(), {name}[{element}, {element}])
 c[0][1] = 1j
-{name}({{"size": (2, 3)}})
+assert_type({name}({{"is_complex": True}}, [1, 2j]), {name}[complex, {name}[complex]])
+{name}({{"vector": [1j]}})  # refused
 {name}([1j])  # refused
 def either(flag: bool) -> {name}[Any]:
+    assert_type({name}({{"is_complex": flag}}), {name}[Any, {name}[Any]])
     return {name}([1], is_complex=flag)
 def only_real(array: {name}) -> None: ...
 def only_complex(array: {name}[complex]) -> None: ...
@@ -119,9 +173,14 @@ only_real(either(True))
 """
 
 
-def test_typical_use(directory):
+@pytest.fixture(scope="module")
+def samples(directory):
+    """Typical use of every type."""
+    samples = directory / "samples"
+    samples.mkdir()
+
     def write(name: str, sample: str) -> None:
-        (directory / name).write_text(sample.replace("# refused", "# type: ignore"))
+        (samples / name).write_text(sample.replace("# refused", "# type: ignore"))
 
     for element_type in TYPES:
         name = element_type.name
@@ -137,4 +196,9 @@ def test_typical_use(directory):
             words |= {"row": f"{element}, {element}", "stored": element}
             write(f"complex_{name}.py", NUMERIC_TYPES.format_map(words))
         write(f"use_of_{name}.py", ALL_TYPES.format_map(words))
-    check(directory, "mypy", *(file.name for file in directory.glob("*.py")))
+    return samples
+
+
+def test_typical_use(directory, samples):
+    check(directory, "mypy", *map(str, samples.glob("*.py")))
+    check_by_pyright(samples, "strict")

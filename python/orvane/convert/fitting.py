@@ -43,7 +43,7 @@ def _parts(numbers: NDArray[Any]) -> tuple[NDArray[Any], NDArray[Any] | None]:
     if numbers.dtype.names:
         return numbers["real"], numbers["imag"]
     if numbers.dtype.kind == "c":
-        return numbers.real, numbers.imag
+        return np.real(numbers), np.imag(numbers)
     return numbers, None
 
 
