@@ -6,6 +6,7 @@ numbers is a value like any other.
 
 from __future__ import annotations
 
+import math
 from collections.abc import Callable
 from typing import Any
 
@@ -17,6 +18,9 @@ from .places import refuse_missing
 
 #: Reads an object of whatever kind, as a column of a table may be.
 _Read = Callable[[Any], NDArray[Any]]
+
+#: Bytes that are read from a file at once, at most, unless its chunks are larger.
+_SLAB = 2**22
 
 _FILL = "fill it first (.fillna, .fill_null) or drop it (.dropna, .drop_nulls, .drop_null)"
 
@@ -59,7 +63,28 @@ def read_pyarrow(data: Any, read: _Read) -> NDArray[Any] | None:
 
 def read_jax(data: Any, read: _Read) -> NDArray[Any] | None:
     """JAX's arrays never change, so their memory is never shared for writing."""
-    return np.asarray(data) if hasattr(data, "__array__") else None
+    if not hasattr(data, "__array__"):
+        return None
+    numbers = np.asarray(data)
+    # NumPy sees the floating-point numbers of fewer bits that JAX adds as blocks without a meaning.
+    is_narrow = numbers.dtype.kind == "V" and np.can_cast(numbers.dtype, np.float32)
+    return numbers.astype(np.float32) if is_narrow else numbers
+
+
+def read_stored(data: Any, read: _Read) -> NDArray[Any] | None:
+    """A data set of a file, some rows at a time: at no time is there a second copy of all of it."""
+    shape = getattr(data, "shape", None)
+    if shape is None or len(shape) < 2 or data.dtype.kind not in "biufcV":
+        return None
+    bytes_in_all = math.prod(shape) * data.dtype.itemsize
+    if bytes_in_all <= max(_SLAB, max(shape) * data.dtype.itemsize):
+        return np.asarray(data[...])  # little, or one line that lies in either order
+    whole = np.empty(shape, data.dtype.newbyteorder("="), order="F")
+    of_chunk = (getattr(data, "chunks", None) or (1,))[0]
+    rows = max(_SLAB * shape[0] // bytes_in_all // of_chunk, 1) * of_chunk
+    for first in range(0, shape[0], rows):
+        whole[first : first + rows] = data[first : first + rows]
+    return whole
 
 
 READERS: dict[str, Callable[[Any, _Read], NDArray[Any] | None]] = {
@@ -68,6 +93,8 @@ READERS: dict[str, Callable[[Any, _Read], NDArray[Any] | None]] = {
     "pyarrow": read_pyarrow,
     "jax": read_jax,
     "jaxlib": read_jax,
+    "h5py": read_stored,
+    "zarr": read_stored,
 }
 
 

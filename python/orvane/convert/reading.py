@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import sys
+from contextlib import suppress
 from typing import TYPE_CHECKING, Any, TypeVar, overload
 
 from .. import ARRAY_TYPES, AnyArray, _bridge
@@ -25,7 +26,7 @@ if TYPE_CHECKING:
 
 _ArrayT = TypeVar("_ArrayT", bound=AnyArray)
 
-_OF_LIBRARIES = {"pandas", "polars", "pyarrow", "jax", "jaxlib"}
+_OF_LIBRARIES = {"pandas", "polars", "pyarrow", "jax", "jaxlib", "h5py", "zarr"}
 _ARRAY_METHODS = ("__array__", "__array_interface__", "__array_struct__")
 
 
@@ -88,7 +89,13 @@ def _array_of(obj: Any, wish: Wish) -> AnyArray:
         try:
             array = from_dlpack(obj, copy=wish.copy)
         except BufferError as error:
-            raise ValueError(str(error)) from error
+            numbers = None
+            if wish.copy is not False:  # NumPy may know how to widen what no array has
+                with suppress(ImportError, RuntimeError, TypeError):
+                    numbers = _ndarray_by_protocol(obj)
+            if numbers is None:
+                raise ValueError(str(error)) from error
+            return _of_ndarray(numbers, obj, wish)
         return _converted(array, wish, is_own=wish.copy is True)
     numbers = _ndarray_by_protocol(obj)
     if numbers is not None:
@@ -183,9 +190,19 @@ def _of_ndarray(numbers: NDArray[Any], obj: Any, wish: Wish) -> AnyArray:
     """An array of what an object holds in NumPy's words."""
     from .ndarrays import array_of
 
-    if wish.copy is False and numbers is not obj and numbers.flags.owndata:
+    if wish.copy is False and numbers is not obj and _is_gathered(numbers, obj):
         raise refuse_copy(f"those of {_name_of(obj)} have to be gathered")
     return array_of(numbers, wish)
+
+
+def _is_gathered(numbers: NDArray[Any], obj: Any) -> bool:
+    """Whether these are elements made for who asked: who asks again then gets others."""
+    import numpy as np
+
+    again = _ndarray_of_library(obj)
+    if again is None:
+        again = _ndarray_by_protocol(obj)
+    return again is None or bool(numbers.size and not np.may_share_memory(numbers, again))
 
 
 def _ndarray_by_protocol(obj: Any) -> NDArray[Any] | None:
