@@ -10,8 +10,9 @@ from pathlib import Path
 
 from .timing import in_fresh_process
 
-PROCESSES = 3
 COUNTS = (10**3, 10**5, 10**7, 10**8)
+PROCESSES = {10**8: 1}
+"""Of most counts three; what takes seconds is steady enough in one."""
 
 
 @dataclass(frozen=True)
@@ -126,7 +127,9 @@ def measure_growth(progress: Callable[[str], None], greatest: int) -> Iterator[G
                 continue
             progress(f"growth, {n:,} elements: {row.name}")
             setup = f"import numpy as np, orvane\nn = {n}\n{row.setup}"
-            measured = [in_fresh_process("growth", setup, row.statement) for _ in range(PROCESSES)]
+            measured = [
+                in_fresh_process("growth", setup, row.statement) for _ in range(PROCESSES.get(n, 3))
+            ]
             points.append(
                 GrowthPoint(
                     n,

@@ -15,6 +15,9 @@ from typing import Any
 from .rows.row import Meter
 from .texts import measure_text
 
+SHORT = {"MISSED": "**missed**", "noise": "within noise"}
+"""Words for rows that fall short, the worse first."""
+
 BEGIN, END = "<!-- generated: begin -->", "<!-- generated: end -->"
 
 
@@ -33,14 +36,15 @@ class KeptSet:
 
     def summary(self) -> list[str]:
         setting = self.content["setting"]
-        judged = [row["holds"] for row in self.content["rows"] if row["holds"] is not None]
+        judged = [row["verdict"] for row in self.content["rows"] if row["holds"] is not None]
         files = ((".txt", "table"), (".svg", "chart"), (".json", "JSON"))
         return [
             self.name,
             setting["machine"],
             setting["interpreter"],
             setting["date"],
-            f"{sum(judged)} of {len(judged)}",
+            f"{judged.count('holds')} of {len(judged)}",
+            str(judged.count("noise")),
             ", ".join(f"[{title}]({self.link}{suffix})" for suffix, title in files),
         ]
 
@@ -64,7 +68,7 @@ def worst_of_each(sets: list[KeptSet]) -> list[list[str]]:
     table = []
     for name, measured in found.items():
         kept, row = min(measured, key=lambda entry: entry[1]["ratio"])
-        missed = any(row["holds"] is False for _, row in measured)
+        verdicts = {row["verdict"] for _, row in measured}
         meter = Meter(row["measure"])
         table.append(
             [
@@ -73,7 +77,7 @@ def worst_of_each(sets: list[KeptSet]) -> list[list[str]]:
                 measure_text(row["peer"]["median"], meter),
                 f"{row['ratio']:.2f}",
                 "" if row["at_least"] is None else f"{row['at_least']:g}",
-                "**missed**" if missed else "",
+                next((words for mark, words in SHORT.items() if mark in verdicts), ""),
                 kept.name,
             ]
         )
@@ -88,7 +92,7 @@ def markdown(head: list[str], table: list[list[str]]) -> list[str]:
 def generated(sets: list[KeptSet]) -> str:
     lines = [
         *markdown(
-            ["set", "machine", "interpreter", "date", "rows that hold", "files"],
+            ["set", "machine", "interpreter", "date", "rows that hold", "within noise", "files"],
             [kept.summary() for kept in sets],
         ),
         "",

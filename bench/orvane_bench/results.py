@@ -67,7 +67,12 @@ class RowResult:
 
     @property
     def verdict(self) -> str:
-        return {True: "holds", False: "MISSED", None: ""}[self.holds]
+        """What falls short does so within the noise where a quarter of the ratios do not."""
+        if self.holds is None:
+            return ""
+        if self.holds:
+            return "holds"
+        return "noise" if self.quartiles[1] >= (self.row.at_least or 0) else "MISSED"
 
 
 def results_of(suite: pyperf.BenchmarkSuite, rows: list[Row]) -> list[RowResult]:
@@ -113,7 +118,9 @@ def rows_text(results: list[RowResult]) -> list[str]:
         )
     judged = [result for result in results if result.holds is not None]
     held = sum(bool(result.holds) for result in judged)
-    return [*aligned(table), "", f"{held} of {len(judged)} rows hold."]
+    close = sum(result.verdict == "noise" for result in results)
+    summary = f"{held} of {len(judged)} rows hold, {close} fall short within the noise."
+    return [*aligned(table), "", summary]
 
 
 def growth_text(results: list[GrowthResult]) -> list[str]:
@@ -184,6 +191,7 @@ class Report:
                     "at_least": result.row.at_least,
                     "at_most_seconds": result.row.at_most,
                     "holds": result.holds,
+                    "verdict": result.verdict,
                 }
                 for result in self.rows
             ],

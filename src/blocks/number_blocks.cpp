@@ -55,10 +55,10 @@ Dimension take(Dimensions& dimensions, Dimensions::iterator position) {
 }
 
 /// So many rows are laid down next to each other at a time: several whole cache lines of each column.
-constexpr std::size_t rowsTogether = 128;
+constexpr std::size_t rowsTogether = 256;
 /// So many columns of a row are read at a time where it lies, and where it is converted first.
 constexpr std::size_t columnsInPlace = 1024;
-constexpr std::size_t columnsConverted = 64;
+constexpr std::size_t columnsConverted = 32;
 
 /// Lays down rows of elements in columns. Those that are not there as they are to be are converted first, into a tile
 /// that the second-level cache holds.

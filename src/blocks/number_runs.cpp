@@ -14,15 +14,11 @@ namespace {
 template <class T>
 constexpr auto sizeOf = static_cast<long>(sizeof(T));
 
-/// Moves items as they are.
+/// Moves items that are far from each other: some are all asked for before the first of them is stored. The distance
+/// of their places is a constant to the compiler where it can be.
 template <std::size_t size>
-void moveItems(const std::byte* source, long stride, std::byte* target, long targetStride, long count) noexcept {
-    constexpr auto gapless = static_cast<long>(size);
-    if (stride == gapless && targetStride == gapless) {
-        std::memcpy(target, source, static_cast<std::size_t>(count) * size);
-        return;
-    }
-    // Items that are far from each other are all asked for before the first of them is stored.
+[[gnu::always_inline]] inline void moveFarItems(const std::byte* source, long stride, std::byte* target,
+                                                long targetStride, long count) noexcept {
     constexpr long together = 8;
     long i = 0;
     for (; i + together <= count; i += together) {
@@ -34,6 +30,20 @@ void moveItems(const std::byte* source, long stride, std::byte* target, long tar
     }
     for (; i < count; ++i)
         std::memcpy(target + i * targetStride, source + i * stride, size);
+}
+
+/// Moves items as they are.
+template <std::size_t size>
+void moveItems(const std::byte* source, long stride, std::byte* target, long targetStride, long count) noexcept {
+    constexpr auto gapless = static_cast<long>(size);
+    if (stride == gapless && targetStride == gapless) {
+        std::memcpy(target, source, static_cast<std::size_t>(count) * size);
+        return;
+    }
+    if (targetStride == gapless)
+        moveFarItems<size>(source, stride, target, gapless, count);
+    else
+        moveFarItems<size>(source, stride, target, targetStride, count);
 }
 
 /// Converts numbers, or one part of complex ones, which are floats to Python whatever they are in memory. The strides

@@ -11,7 +11,7 @@ namespace orvane::python {
 namespace {
 
 /// So many blocks are open at a time to be read side by side.
-constexpr std::size_t blocksTogether = 128;
+constexpr std::size_t blocksTogether = 256;
 
 /// So many numbers of each are read between two looks for signals, at which their elements may move.
 constexpr long columnsTogether = 1L << 16;
