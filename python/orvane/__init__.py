@@ -31,6 +31,15 @@ a view of the same elements; when the last one is fixed, a number.
 >>> a
 orvane.double([[1.0,20.0,3.0],[7.0,8.0,9.0]])
 
+Values are converted where nothing is lost; what does not fit is refused, and nothing wraps around.
+
+>>> orvane.double([True, 2]), orvane.int8([2, True])
+(orvane.double([[1.0,2.0]]), orvane.int8([[2,1]]))
+>>> orvane.int8([300])
+Traceback (most recent call last):
+    ...
+OverflowError: value (300) cannot be stored in a variable of type int8.
+
 The elements lie column by column. A flat list with a size is the storage in that order, and so are
 what ``noncomplex``, ``real`` and ``imag`` give.
 
@@ -57,6 +66,7 @@ nested lists.
 
 ``clone`` copies, ``reshape`` changes the dimensions in place, ``pickle`` and ``copy`` work,
 ``toarray`` gives an ``array.array``. There is no arithmetic: NumPy and native engines are for that.
+``%load_ext orvane`` has IPython and Jupyter show arrays at a glance, however large they are.
 ``ShapeError`` says that the number of elements is wrong, ``SizeError`` that only the dimensions
 are. Native modules are built against ``get_include()``; ``python -m orvane`` tells the rest.
 """
@@ -87,6 +97,8 @@ if TYPE_CHECKING:
     from typing import Any, TypeAlias
 
     from .convert import asarray, from_dlpack, to_dlpack, to_numpy, tolist, writable
+    from .display import load_ipython_extension as load_ipython_extension
+    from .display import unload_ipython_extension as unload_ipython_extension
     from .transport import enable_binary_pickles
 
     AnyArray: TypeAlias = (
@@ -107,6 +119,7 @@ else:
     _LATER = dict.fromkeys(
         ("asarray", "from_dlpack", "to_dlpack", "to_numpy", "tolist", "writable"), "convert"
     ) | {"enable_binary_pickles": "transport"}
+    _LATER |= dict.fromkeys(("load_ipython_extension", "unload_ipython_extension"), "display")
 
     def __getattr__(name):
         if name not in _LATER:
