@@ -12,9 +12,6 @@ from typing import Any, NamedTuple
 
 from .. import AnyArray
 
-GAP = None
-"""In the place of what is left out between two corners."""
-
 SMALL = 20
 """So many elements are no more to read than a heading."""
 
@@ -51,10 +48,10 @@ class Plane(NamedTuple):
         return self.elements if self.is_row else self.elements[place]
 
     def corners(self, edge: int) -> list[list[Any]]:
-        """The elements at most ``edge`` places from a corner, `GAP` between them."""
+        """The elements at most ``edge`` places from a corner, None in the gaps between them."""
         columns = _edges(self.width, edge)
         return [
-            [GAP] * len(columns) if place is GAP else _pick(self.row(place), columns)
+            [None] * len(columns) if place is None else _pick(self.row(place), columns)
             for place in _edges(self.height, edge)
         ]
 
@@ -87,16 +84,16 @@ def planes_of(array: AnyArray) -> list[Plane]:
 def _edges(extent: int, edge: int) -> Sequence[int | None]:
     if extent <= 2 * edge + 1:
         return range(extent)
-    return [*range(edge), GAP, *range(extent - edge, extent)]
+    return [*range(edge), None, *range(extent - edge, extent)]
 
 
 def _pick(row: Any, places: Sequence[int | None]) -> list[Any]:
-    return [GAP if place is GAP else row[place] for place in places]
+    return [None if place is None else row[place] for place in places]
 
 
 def words_of(number: Any) -> str:
-    """A number in few characters: a float to five digits if it has more than fit."""
-    if number is GAP:
+    """A number in few characters, a float to five digits if it has more than fit; None as a gap."""
+    if number is None:
         return "..."
     if isinstance(number, complex):
         imaginary = words_of(number.imag)

@@ -3,21 +3,23 @@
 from __future__ import annotations
 
 from .. import AnyArray
-from .glance import heading_of, planes_of, words_of
-
-_EDGES = (3, 2, 1)
+from .glance import Plane, heading_of, planes_of, words_of
 
 
 def lines_of(array: AnyArray, width: int) -> list[str]:
     """The heading, and the corners in as many columns as fit."""
     lines = [heading_of(array)]
     for plane in planes_of(array):
-        for edge in _EDGES:
-            table = _table(plane.corners(edge))
-            if len(table[0]) <= width:
-                break
-        lines += [f"{plane.name}:"] * bool(plane.name) + table
+        lines += [f"{plane.name}:"] * bool(plane.name) + _fitting_table(plane, width)
     return lines
+
+
+def _fitting_table(plane: Plane, width: int) -> list[str]:
+    for edge in (3, 2):
+        table = _table(plane.corners(edge))
+        if len(table[0]) <= width:
+            return table
+    return _table(plane.corners(1))
 
 
 def _table(cells: list[list[object]]) -> list[str]:
