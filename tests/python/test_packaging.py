@@ -10,6 +10,7 @@ from pathlib import Path
 import pytest
 
 import orvane
+import orvane._bridge as bridge
 import orvanemultidimarrayforpython as extension
 import ovexceptions
 from native_clients import run
@@ -101,8 +102,30 @@ def test_the_library_stands_alone_and_is_found_by_a_relative_run_path():
     section = dynamic_section(LIBRARY)
     assert section["SONAME"] == ["libOrvaneDataArray.so"]
     assert not [name for name in section["NEEDED"] if "python" in name]
-    symbols = run("readelf", "--dyn-syms", "--wide", LIBRARY)
-    assert re.findall(r" DEFAULT +\d+ (\S+)", symbols) == ["get_function_ptr"]
+
+
+PARTS = "Type", "MappingMethods", "SequenceMethods"
+EXPORTS = {
+    LIBRARY: {"get_function_ptr"},
+    Path(bridge.__file__): {"PyInit__bridge"},
+    EXTENSION: {
+        "PyInit_orvanemultidimarrayforpython", "init_types", "TypeAsChar", "TypeObjectPointers",
+        "OCPyArray_BufferProcs", "OCPyArray_GetSetMethods", "OCPyIter_Type",
+        "_ZN9OCPyError8shapeErrE", "_ZN9OCPyError7sizeErrE",
+        *(f"OCPyArray_{part}_{element}" for part in PARTS for element in ELEMENT_TYPES.values()),
+    },
+}  # fmt: skip
+
+
+@pytest.mark.skipif(not shutil.which("readelf"), reason="readelf is not installed")
+@pytest.mark.parametrize("file", EXPORTS, ids=lambda file: file.name.partition(".")[0])
+def test_shared_objects_export_what_is_meant_and_are_hardened(file):
+    symbols = run("readelf", "--dyn-syms", "--wide", file)
+    assert set(re.findall(r" DEFAULT +\d+ (\S+)", symbols)) == EXPORTS[file]
+    if "ORVANE_SANITIZED" not in os.environ:  # sanitizers bring guards of their own
+        assert "GNU_RELRO" in run("readelf", "--program-headers", "--wide", file)
+        assert "BIND_NOW" in run("readelf", "--dynamic", "--wide", file)
+        assert "__stack_chk_fail" in symbols
 
 
 USE = """
