@@ -43,6 +43,9 @@ orvane.int64 of size (8, 9), 576 bytes
     "int64([range(i, i + 9) for i in range(8)])[3][1::2]": """\
 orvane.int64 of size (4,), 32 bytes
   4  6  8  10""",
+    "uint8(range(7))": """\
+orvane.uint8 of size (1, 7), 7 bytes
+  0  1  2  3  4  5  6""",
     "uint64([2**64 - 1] * 9)": f"""\
 orvane.uint64 of size (1, 9), 72 bytes
   {BIG}  ...  {BIG}""",
@@ -86,7 +89,7 @@ places([[nan, nan]]) -> [[253, 253]]
 places([[False, False]]) -> [[0, 0]]
 places([[True, False]]) -> [[252, 0]]
 places([[3 + 4j, 0j, complex(nan, inf), complex(nan, 1)]]) -> [[252, 0, 254, 253]]
-places([[1e308 + 1e308j, 0j]]) -> [[252, 0]]
+places([[1.7e308 + 1.7e308j, 1j]]) -> [[254, 126]]
 """)
 def test_headings_and_colours(expression, answer):
     def places(sample):
@@ -130,7 +133,8 @@ double(range(18000), size=(90, 200)) -> (45, 50), ["one row of 2, one column of 
 double([[1, nan], [inf, -inf]]) -> (2, 2), ["nan", "inf", "-inf", "1.0"]
 single([[3 + 4j, 0]] * 9, is_complex=True) -> (9, 2), ["0.0", "5.0", "(magnitude)"]
 logical([[True] * 65]) -> (1, 33), ["False", "True", "one column of 2"]
-int8(size=(8, 1)) -> (8, 1), [">0<"]
+int8(size=(8, 1)) -> (8, 1), ['4em"><span', "</span>0<"]
+int8(size=(64, 128)) -> (64, 64), ["one column of 2"]
 int8(range(120), size=(3, 8, 5))[1:] -> (8, 5), ["[0]", "[1]", ">1<", ">119<"]
 int8(size=(1, 7)) -> None, [">0<"]
 int8(size=(0, 7)) -> None, ["of size (0, 7), 0 bytes"]
