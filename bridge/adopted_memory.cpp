@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -44,14 +45,15 @@ bool fills(const std::vector<std::size_t>& extents, std::size_t elementSize, std
     throw python::PythonError();
 }
 
-} // namespace
-
-PyObject* adopt(PyObject*, PyObject* arguments) {
+/// The array that `make` makes of the memory, the format and the size in the arguments: called for the element type,
+/// with the memory and the extents, which agree.
+template <class Make>
+PyObject* arrayOfMemory(PyObject* arguments, const char* wanted, Make make) {
     return python::guarded([&]() -> python::Reference {
         PyObject* source = nullptr;
         const char* format = nullptr;
         PyObject* size = nullptr;
-        if (PyArg_ParseTuple(arguments, "OsO:adopt", &source, &format, &size) == 0) {
+        if (PyArg_ParseTuple(arguments, wanted, &source, &format, &size) == 0) {
             throw python::PythonError();
         }
         const std::vector<std::size_t> extents = extentsOf(size);
@@ -65,19 +67,41 @@ PyObject* adopt(PyObject*, PyObject* arguments) {
             refuse(PyExc_ValueError, "the memory has gaps");
         }
         python::Reference array;
-        const auto adoptAs = [&]<class T>() {
+        const auto makeAs = [&]<class T>() {
             if (!fills(extents, sizeof(T), static_cast<std::size_t>(buffer.len))) {
                 refuse(PyExc_ValueError, "the memory is not as large as the array");
             }
-            T* const elements = buffer.len > 0 ? static_cast<T*>(buffer.buf) : nullptr;
-            array = buffer.readonly != 0 ? python::adoptBlock(static_cast<const T*>(elements), extents, std::move(view))
-                                         : python::adoptBlock(elements, extents, std::move(view));
+            array = make.template operator()<T>(std::move(view), extents);
         };
-        if (!visitFormat(format, adoptAs)) {
+        if (!visitFormat(format, makeAs)) {
             PyErr_Format(PyExc_TypeError, "arrays have no elements of the format '%s'", format);
             throw python::PythonError();
         }
         return array;
+    });
+}
+
+} // namespace
+
+PyObject* adopt(PyObject*, PyObject* arguments) {
+    return arrayOfMemory(arguments, "OsO:adopt", []<class T>(python::Reference view, const auto& extents) {
+        const Py_buffer& buffer = *PyMemoryView_GET_BUFFER(view.get());
+        T* const elements = buffer.len > 0 ? static_cast<T*>(buffer.buf) : nullptr;
+        return buffer.readonly != 0 ? python::adoptBlock(static_cast<const T*>(elements), extents, std::move(view))
+                                    : python::adoptBlock(elements, extents, std::move(view));
+    });
+}
+
+PyObject* copyMemory(PyObject*, PyObject* arguments) {
+    return arrayOfMemory(arguments, "OsO:copy_memory", []<class T>(python::Reference view, const auto& extents) {
+        const Py_buffer& buffer = *PyMemoryView_GET_BUFFER(view.get());
+        const auto bytes = static_cast<std::size_t>(buffer.len);
+        auto block = data::ArrayFactory().createBuffer<T>(bytes / sizeof(T));
+        T* const elements = bytes > 0 ? block.get() : nullptr;
+        if (bytes > 0) {
+            std::memcpy(static_cast<void*>(elements), buffer.buf, bytes);
+        }
+        return python::adoptBlock(elements, extents, std::move(block));
     });
 }
 

@@ -14,6 +14,10 @@ inline constinit const OrvaneExchange* exchange = nullptr;
 /// assignment. ValueError when the memory has gaps, is not aligned or is not of that size; TypeError for other formats.
 PyObject* adopt(PyObject* module, PyObject* arguments);
 
+/// copy_memory(source, format, size): a new array with elements of its own, which lie in the memory in storage order,
+/// be they aligned or not. ValueError when the memory has gaps or is not of that size; TypeError for other formats.
+PyObject* copyMemory(PyObject* module, PyObject* arguments);
+
 /// copy(array): a new array with elements of its own, those that an array or view shows. TypeError for what is no
 /// array.
 PyObject* copy(PyObject* module, PyObject* array);

@@ -8,6 +8,9 @@ using namespace orvane;
 PyMethodDef methods[] = {
     {"adopt", bridge::adopt, METH_VARARGS,
      "adopt($module, source, format, size, /)\n--\n\nAn array around the memory of another object."},
+    {"copy_memory", bridge::copyMemory, METH_VARARGS,
+     "copy_memory($module, source, format, size, /)\n--\n\nAn array of its own with the elements in the memory of "
+     "another object."},
     {"copy", bridge::copy, METH_O,
      "copy($module, array, /)\n--\n\nAn array of its own with the elements that an array or view shows."},
     {"to_capsule", bridge::toCapsule, METH_VARARGS,

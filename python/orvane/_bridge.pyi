@@ -13,6 +13,13 @@ def adopt(source: Any, format: str, size: Sequence[int], /) -> AnyArray:
     or is not of that size.
     """
 
+def copy_memory(source: Any, format: str, size: Sequence[int], /) -> AnyArray:
+    """An array of its own with the elements in the memory of another object.
+
+    They lie there in storage order, aligned or not. ValueError when the memory has gaps or is not
+    of that size.
+    """
+
 def copy(array: AnyArray, /) -> AnyArray:
     """An array of its own with the elements that an array or view shows."""
 

@@ -13,10 +13,15 @@ from typing import Any
 __all__ = ["register"]
 
 _SERIALIZATION = "distributed.protocol.serialize"
+#: What else than sizes Dask keeps for each type of objects, and in which of its modules.
+_REGISTRIES = {
+    _SERIALIZATION: ("dask_serialize", "dask_deserialize"),
+    "dask.tokenize": ("normalize_token",),
+}
 
 
 def register(sizeof: Any) -> None:
-    """Has Dask know how large arrays are and how they travel, once it meets one."""
+    """Has Dask know of arrays, once it meets one: how large, how they travel, what names them."""
 
     def register_types() -> None:
         from orvane.transport.dask import register_serialization, register_sizes
@@ -26,46 +31,47 @@ def register(sizeof: Any) -> None:
             register_serialization()
 
     sizeof.register_lazy("orvane", register_types)
-    if _SERIALIZATION in sys.modules:
-        _tell_serialization(sys.modules[_SERIALIZATION])
-    elif not any(isinstance(finder, _Observer) for finder in sys.meta_path):
+    for name in _REGISTRIES:
+        if name in sys.modules:
+            _tell(sys.modules[name])
+    if not any(isinstance(finder, _Observer) for finder in sys.meta_path):
         sys.meta_path.insert(0, _Observer())
 
 
-def _tell_serialization(module: ModuleType) -> None:
-    """Has it ask for the arrays' functions at the first array that goes out or comes in.
+def _tell(module: ModuleType) -> None:
+    """Has it ask for the arrays' functions at the first array that it meets.
 
     It goes without in a module that has no such registries: this runs inside the import of Dask's
     module, which is not to fail for it.
     """
 
     def register_types() -> None:
-        from orvane.transport.dask import register_serialization
+        from orvane.transport.dask import register_serialization, register_tokens
 
-        register_serialization()
+        register_serialization() if module.__name__ == _SERIALIZATION else register_tokens()
 
-    for name in ("dask_serialize", "dask_deserialize"):
+    for name in _REGISTRIES[module.__name__]:
         registry = getattr(module, name, None)
         if registry is not None:
             registry.register_lazy("orvane", register_types)
 
 
 class _Observer(MetaPathFinder):
-    """Sees Dask's serialisation being imported, and tells it of arrays when that is done.
+    """Sees those modules of Dask's being imported, and tells them of arrays when that is done.
 
-    Dask measures sizes without it, and it has no entry point of its own; to import it from here
-    would have everybody who uses Dask pay for it. So this stands in front of the other finders for
-    as long as the process lives. It finds nothing itself: for that one name it asks those behind
-    it, and puts itself between the import and the loader that they give. It keeps no state: the
-    module may be looked for without being imported, fail and be tried again, be reloaded, and be
-    wanted by several threads at once, which the interpreter's lock of the module keeps apart. The
-    module itself gets its own loader.
+    Dask measures sizes without them, and they have no entry points of their own; to import them
+    from here would have everybody who uses Dask pay for it, or go round in a circle. So this stands
+    in front of the other finders for as long as the process lives. It finds nothing itself: for
+    those names it asks those behind it, and puts itself between the import and the loader that they
+    give. It keeps no state: a module may be looked for without being imported, fail and be tried
+    again, be reloaded, and be wanted by several threads at once, which the interpreter's lock of
+    the module keeps apart. The module itself gets its own loader.
     """
 
     def find_spec(
         self, fullname: str, path: Sequence[str] | None, target: ModuleType | None = None
     ) -> ModuleSpec | None:
-        if fullname != _SERIALIZATION:
+        if fullname not in _REGISTRIES:
             return None
         finders = list(sys.meta_path)
         behind = finders.index(self) + 1 if self in finders else 0
@@ -74,7 +80,7 @@ class _Observer(MetaPathFinder):
             spec: ModuleSpec | None = ask(fullname, path, target) if ask is not None else None
             if spec is not None:
                 if hasattr(spec.loader, "exec_module"):
-                    spec.loader = _Between(spec.loader, _tell_serialization)
+                    spec.loader = _Between(spec.loader, _tell)
                 return spec
         return None
 

@@ -325,6 +325,8 @@ adopt(bytes(8), "d", (2**40, 2**40)) -> ValueError: the memory is not as large a
 adopt(bytes(8), "d", (-1, 1)) -> OverflowError: can't convert negative value to size_t
 adopt(bytes(8), "g", (1, 1)) -> TypeError: arrays have no elements of the format 'g'
 adopt(3, "d", (1, 1)) -> TypeError: memoryview: a bytes-like object is required, not 'int'
+copy_memory(np.zeros((2, 3))[:, 1], "d", (1, 2)) -> ValueError: the memory has gaps
+copy_memory(bytes(8), "d", (2, 1)) -> ValueError: the memory is not as large as the array
 copy(3) -> TypeError: expected an orvane array, got int
 Elements(3) -> RuntimeError: object not initialized.
 from_capsule(3, None) -> TypeError: expected a DLPack capsule, got int
@@ -427,9 +429,16 @@ def test_who_is_told_when():
     ):
         program = site + "\n".join(f"import {name}" for name in order.split(", "))
         program = program.replace("import REGISTER", register)
-        check = "from distributed.protocol.serialize import dask_deserialize\n"
-        check += "print(bool(dask_deserialize.dispatch(orvane.double)))"
-        assert python(f"{program}\n{check}", "-W", "ignore") == "True\n"
+        check = """
+from dask.tokenize import normalize_token, tokenize
+from distributed.protocol.serialize import dask_deserialize
+ours = normalize_token.dispatch(orvane.double), dask_deserialize.dispatch(orvane.double)
+a, b = orvane.double([[1, 2], [3, 4]]), orvane.single([[1, 2], [3, 4]])
+tokens = [tokenize(each) for each in (a, a.clone(), b, a[0], a[1], a[1][::-1], orvane.double([1]))]
+print(*(each.__module__ for each in ours), tokens[0] == tokens[1], len(set(tokens)))
+"""
+        told = python(program + check, "-W", "ignore")
+        assert told == 2 * "orvane.transport.dask " + "True 6\n"
 
 
 SERIALIZE = """

@@ -44,21 +44,27 @@ def array_over(view: memoryview, kind: Kind) -> AnyArray:
 
 def array_copied_from(view: memoryview, kind: Kind, is_swapped: bool) -> AnyArray:
     """With elements of its own, however they lie in the memory."""
-    if kind.is_complex or view.ndim < 2 or not math.prod(shape_of(view)):
-        elements = _in_native_order(view.tobytes("F"), kind, is_swapped)
-        return _bridge.adopt(elements, kind.format, row_at_least(shape_of(view)))
+    size = row_at_least(shape_of(view))
+    if kind.is_complex or view.ndim < 2 or not math.prod(size):
+        is_at_hand = view.f_contiguous and not is_swapped
+        return _own_array(view if is_at_hand else view.tobytes("F"), kind, size, is_swapped)
     if not (view.c_contiguous and view.format == kind.letter):
-        elements = _in_native_order(view.tobytes(), kind, is_swapped)
+        elements: Buffer = view.tobytes()
         letter: Any = kind.letter
+        if is_swapped:
+            elements = _swapped(elements, kind)
         view = memoryview(elements).cast("B").cast(letter, shape_of(view))
     return kind.make(view)  # which reorders whole blocks at once
 
 
-def _in_native_order(
-    elements: Buffer, kind: Kind, is_swapped: bool
-) -> bytearray | stdlib_array[int]:
-    if not is_swapped:
-        return bytearray(elements)
+def _own_array(elements: Buffer, kind: Kind, size: tuple[int, ...], is_swapped: bool) -> AnyArray:
+    """Of elements in storage order, aligned or not."""
+    if is_swapped:
+        return _bridge.adopt(_swapped(elements, kind), kind.format, size)
+    return _bridge.copy_memory(elements, kind.format, size)
+
+
+def _swapped(elements: Buffer, kind: Kind) -> stdlib_array[int]:
     parts = stdlib_array({2: "H", 4: "I", 8: "Q"}[kind.part_size])
     parts.frombytes(elements)
     parts.byteswap()
@@ -74,5 +80,4 @@ def array_of_bytes(
             return _bridge.adopt(elements, kind.format, size)
         except ValueError:  # it says why, unless a copy does better
             pass
-    copied = _in_native_order(elements, kind, is_swapped)
-    return _bridge.adopt(copied, kind.format, size)
+    return _own_array(elements, kind, size, is_swapped)
