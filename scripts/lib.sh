@@ -336,6 +336,31 @@ pip_install() { # ENVIRONMENT ARGUMENT...
         die "pip could not install $*; is the network there? Starting again takes up the work where it stopped."
 }
 
+# install_libraries ENVIRONMENT: the dependency group `libraries`, at once or, where one of them has no release for the
+# interpreter, each that has. Nothing is compiled. The tests skip what is not there, and say so.
+install_libraries() {
+    local python=$1/bin/python stamp=$1/installed-libraries requirement
+    local install=("$python" -m pip install -qq --only-binary ':all:')
+    ! cmp -s "$root/pyproject.toml" "$stamp" || return 0
+    if ! "${install[@]}" --group "$root/pyproject.toml:libraries" 2>/dev/null; then
+        while read -r requirement; do
+            "${install[@]}" "$requirement" 2>/dev/null || echo "not to be had for this interpreter: $requirement"
+        done < <("$python" - "$root/pyproject.toml" <<'PY'
+import sys
+
+try:
+    import tomllib
+except ImportError:
+    from pip._vendor import tomli as tomllib
+
+with open(sys.argv[1], "rb") as file:
+    print(*tomllib.load(file)["dependency-groups"]["libraries"], sep="\n")
+PY
+        )
+    fi
+    cp "$root/pyproject.toml" "$stamp"
+}
+
 # build_groups: the dependency groups that a build needs on this machine.
 build_groups() {
     echo build

@@ -5,18 +5,20 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 usage() {
     cat <<'TEXT'
-usage: scripts/test.sh [--all] [--sanitize] [--python EXECUTABLE] [-- PYTEST_ARGUMENT...]
+usage: scripts/test.sh [--all] [--libraries] [--sanitize] [--python EXECUTABLE] [-- PYTEST_ARGUMENT...]
 
 Checks format and style, builds the package with its C++ tests, runs those, installs the package into an
 environment of its own and runs the Python tests against it, on CPython 3.10 where there is one, else the next later.
 
-  --all         the same on the newest installed CPython too
+  --all         the same on the newest installed CPython too, there with the libraries that arrays are converted from and
+                to, as far as they have a release for it
+  --libraries   with those libraries on the first interpreter
   --sanitize    instead: C++ and Python tests under AddressSanitizer and UndefinedBehaviorSanitizer
   --python      the interpreter to use in place of the preferred one
 TEXT
 }
 
-read_options "all sanitize" "$@"
+read_options "all libraries sanitize" "$@"
 
 prepare_environment() { # PYTHON ENVIRONMENT
     local groups
@@ -40,6 +42,10 @@ test_on() { # PYTHON
     build=$root/build/$version
     say "CPython $version: environment"
     prepare_environment "$1" "$environment"
+    if [[ $1 == "$with_libraries" ]]; then
+        say "CPython $version: libraries that arrays are converted from and to"
+        install_libraries "$environment"
+    fi
     say "CPython $version: build (the first time this takes some minutes)"
     install_package "$environment" "$build" ORVANE_BUILD_TESTS=ON "${strictness[@]}"
     say "CPython $version: C++ tests"
@@ -83,12 +89,16 @@ if [[ ${option[sanitize]} == yes ]]; then
     exit
 fi
 
+newest=$(newest_python)
+with_libraries=''
+[[ ${option[all]} == no ]] || with_libraries=$newest
+[[ ${option[libraries]} == no ]] || with_libraries=$preferred
+
 "$root/scripts/lint.sh"
 # Once, clients are also run with an extension that has been built anew.
 [[ ${option[all]} == no ]] || export ORVANE_TEST_REBUILD=1
 test_on "$preferred"
 unset ORVANE_TEST_REBUILD
-newest=$(newest_python)
 if [[ ${option[all]} == yes && $(version_of "$newest") != "$(version_of "$preferred")" ]]; then
     test_on "$newest"
 fi

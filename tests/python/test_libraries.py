@@ -2,11 +2,13 @@
 
 import gc
 import re
+from importlib.util import find_spec
+from pathlib import Path
 
 import pytest
 
 import orvane
-from support import evaluate, execute, table
+from support import evaluate, execute, python, table
 
 np = pytest.importorskip("numpy", "1.26")
 
@@ -19,7 +21,6 @@ MODULES = {
     "joblib": "joblib",
     "json": "json",
     "linalg": "scipy.linalg",
-    "mpi": "mpi4py.MPI",
     "numba": "numba",
     "pa": "pyarrow",
     "pd": "pandas",
@@ -97,7 +98,6 @@ json.dump(tolist(a), open("f", "w")) -> asarray(json.load(open("f")))
 1 -> asarray(xr.DataArray(np.asfortranarray(tolist(a))), copy=False)
 1 -> asarray(torch.tensor(tolist(a), dtype=torch.float16), float)
 1 -> asarray(jax.numpy.asarray(tolist(a), dtype="bfloat16"), float)
-1 -> mpi.COMM_SELF.Sendrecv(to_numpy(a), 0, recvbuf=to_numpy(b, writable=True), source=0) or b
 1 -> numba.njit("void(float64[::1, :], float64[::1, :])")(copied)(to_numpy(b, writable=True), to_numpy(a, copy=True)) or b
 1 -> asarray(dask.from_array(to_numpy(a), chunks=1))
 1 -> asarray(image.fromarray(to_numpy(asarray(a, "uint8"))), float)
@@ -111,3 +111,19 @@ def test_there_and_back(expression, answer, tmp_path, monkeypatch):
 
 def copied(x, y):
     x[:] = y
+
+
+@pytest.mark.skipif(find_spec("mpi4py") is None, reason="mpi4py is not installed")
+def test_messages_are_received_in_place():
+    """In a process of its own, as that starts the whole machinery of messages."""
+    program = f"""
+import sys
+sys.path.insert(0, {str(Path(orvane.__file__).parents[1])!r})
+from mpi4py.MPI import COMM_SELF
+import orvane
+a, b = orvane.double({NUMBERS}), orvane.double(size=(2, 3))
+with orvane.writable(b) as x:
+    COMM_SELF.Sendrecv(orvane.to_numpy(a), 0, recvbuf=x, source=0)
+print(a == b)
+"""
+    assert python(program) == "True\n"

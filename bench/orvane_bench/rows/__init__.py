@@ -4,6 +4,7 @@ from __future__ import annotations
 
 from .assignment import ASSIGNMENT
 from .construction import CONSTRUCTION
+from .conversions import CONVERSIONS
 from .kinds import KINDS_AGAIN
 from .native import NATIVE
 from .processes import PROCESSES
@@ -24,6 +25,7 @@ ROWS: list[Row] = [
     *VALUES,
     *WHOLE_ARRAYS,
     *TEXT_AND_PICKLE,
+    *CONVERSIONS,
     *PROCESSES,
     *NATIVE,
     *KINDS_AGAIN,

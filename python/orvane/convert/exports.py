@@ -144,7 +144,7 @@ def tolist(array: AnyArray) -> list[Any]:
     """The elements that an array or view shows, in nested lists."""
     if not isinstance(array, ARRAY_TYPES):
         raise TypeError(f"expected an orvane array, got {type(array).__name__}")
-    if not array._is_complex:
-        nested: list[Any] = memoryview(_lent(array, writable=False)).tolist()
-        return nested
-    return [tolist(item) if isinstance(item, ARRAY_TYPES) else item for item in array]
+    # What a pickle holds is the fastest list that there is, and for whole arrays the right one.
+    _, (_, nested) = _bridge.copy(array).__reduce__()
+    shown: list[Any] = nested if len(array.size) > 1 else nested[0]
+    return shown
