@@ -48,7 +48,10 @@ def _tell(module: ModuleType) -> None:
     def register_types() -> None:
         from orvane.transport.dask import register_serialization, register_tokens
 
-        register_serialization() if module.__name__ == _SERIALIZATION else register_tokens()
+        if module.__name__ == _SERIALIZATION:
+            register_serialization()
+        else:
+            register_tokens()
 
     for name in _REGISTRIES[module.__name__]:
         registry = getattr(module, name, None)
