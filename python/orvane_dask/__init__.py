@@ -31,18 +31,17 @@ def register(sizeof: Any) -> None:
             register_serialization()
 
     sizeof.register_lazy("orvane", register_types)
-    for name in _REGISTRIES:
-        if name in sys.modules:
-            _tell(sys.modules[name])
+    loaded = [sys.modules[name] for name in _REGISTRIES if name in sys.modules]
+    begun = [module for module in loaded if not _tell(module)]
     if not any(isinstance(finder, _Observer) for finder in sys.meta_path):
-        sys.meta_path.insert(0, _Observer())
+        sys.meta_path.insert(0, _Observer(begun))
 
 
-def _tell(module: ModuleType) -> None:
+def _tell(module: ModuleType) -> bool:
     """Has it ask for the arrays' functions at the first array that it meets.
 
-    It goes without in a module that has no such registries: this runs inside the import of Dask's
-    module, which is not to fail for it.
+    False for a module that does not have the registries, or not yet. No error: this runs inside the
+    import of Dask's modules, which are not to fail for it.
     """
 
     def register_types() -> None:
@@ -53,10 +52,12 @@ def _tell(module: ModuleType) -> None:
         else:
             register_tokens()
 
-    for name in _REGISTRIES[module.__name__]:
-        registry = getattr(module, name, None)
-        if registry is not None:
-            registry.register_lazy("orvane", register_types)
+    registries: list[Any] = [vars(module).get(name) for name in _REGISTRIES[module.__name__]]
+    if None in registries:
+        return False
+    for registry in registries:
+        registry.register_lazy("orvane", register_types)
+    return True
 
 
 class _Observer(MetaPathFinder):
@@ -66,14 +67,22 @@ class _Observer(MetaPathFinder):
     from here would have everybody who uses Dask pay for it, or go round in a circle. So this stands
     in front of the other finders for as long as the process lives. It finds nothing itself: for
     those names it asks those behind it, and puts itself between the import and the loader that they
-    give. It keeps no state: a module may be looked for without being imported, fail and be tried
-    again, be reloaded, and be wanted by several threads at once, which the interpreter's lock of
-    the module keeps apart. The module itself gets its own loader.
+    give. It keeps no state of that: a module may be looked for without being imported, fail and be
+    tried again, be reloaded, and be wanted by several threads at once, which the interpreter's lock
+    of the module keeps apart. The module itself gets its own loader.
+
+    In some versions of Dask it is one of these modules that imports the sizes first, so this comes
+    when that has begun. It is told then as soon as a next module is imported; there are many.
     """
+
+    def __init__(self, begun: list[ModuleType]) -> None:
+        self._begun = begun
 
     def find_spec(
         self, fullname: str, path: Sequence[str] | None, target: ModuleType | None = None
     ) -> ModuleSpec | None:
+        if self._begun:
+            self._begun = [module for module in self._begun if not _tell(module)]
         if fullname not in _REGISTRIES:
             return None
         finders = list(sys.meta_path)
@@ -91,7 +100,7 @@ class _Observer(MetaPathFinder):
 class _Between(Loader):
     """A loader that tells of a module once it has been executed; all else is as the other says."""
 
-    def __init__(self, loader: Any, tell: Callable[[ModuleType], None]) -> None:
+    def __init__(self, loader: Any, tell: Callable[[ModuleType], object]) -> None:
         self._loader, self._tell = loader, tell
 
     def __getattr__(self, name: str) -> Any:

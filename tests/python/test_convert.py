@@ -445,6 +445,10 @@ SERIALIZE = """
 import sys
 class Dispatch(dict):
     register_lazy = dict.__setitem__
+if "begun" in sys.argv:
+    sys.argv.remove("begun")
+    sys.modules["__main__"].register()
+    import colorsys
 dask_serialize, dask_deserialize = Dispatch(), Dispatch()
 if "fail" in sys.argv:
     sys.argv.remove("fail")
@@ -453,32 +457,40 @@ if "fail" in sys.argv:
 OBSERVED = """
 import importlib, importlib.util, sys, threading
 sys.path[:0] = {path!r}
-import orvane_dask
-orvane_dask.register(type("S", (), {{"register_lazy": lambda self, top, call: None}})())
+def register():
+    import orvane_dask
+    orvane_dask.register(type("S", (), {{"register_lazy": lambda self, top, call: None}})())
 name = "distributed.protocol.serialize"
 {before}
 module = importlib.import_module(name)
+import cmd  # of the many modules that come after it
 {after}
 assert set(module.dask_serialize) == set(module.dask_deserialize) == {{"orvane"}}
 assert module.__spec__.loader is module.__loader__ and {loader!r} in repr(module.__loader__)
 assert "orvane" not in sys.modules
 """
 BEFORE = {
-    "at once": "",
-    "looked for": "importlib.util.find_spec(name)",
+    "at once": "register()",
+    "from within": 'sys.argv.append("begun")',
+    "looked for": "register(); importlib.util.find_spec(name)",
     "failed": """
+register()
 sys.argv.append("fail")
 try: importlib.import_module(name)
 except ImportError: assert name not in sys.modules
 else: assert False""",
     "others in front": """
+register()
 class Other:
     def find_spec(self, *arguments):
         return next(filter(None, (each.find_spec(*arguments) for each in sys.meta_path[1:])), None)
 sys.meta_path.insert(0, Other())""",
-    "others behind": "sys.meta_path.insert(1, type('F', (), {'find_module': lambda *_: None})())",
-    "twice": 'orvane_dask.register(type("S", (), {"register_lazy": print})())',
+    "others behind": """
+register()
+sys.meta_path.insert(1, type("Old", (), {"find_module": lambda *_: None})())""",
+    "twice": "register(); register()",
     "threads": """
+register()
 sys.setswitchinterval(1e-6)
 threads = [threading.Thread(target=importlib.import_module, args=[name]) for _ in range(8)]
 for each in threads: each.start()

@@ -12,6 +12,7 @@ import orvane
 from orvane.display import glance, heat, markup, text
 from support import check, evaluate, python, table
 
+ROOT = Path(__file__).parents[2]
 SITE = str(Path(orvane.__file__).parents[1])
 BIG = 2**64 - 1
 TEXTS = {
@@ -71,6 +72,12 @@ orvane.int8 of size (1, 1, 2), 2 bytes
 @pytest.mark.parametrize("expression", TEXTS)
 def test_texts(expression):
     assert "\n".join(text.lines_of(evaluate(expression), 79)) == TEXTS[expression]
+
+
+def test_the_page_shows_what_comes():
+    page = (ROOT / "docs" / "looking.md").read_text("utf-8")
+    call, lines = re.search(r"In \[3\]: (.*)\nOut\[3\]:\n(.*?)```", page, re.DOTALL).groups()
+    assert text.lines_of(evaluate(call, orvane=orvane), 79) == lines.splitlines()
 
 
 @table("""
