@@ -103,7 +103,7 @@ TRANSPORT = [
         moved_bytes=DOUBLES,
     ),
     Row(
-        "pickle.loads of it",
+        "pickle.loads of it, binary",
         BINARY + "ours, peer = pickle.dumps(a, 5), pickle.dumps(x, 5)\n",
         "pickle.loads(ours)",
         "pickle.loads(peer)",
