@@ -1,7 +1,7 @@
 # Lays the pure Python packages beside the extension in the build tree. In a wheel they are put there by the
 # packaging backend, which knows them from pyproject.toml.
 
-foreach(package IN ITEMS orvane orvane_dask ovexceptions orvanemultidimarrayforpython-stubs)
+foreach(package IN ITEMS orvane orvane_carriers ovexceptions orvanemultidimarrayforpython-stubs)
     set(folder "${CMAKE_CURRENT_SOURCE_DIR}/python/${package}")
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS RELATIVE "${folder}" "${folder}/*.py" "${folder}/*.pyi"
          "${folder}/py.typed")

@@ -46,7 +46,7 @@ except orvane.ShapeError as error:
     assert type(error).__module__ == "ovexceptions"
 orvane.enable_binary_pickles()
 assert pickle.loads(pickle.dumps(a, 5)) == a
-assert [each.value for each in entry_points(group="dask.sizeof")] == ["orvane_dask:register"]
+assert [each.value for each in entry_points(group="dask.sizeof")] == ["orvane_carriers.dask:register"]
 assert (Path(orvane.get_include()) / "orvane" / "python.hpp").is_file()
 for question in ("--version", "--cmake-dir", "--includes", "--libs"):
     subprocess.run([sys.executable, "-m", "orvane", question], check=True, capture_output=True)

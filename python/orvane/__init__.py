@@ -71,8 +71,7 @@ nested lists.
 are. Native modules are built against ``get_include()``; ``python -m orvane`` tells the rest.
 """
 
-import sys
-
+from orvane_carriers import when_imported
 from orvanemultidimarrayforpython import (
     ShapeError,
     SizeError,
@@ -94,6 +93,7 @@ from ._version import __version__
 
 TYPE_CHECKING = False
 if TYPE_CHECKING:
+    from types import ModuleType
     from typing import Any, TypeAlias
 
     from .convert import asarray, from_dlpack, to_dlpack, to_numpy, tolist, writable
@@ -149,19 +149,22 @@ ARRAY_TYPES: "tuple[type[AnyArray], ...]" = (
     logical,
 )
 
-# Whatever carries objects between the processes of a program and is there already is told how
-# arrays travel best. Nothing is loaded for it.
-if not sys.modules.keys().isdisjoint(
-    (
-        "multiprocessing.reduction",
-        "loky.backend.reduction",
-        "joblib.externals.loky.backend.reduction",
-        "distributed.protocol.serialize",
-    )
-):
-    from .transport import register_carriers
 
-    register_carriers()
+# Whatever carries objects between the processes of a program is told how arrays travel best, be it
+# imported before or after. Nothing is loaded for it until then.
+def _tell_carrier(module: "ModuleType") -> bool:
+    from .transport import tell_carrier
+
+    return tell_carrier(module)
+
+
+for _name in (
+    "multiprocessing.reduction",
+    "loky.backend.reduction",
+    "joblib.externals.loky.backend.reduction",
+):
+    when_imported(_name, _tell_carrier)
+del _name
 
 __all__ = [
     "ARRAY_TYPES",

@@ -16,7 +16,7 @@ from native_clients import run
 from reference.elements import TYPES
 from support import evaluate
 
-PACKAGES = ("orvanemultidimarrayforpython", "orvane", "orvane_dask", "ovexceptions")
+PACKAGES = ("orvanemultidimarrayforpython", "orvane", "orvane_carriers", "ovexceptions")
 INSTALLED = Path(orvane.__file__).parents[1]
 
 reason = "no native code is tested here"

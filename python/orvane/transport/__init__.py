@@ -4,7 +4,7 @@ What is told here of an array is its type, its size, whether it is complex, and 
 stay out of the stream where the pickle protocol allows it.
 """
 
-from .carriers import enable_binary_pickles, register_carriers
+from .carriers import enable_binary_pickles, tell_carrier
 from .reduction import array_from_elements, arrived, reduce_array
 
 __all__ = [
@@ -12,5 +12,5 @@ __all__ = [
     "arrived",
     "enable_binary_pickles",
     "reduce_array",
-    "register_carriers",
+    "tell_carrier",
 ]

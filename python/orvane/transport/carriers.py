@@ -3,13 +3,10 @@
 from __future__ import annotations
 
 import copyreg
-import sys
 from typing import Any
 
 from .. import ARRAY_TYPES
 from .reduction import reduce_array
-
-_LOKY = ("loky.backend.reduction", "joblib.externals.loky.backend.reduction")
 
 
 def enable_binary_pickles() -> None:
@@ -18,22 +15,20 @@ def enable_binary_pickles() -> None:
     Pickles of arrays are then as small and as fast as NumPy's; they keep the exact elements, what a
     view shows and, from protocol 5 on, their elements out of band. Every process that can import
     ``orvane`` reads them. ``multiprocessing``, joblib and Dask, which carry objects between the
-    processes of a program, do so by themselves if they have been imported before ``orvane``;
-    otherwise this call tells them.
+    processes of a program, do so by themselves.
     """
     for array_type in ARRAY_TYPES:
         copyreg.pickle(array_type, reduce_array)
-    register_carriers()
 
 
-def register_carriers() -> None:
-    """Tells those that are loaded."""
-    if "distributed.protocol.serialize" in sys.modules:
-        from .dask import register_serialization
+def tell_carrier(module: Any) -> bool:
+    """Registers arrays where ``multiprocessing`` or loky keep what they pickle in their own way.
 
-        register_serialization()
-    for name in ("multiprocessing.reduction", *_LOKY):
-        module: Any = sys.modules.get(name)
-        if module is not None:
-            for array_type in ARRAY_TYPES:
-                module.register(array_type, reduce_array)
+    False while the module has no place for that yet.
+    """
+    register = vars(module).get("register")
+    if register is None:
+        return False
+    for array_type in ARRAY_TYPES:
+        register(array_type, reduce_array)
+    return True
