@@ -67,7 +67,7 @@ class Effort:
     """In one process; at least three samples are taken whatever they cost."""
 
 
-THOROUGH = Effort(processes=3, seconds_per_sample=0.004, seconds_per_side=0.5)
+THOROUGH = Effort(processes=3, seconds_per_sample=0.004, seconds_per_side=0.35)
 QUICK = Effort(processes=1, seconds_per_sample=0.004, seconds_per_side=0.2)
 
 
