@@ -21,13 +21,8 @@ endif()
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow
     "$<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual>")
 
-# Against what an overrun could be made of: checked copies where the compiler knows the sizes, guards on stacks with
-# arrays, and addresses of functions that are written once, when the object is loaded.
-if(NOT ORVANE_SANITIZE)
-    add_compile_options(-fstack-protector-strong
-        "$<$<AND:$<COMPILE_LANGUAGE:CXX>,$<NOT:$<CONFIG:Debug>>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
-    add_link_options("LINKER:-z,relro,-z,now")
-endif()
+# Against what an overrun could be made of: addresses of functions are written once, when the object is loaded.
+add_link_options("LINKER:-z,relro,-z,now")
 
 if(ORVANE_SANITIZE)
     set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=undefined)
