@@ -9,7 +9,8 @@ usage: scripts/bench.sh [--all] [--quick] [--keep] [--python EXECUTABLE] [-- TEX
        scripts/bench.sh --page
 
 Measures the arrays beside NumPy, array.array, lists and the arrays of pybind11 and nanobind, prints the table of
-ratios, and leaves it as text, JSON and SVG in output/benchmarks/. Takes about twenty minutes an interpreter on an idle machine.
+ratios, and leaves it as text, JSON and SVG in output/benchmarks/. Takes about twenty minutes an interpreter on an idle
+machine.
 
   --all      on CPython 3.10, or the next later one, and on the newest installed
   --quick    few samples: for a first look

@@ -55,7 +55,7 @@ Dimension take(Dimensions& dimensions, Dimensions::iterator position) {
 }
 
 /// So many rows are laid down next to each other at a time: several whole cache lines of each column.
-constexpr std::size_t rowsTogether = 256;
+constexpr std::size_t rowsTogether = placesPerTile;
 /// So many columns of a row are read at a time where it lies, and where it is converted first.
 constexpr std::size_t columnsInPlace = 1024;
 constexpr std::size_t columnsConverted = 32;

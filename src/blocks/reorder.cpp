@@ -15,10 +15,6 @@ namespace {
 
 using Offsets = std::vector<std::size_t>;
 
-/// No tile of a matrix has more rows or columns. The lines of all its rows, a few of each, have to be at hand from one
-/// block of columns to the next, which shares some and has asked for others ahead: 48 KiB, less than any core's own
-/// caches hold. Rows may lie a page each, and so many pages are within what any core keeps the addresses of.
-constexpr std::size_t placesPerTile = 256;
 /// Dimensions are taken together until they make so many rows, or columns, of the matrices to transpose: for long runs
 /// in the target, as each begins and ends with lines that were not asked for or are not full.
 constexpr std::size_t enoughPlaces = placesPerTile / 2;

@@ -36,6 +36,10 @@ inline constexpr std::size_t linesAhead = 2;
 template <class Unit>
 inline constexpr std::size_t blockColumns =
     std::max(squareSide<Unit>, std::min<std::size_t>(8, lineBytes / sizeof(Unit)));
+/// Tiles have no more rows than this. The lines of all its rows, a few of each, have to be at hand from one
+/// block of columns to the next, which shares some and has asked for others ahead: 48 KiB, less than any core's own
+/// caches hold. Rows may lie a page each, and so many pages are within what any core keeps the addresses of.
+inline constexpr std::size_t placesPerTile = 256;
 /// Matrices with no more rows or columns are moved in a way of their own.
 inline constexpr std::size_t smallCount = 4;
 
