@@ -49,14 +49,15 @@ class Kind(NamedTuple):
 
     @property
     def part_dtype(self) -> np.dtype[Any]:
-        return self._replace(is_complex=False).dtype
+        return Kind(self.array_type).dtype if self.is_complex else self.dtype
 
     @property
     def dtype(self) -> np.dtype[Any]:
         """NumPy's; complex integers, which it does not have, are structures of two parts."""
-        if self not in _DTYPES:
-            _DTYPES[self] = _make_dtype(self)
-        return _DTYPES[self]
+        dtype = _DTYPES.get(self)
+        if dtype is None:
+            dtype = _DTYPES[self] = _make_dtype(self)
+        return dtype
 
     def make(self, *values: Any, **keywords: Any) -> AnyArray:
         """An array, by the constructor."""

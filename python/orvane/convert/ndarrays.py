@@ -44,12 +44,12 @@ def array_of(numbers: NDArray[Any], wish: Wish) -> AnyArray:
     if reason is None and wish.copy is not True:
         return _bridge.adopt(numbers, kind.format, row_at_least(numbers.shape))
     if reason is not None and wish.copy is False:
-        raise refuse_copy(reason)
+        raise refuse_copy(reason.format(source=numbers.dtype, kind=kind))
     if _is_readable_as_block(numbers, kind):
         # It reorders whole blocks at once, but wants formats without a mark of byte order.
         return kind.make(numbers.view(kind.dtype))
     fitted = fit(numbers, kind)
-    if np.may_share_memory(fitted, numbers) or not fitted.flags.f_contiguous:
+    if fitted is numbers or not fitted.flags.f_contiguous:
         fitted = np.array(fitted, kind.dtype, order="F", copy=True)
     return _bridge.adopt(fitted, kind.format, row_at_least(fitted.shape))
 
@@ -100,12 +100,12 @@ def _is_aligned(numbers: NDArray[Any], kind: Kind) -> bool:
 
 
 def _why_not_shared(numbers: NDArray[Any], kind: Kind) -> str | None:
-    if numbers.dtype == kind.dtype:
-        pass
-    elif numbers.dtype.newbyteorder() == kind.dtype:
-        return "their bytes are in the other order"
-    else:
-        return f"they are of type {numbers.dtype} and become {kind}"
+    """A reason, in which {source} and {kind} stand for what takes long to write."""
+    dtype = numbers.dtype
+    if dtype != kind.dtype:
+        if not dtype.isnative and dtype.newbyteorder() == kind.dtype:
+            return "their bytes are in the other order"
+        return "they are of type {source} and become {kind}"
     if not _is_aligned(numbers, kind):
         return "they are not aligned"
     if not numbers.flags.f_contiguous:
