@@ -306,9 +306,10 @@ version_of() { "$1" -c 'import sys; print("%d.%d" % sys.version_info[:2])'; }
 
 # --- virtual environments and the build ------------------------------------------------------------------------
 
-# make_environment PYTHON DIRECTORY GROUP...: an environment with the dependency groups of pyproject.toml. It is made
-# anew when the interpreter or the place of the checkout has changed; packages are asked for only when pyproject.toml has.
-# What is done is written down when it is done, so that a run that broke off is made up for by the next.
+# make_environment PYTHON DIRECTORY GROUP...: an environment with dependency groups of pyproject.toml, of which
+# requirements/ names the versions and the hashes. It is made anew when the interpreter or the place of the checkout has
+# changed; packages are asked for only when their list has. What is done is written down when it is done, so that a run
+# that broke off is made up for by the next.
 make_environment() {
     local python=$1 directory=$2
     shift 2
@@ -317,23 +318,22 @@ make_environment() {
     if [[ $(cat "$directory/made-for" 2>/dev/null) != "$identity" || ! -x $directory/bin/python ]]; then
         rm -rf "$directory"
         "$python" -m venv "$directory"
-        pip_install "$directory" --upgrade 'pip>=25.1'
+        install_locked "$directory" installer
         printf '%s\n' "$identity" >"$directory/made-for"
     fi
     for group in "$@"; do
         stamp=$directory/installed-$group
-        if ! cmp -s "$root/pyproject.toml" "$stamp"; then
-            pip_install "$directory" --group "$root/pyproject.toml:$group"
-            cp "$root/pyproject.toml" "$stamp"
+        if ! cmp -s "$root/requirements/$group.txt" "$stamp"; then
+            install_locked "$directory" "$group"
+            cp "$root/requirements/$group.txt" "$stamp"
         fi
     done
 }
 
-pip_install() { # ENVIRONMENT ARGUMENT...
-    local environment=$1
-    shift
-    "$environment/bin/python" -m pip install -qq "$@" ||
-        die "pip could not install $*; is the network there? Starting again takes up the work where it stopped."
+install_locked() { # ENVIRONMENT GROUP
+    "$1/bin/python" -m pip install -qq --require-hashes --requirement "$root/requirements/$2.txt" ||
+        die "pip could not install what requirements/$2.txt names; is the network there? Starting again takes up the" \
+            "work where it stopped."
 }
 
 # install_libraries ENVIRONMENT: the dependency group `libraries`, at once or, where one of them has no release for the
