@@ -1,6 +1,7 @@
 #include "vocabulary/caller_code.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 
@@ -18,13 +19,13 @@ struct StackReserve {
     std::uintptr_t end = 0; ///< 0 as long as it has not been looked for
 };
 
-/// Nothing, between two places of no meaning, when the thread does not tell.
+/// Nothing, between two places of no meaning, when the thread does not tell; to be asked anew where memory is short.
 StackReserve reserveOfThisThread() noexcept {
     constexpr std::size_t kept = std::size_t{128} << 10;
     constexpr StackReserve unknown{1, 1};
     pthread_attr_t attributes;
-    if (pthread_getattr_np(pthread_self(), &attributes) != 0)
-        return unknown;
+    if (const int status = pthread_getattr_np(pthread_self(), &attributes); status != 0)
+        return status == ENOMEM ? StackReserve{} : unknown;
     void* address = nullptr;
     std::size_t size = 0;
     std::size_t guard = 0;
@@ -39,7 +40,9 @@ StackReserve reserveOfThisThread() noexcept {
 
 /// A program may run on stacks that are not its threads' own; of those nothing is known, and they pass.
 bool stackRunsOut() noexcept {
-    static constinit thread_local StackReserve reserve;
+    // In memory that each thread has from its start: any other is allocated when it is first touched, and glibc ends the
+    // process where that fails.
+    [[gnu::tls_model("initial-exec")]] static constinit thread_local StackReserve reserve;
     if (reserve.end == 0)
         reserve = reserveOfThisThread();
     const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
