@@ -422,6 +422,25 @@ install_package() {
         --no-build-isolation --no-deps --force-reinstall "--config-settings=build-dir=$build" "${settings[@]}" "$root"
 }
 
+# build_sanitized ENVIRONMENT BUILD_DIRECTORY [CMAKE_DEFINITION...]: a build tree under the sanitizers, not installed.
+build_sanitized() {
+    local environment=$1 build=$2
+    shift 2
+    clear_foreign_build "$build" "$root"
+    PATH=$environment/bin:$PATH cmake -S "$root" -B "$build" -G Ninja "-DPython_EXECUTABLE=$environment/bin/python" \
+        -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O1 -DORVANE_SANITIZE=ON "${@/#/-D}" >/dev/null
+    PATH=$environment/bin:$PATH with_progress "$build.log" cmake --build "$build"
+    export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+}
+
+# use_sanitized BUILD_DIRECTORY: has Python import from there, in the environment that the build has written down, as it
+# knows the compiler's runtimes.
+use_sanitized() {
+    local settings
+    mapfile -t settings <"$1/python-test-environment"
+    export PYTHONPATH=$1/package "${settings[@]}"
+}
+
 # build_native_example ENVIRONMENT BUILD_DIRECTORY: builds the module `spectral` against the installed package, as
 # someone would who has nothing but that.
 build_native_example() {

@@ -19,7 +19,7 @@ PATH=$environment/bin:$PATH
 cd "$root"
 
 mapfile -t cpp_sources < <(find data_array src sdk tests examples bench -name '*.[ch]pp' -o -name '*.[ch]')
-mapfile -t shell_sources < <(find scripts .ci -type f)
+mapfile -t shell_sources < <(find scripts .ci -type f ! -name '*.py')
 
 if [[ ${1:-} == --fix ]]; then
     clang-format -i "${cpp_sources[@]}"

@@ -54,26 +54,20 @@ test_on() { # PYTHON
     run_python_tests "$environment" "$build"
 }
 
-# The environment of the Python tests is written down by the build, which knows the compiler's runtimes. What the tests
-# ask for beyond all memory has to come back as a null pointer, as it does without the sanitizers.
+# What the tests ask for beyond all memory has to come back as a null pointer, as it does without the sanitizers.
 sanitize_on() { # PYTHON
-    local version environment build settings
+    local version environment build
     version=$(version_of "$1")
     environment=$root/.venv/$version
     build=$root/build/$version-sanitize
     say "CPython $version: environment"
     prepare_environment "$1" "$environment"
     say "CPython $version: build under the sanitizers"
-    clear_foreign_build "$build" "$root"
-    PATH=$environment/bin:$PATH cmake -S "$root" -B "$build" -G Ninja "-DPython_EXECUTABLE=$environment/bin/python" \
-        -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O1 -DORVANE_SANITIZE=ON -DORVANE_BUILD_TESTS=ON >/dev/null
-    PATH=$environment/bin:$PATH with_progress "$build.log" cmake --build "$build"
-    export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+    build_sanitized "$environment" "$build" ORVANE_BUILD_TESTS=ON
     say "CPython $version: C++ tests under the sanitizers"
     ASAN_OPTIONS=allocator_may_return_null=1 run_cpp_tests "$environment" "$build"
     say "CPython $version: Python tests under the sanitizers"
-    mapfile -t settings <"$build/python-test-environment"
-    export PYTHONPATH=$build/package "${settings[@]}"
+    use_sanitized "$build"
     run_python_tests "$environment" "$build"
 }
 

@@ -2,7 +2,7 @@
 
 import ctypes
 import math
-from collections.abc import Callable
+from collections.abc import Callable, Collection
 from ctypes import POINTER, PYFUNCTYPE, c_char_p, c_int, c_ssize_t, c_uint, c_void_p
 from typing import Any
 
@@ -98,8 +98,8 @@ class Exporter(_exporting_base()):  # type: ignore[misc]
         data: bytes,
         format_: str | None,
         itemsize: int,
-        shape: tuple[int, ...] | None = None,
-        strides: tuple[int, ...] | None = None,
+        shape: Collection[int] | None = None,
+        strides: Collection[int] | None = None,
         *,
         ndim: int | None = None,
         length: int | None = None,

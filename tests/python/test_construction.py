@@ -4,14 +4,10 @@ import array
 from functools import partial
 
 import pytest
-from hypothesis import given
-from hypothesis import strategies as st
 
 import orvane
 from impostors import Sequence
-from reference.array import View
-from reference.elements import KINDS
-from support import check, evaluate, grid, make, outcome, stored_bytes, table
+from support import check, evaluate, outcome, table
 
 
 @table(r"""
@@ -95,51 +91,3 @@ def test_a_user_defined_sequence_sees_every_call_in_order():
         "len-a a0 len-b a1 len-c a0 len-b b0 b1 b0 b1 a1 len-c c0 c1 c0 c1 "
         "len-s s0 s1 len-v v0 v1 len-x x0"
     )
-
-
-elements = st.integers(-3, 300) | st.sampled_from([None, 1.5, True, 1j, "x", 2**64, -(2**40)])
-values = st.recursive(elements, lambda inner: st.lists(inner, max_size=3), max_leaves=12)
-sizes = st.none() | st.lists(st.integers(-1, 4) | st.just(True), max_size=4)
-vectors = st.none() | st.lists(elements, max_size=6)
-
-
-@given(st.sampled_from(KINDS), st.none() | values, sizes, vectors, st.integers(1, 3))
-def test_any_arguments_give_what_the_reference_gives(kind, initializer, size, vector, repeats):
-    if isinstance(initializer, list) and repeats > 1:
-        initializer = [initializer] * repeats  # more often rectangular than chance would have it
-    arguments = {"initializer": initializer, "size": size, "vector": vector}
-
-    def ours():
-        made = make(kind, **arguments)
-        return made.size, stored_bytes(made)
-
-    assert outcome(ours) == outcome(lambda: View.make(kind, **arguments).export())
-
-
-limits = [2**63 - 2, -(2**63) - 1, 2**64 - 2, -2, 126, 254, 2**15 - 2, 2**32 - 2]
-containers = st.one_of(
-    st.sampled_from([range(start, start + 4) for start in limits]),
-    st.builds(range, st.integers(-3, 99), st.integers(-3, 99), st.sampled_from([1, -7])),
-    *(st.binary(max_size=5), st.binary(max_size=5).map(bytearray)),
-    st.builds(array.array, st.sampled_from("bBhHiIlLqQfd"), st.lists(st.integers(0, 127))),
-    st.builds(
-        lambda kind, rows, chain: eval(chain, {"a": grid(rows, 3, 2, kind=kind)}),
-        *(st.sampled_from(KINDS), st.integers(1, 3)),
-        st.sampled_from(["a", "a[::-2]", "a[0]", "a[0][2][::-1]"]),
-    ),
-)
-
-
-@given(st.sampled_from(KINDS), containers)
-def test_containers_that_are_read_directly_are_read_as_any_sequence_is(kind, values):
-    initializers = ({"initializer": [values]}, {"initializer": (values,) * 2})
-    for arguments in ({"vector": values}, *initializers):
-        ours = outcome(lambda a=arguments: stored_bytes(make(kind, **a)))
-        assert ours == outcome(lambda a=arguments: View.make(kind, **a).export()[1])
-    theirs, ours = View.make(kind, size=(2, len(values))), make(kind, size=(2, len(values)))
-    for subscript in (slice(None), slice(1, 2), 1, slice(None, None, -1)):
-        for one, other in ((theirs, ours), (theirs[0], ours[0])):
-            sets = (lambda t=t, s=subscript: t.__setitem__(s, values) for t in (one, other))
-            expected, got = map(outcome, sets)
-            assert got == expected
-        assert stored_bytes(ours) == theirs.export()[1]

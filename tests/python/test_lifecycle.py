@@ -7,7 +7,7 @@ import pytest
 
 import orvane
 from impostors import Sequence
-from support import check, evaluate, grid, nested, table
+from support import check, evaluate, nested, table
 
 
 class Mapping(dict):
@@ -65,12 +65,3 @@ def test_the_dictionary_is_left_as_it_was_and_may_change_under_way():
     keywords = {"size": shape, "vector": [3.0, 4.0]}
     assert nested(orvane.double(keywords)) == [[3.0, 4.0]]
     assert keywords == {}
-
-
-def test_views_and_iterators_outlive_their_source():
-    array = grid(2, 3)
-    row, rows, iterator = array[1], array[0:2], iter(array)
-    del array
-    gc.collect()
-    assert nested(row) == [1.0, 3.0, 5.0]
-    assert [nested(item) for item in iterator] == nested(rows) == [[0.0, 2.0, 4.0], nested(row)]

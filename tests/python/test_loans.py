@@ -5,8 +5,6 @@ from __future__ import annotations
 import gc
 import os
 import sys
-import threading
-from concurrent.futures import ThreadPoolExecutor
 from typing import Any
 
 import pytest
@@ -47,30 +45,6 @@ def test_what_is_lent_is_what_python_sees(loans, expression, answer):
     assert total == 0 or (loan.address() - array.buffer_info()[0]) // 8 in range(6)
     array[0][0] = array[1][0] = 7
     assert sum(loans.lend(part, False, True).values()) == sum(flat(part))
-
-
-def test_writing_shows_in_python_and_in_what_was_handed_out(loans):
-    array = rows()
-    before = array.clone()
-    exported = memoryview(array)
-    for handed_out in (False, True):
-        if handed_out:
-            loans.handed_out(array)
-        first, second = (loans.lend(array, True, False) for _ in range(2))
-        first.write(0, 10)
-        second.write(5, 60)
-        array[0][1] = 20
-        assert array == orvane.double([[10, 20, 3], [4, 5, 60]])
-        assert loans.handed_out(array) == [10, 4, 20, 5, 3, 60] == list(array.noncomplex())
-        array.reshape(3, 2)
-        first.write(1, 40)
-        array.reshape(2, 3)
-        assert exported.tolist() == [[10, 20, 3], [40, 5, 60]]
-        second.give_back_elsewhere()
-        first.give_back()
-        assert loans.handed_out(array) == [10, 40, 20, 5, 3, 60]
-        array[1][0] = 4
-    assert before == rows()
 
 
 def test_refusals(loans):
@@ -122,29 +96,6 @@ def test_what_is_given_up_is_not_copied(loans):
         assert array.buffer_info() == (address, 6)
     with refused(ValueError, "the vector has another number of elements than the extents make"):
         loans.moved([1, 2], [3])
-
-
-def test_threads(loans):
-    array = rows()
-    stop = threading.Event()
-
-    def borrow(for_writing: bool) -> None:
-        while not stop.is_set():
-            loan = loans.lend(array, for_writing, False)
-            if for_writing:
-                loan.write(3, 5)
-            loan.give_back_elsewhere()
-
-    with ThreadPoolExecutor(8) as pool:
-        borrowers = [pool.submit(borrow, i % 2 == 0) for i in range(8)]
-        for i in range(300):
-            array[0][0] = i
-            array.reshape(2 + i % 2, 3 - i % 2)
-            array.clone()
-            loans.handed_out(array[:])
-        stop.set()
-    assert [borrower.result() for borrower in borrowers] == [None] * 8
-    assert loans.handed_out(array) == list(array.noncomplex())
 
 
 WITHOUT_TABLE = """

@@ -144,8 +144,8 @@ def test_another_library_can_take_its_place():
     environment = {"LD_LIBRARY_PATH": str(REPLACEMENT.parent)}
     loaded = python(PROLOGUE + USE, **environment)
     assert loaded == f"{REPLACEMENT.resolve()}\n"
-    names = "buffers construction export lifecycle methods model protocols roads"
+    names = "buffers construction export fuzz lifecycle methods protocols roads"
     files = [str(Path(__file__).with_name(f"test_{name}.py")) for name in names.split()]
     options = ["-q", "-x", "-p", "no:cacheprovider"]
     tests = f"import pytest; sys.exit(pytest.main({options + files}))"
-    python(PROLOGUE + tests, ORVANE_MODEL_EXAMPLES="100", **environment)
+    python(PROLOGUE + tests, ORVANE_FUZZ_PROGRAMS="60", **environment)

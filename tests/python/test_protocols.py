@@ -26,7 +26,6 @@ from support import (
     make,
     nested,
     refused,
-    stored_bytes,
     table,
 )
 
@@ -148,17 +147,6 @@ def test_awkward_doubles_and_long_texts():
     assert str(from_stored(DOUBLE, stored * 999)) == as_python_prints(DOUBLE, stored * 999)
     pairs = [(x, y) for x in stored[-8:] for y in stored[-8:]]
     assert str(from_stored(COMPLEX, pairs)) == as_python_prints(COMPLEX, pairs)
-
-
-@each_kind
-def test_a_round_trip_keeps_type_kind_shape_and_values(kind):
-    for array in (grid(2, 3, kind=kind), grid(1, 1, kind=kind), grid(2, 1, 3, kind=kind)):
-        copies = [pickle.loads(pickle.dumps(array, p)) for p in range(pickle.HIGHEST_PROTOCOL + 1)]
-        for twin in (*copies, copy.copy(array), copy.deepcopy(array)):
-            assert (type(twin), twin.size) == (type(array), array.size)
-            assert (twin._is_complex, stored_bytes(twin)) == (kind.is_complex, stored_bytes(array))
-            assert twin.buffer_info()[0] != array.buffer_info()[0]
-    assert pickle.loads(pickle.dumps(make(kind)))._is_complex is kind.is_complex
 
 
 def test_spawned_workers():

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import functools
 import itertools
 import math
 import operator
@@ -87,6 +88,10 @@ class View:
     @property
     def shape(self) -> list[int]:
         return self.storage.shape
+
+    @property
+    def is_whole(self) -> bool:
+        return not self.fixed and self.narrowed is None
 
     def _require_free_dimension(self) -> int:
         if len(self.fixed) >= len(self.shape):
@@ -260,7 +265,7 @@ class View:
 
     def export(self) -> tuple[tuple[int, ...], bytes]:
         """Shape and bytes of the buffer; that of a view is the image of its first export."""
-        if not self.fixed and self.narrowed is None:
+        if self.is_whole:
             return tuple(self.shape), self.storage.pack()
         if self.exported is None:
             try:
@@ -269,32 +274,42 @@ class View:
                 raise RuntimeError("null data pointer.") from None
         return tuple(self.exported.shape), self.exported.pack()
 
-    def reduce(self) -> tuple[dict[str, bool], list[Any]]:
-        flags = {"is_complex": True} if self.storage.kind.is_complex else {}
-        return flags, self.nested(self.fixed)
+    def __reduce__(self) -> tuple[Any, tuple[dict[str, bool], list[Any]]]:
+        kind = self.storage.kind
+        flags = {"is_complex": True} if kind.is_complex else {}
+        return functools.partial(_rebuilt, kind), (flags, self.nested(self.fixed))
 
-    def part(self, name: str) -> list[Any]:
-        """`real`, `imag` or `noncomplex`: of the whole array in storage order."""
-        if name == "noncomplex":
-            if self.storage.kind.is_complex:
-                raise ValueError("noncomplex() must not be called on a complex array.")
-            return list(self.storage.elements)
-        if not self.storage.kind.is_complex:
+    def _part(self, place: int | None) -> View:
+        """The elements of the whole array in storage order, or one part of each, as a row."""
+        kind, elements = self.storage.kind, list(self.storage.elements)
+        if kind.is_complex and place is None:
+            raise ValueError("noncomplex() must not be called on a complex array.")
+        if not kind.is_complex and place is not None:
             raise ValueError("real() and imag() can be called only on a complex array.")
-        return [stored[name == "imag"] for stored in self.storage.elements]
+        if place is not None:
+            elements = [stored[place] for stored in elements]
+        return View(Storage(Kind(kind.element), [1, len(elements)], elements), [0])
 
-    def equals(self, other: View) -> bool:
+    noncomplex = functools.partialmethod(_part, None)
+    real = functools.partialmethod(_part, 0)
+    imag = functools.partialmethod(_part, 1)
+
+    def __eq__(self, other: object) -> bool:
         """Walks both side by side; an error inside an item goes through."""
-        if self.storage.kind.element != other.storage.kind.element:
+        if not isinstance(other, View) or self.storage.kind.element != other.storage.kind.element:
             return False
         ours, theirs = iter(self), iter(other)
         while True:
             first, second = next(ours, None), next(theirs, None)
             if first is None or second is None:
                 return first is second
-            views = isinstance(first, View), isinstance(second, View)
-            if not (first.equals(second) if all(views) else not any(views) and first == second):
+            if first != second:
                 return False
+
+
+def _rebuilt(kind: Kind, _flags: dict[str, bool], nested: list[Any]) -> View:
+    """What becomes of a pickle, or of a copy."""
+    return View.make(kind, nested)
 
 
 class ViewIterator(Iterator[Any]):

@@ -1,5 +1,6 @@
 """The eleven element types: what they accept, what they store, what they give back."""
 
+import ctypes
 import math
 import struct
 from dataclasses import dataclass
@@ -42,7 +43,7 @@ TYPES = tuple(map(ElementType, _NAMES.split(), "dfbBhHiIqQ?"))
 
 def is_sequence(value: object) -> bool:
     """What the interpreter's `PySequence_Check` says of a value."""
-    return hasattr(type(value), "__getitem__") and not isinstance(value, dict)
+    return bool(ctypes.pythonapi.PySequence_Check(ctypes.py_object(value)))
 
 
 def single_from_float(value: float) -> float:
@@ -115,7 +116,7 @@ class Kind:
         if isinstance(value, float) and self.name in ("double", "single"):
             return self._from_part(float(value))
         if isinstance(value, float | complex) and self.name == "logical" and constructing:
-            return value != 0
+            return bool(value != 0)
         refusals = {
             float: f"orvane.{self.name} does not accept floating-point values.",
             complex: f"orvane.{self.name} does not accept complex values "
@@ -159,6 +160,7 @@ class Kind:
 
     def _complex(self, value: object) -> Stored:
         if isinstance(value, complex):
+            value = complex(value)  # NumPy's have parts of NumPy's
             return self._from_part(value.real), self._from_part(value.imag)
         if isinstance(value, float):
             return self._from_part(float(value)), self.zero[1]

@@ -29,6 +29,8 @@ def places(dims: list[int]) -> Iterator[tuple[int, ...]]:
 
 def storage_order(dims: list[int], elements: list[Stored]) -> list[Stored]:
     """Reorders elements from the order of nesting to the order of storage, first index fastest."""
+    if not elements:
+        return []  # whatever extents the empty ones stand beside
     by_place = dict(zip(places(dims), elements, strict=True))
     return [by_place[place[::-1]] for place in places(dims[::-1])]
 

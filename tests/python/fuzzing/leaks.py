@@ -1,0 +1,43 @@
+"""Whether a program, run again and again, leaves the process's memory where it was."""
+
+import ctypes
+import gc
+import os
+import sys
+from array import array
+from itertools import pairwise
+
+from .program import Program, run
+
+
+class HeapUse(ctypes.Structure):
+    """The `mallinfo2` of glibc."""
+
+    _fields_ = tuple((f"field{i}", ctypes.c_size_t) for i in range(10))
+
+
+heap_use = getattr(ctypes.CDLL(None), "mallinfo2", None)
+if heap_use:
+    heap_use.restype = HeapUse
+is_measured = bool(heap_use and sys.getallocatedblocks()) and "ORVANE_SANITIZED" not in os.environ
+
+
+def in_use() -> tuple[int, int]:
+    """Blocks of the interpreter's; bytes that have not been freed, mapped ones included."""
+    gc.collect()
+    heap = heap_use()
+    return sys.getallocatedblocks(), heap.field7 + heap.field4
+
+
+def check_leaks(seed: int, operations: list[int] | None = None) -> None:
+    if not is_measured or Program(seed).has_threads:
+        return
+    for times in (4, 12, 40, 200):  # what grows by chance, or for a while, is looked at longer
+        marks = array("q", [0] * 2 * times)  # measuring leaves nothing either
+        for i in range(times):
+            run(seed, operations)
+            marks[2 * i : 2 * i + 2] = array("q", in_use())
+        growth = [min(b - a for a, b in pairwise(marks[i + 2 :: 2])) for i in (0, 1)]
+        if max(growth) <= 0:
+            return
+    raise AssertionError(f"blocks, bytes that each run leaves: {growth}")
