@@ -2,19 +2,14 @@
 
 import array
 import ctypes
-import math
 import struct
-from itertools import product
 
 import numpy
 import pytest
-from hypothesis import given
-from hypothesis import strategies as st
 
 import orvane
-from impostors import Exporter, exporting, from_stored
-from reference.elements import KINDS
-from support import check, each_kind, make, nested, outcome, refused, stored_bytes, table
+from impostors import Exporter
+from support import check, nested, refused, table
 
 
 @table(r"""
@@ -67,66 +62,6 @@ def test_lengths_and_shapes_that_do_not_fit(expression, answer):
         with refused(BufferError, "input does not fit evenly into output type."):
             use(exporter)
     assert exporter.open_views == 0
-
-
-def test_no_format_is_widened_into_another():
-    for theirs, ours in product(KINDS, repeat=2):
-        buffer = exporting(theirs, [theirs.zero])
-        words = f"is not compatible with output format ('{ours.format}'); use a different"
-        if ours.is_complex and not theirs.is_complex:
-            words = "does not begin with 'Z', but output type is complex"
-        got = outcome(lambda ours=ours, buffer=buffer: make(ours, buffer).size)
-        if theirs == ours or {theirs.format, ours.format} == {"B", "?"}:
-            assert got == ("gave", "tuple", (1, 1))
-        else:
-            assert got[:2] == ("raised", BufferError)
-            assert got[2].startswith(f"input buffer format ('{theirs.format}') {words}")
-        assert buffer.open_views == 0
-
-
-@each_kind
-@pytest.mark.parametrize("misaligned", [False, True])
-@pytest.mark.parametrize("order", "CFN")
-def test_storage_orders(kind, order, misaligned):
-    """Row-major, column-major, and an exporter with no strides at all, which means row-major."""
-    shape = (3, 2, 5)
-    stored = kind.unpack(bytes(range(1, 31)) * kind.size)
-    data = b"".join(map(kind.pack, stored))
-    places = numpy.arange(30).reshape(shape, order="F" if order == "F" else "C")
-    strides = None if order == "N" else tuple(kind.size * s // 8 for s in places.strides)
-    buffer = Exporter(data, kind.format, kind.size, shape, strides, misaligned=misaligned)
-    made = make(kind, buffer)
-    assert (made.size, buffer.open_views) == (shape, 0)
-    expected = b"".join(kind.pack(stored[place]) for place in places.ravel(order="F"))
-    assert stored_bytes(made) == expected
-    if kind.name not in ("single", "logical"):  # where NaN and truth may change the bytes
-        assert stored_bytes(from_stored(kind, stored)) == bytes(range(1, 31)) * kind.size
-
-
-@pytest.mark.parametrize("shape", [(1, 5), (5, 1), (1, 1), (1, 4, 3), (3, 1, 4), (1, 1, 6)])
-@pytest.mark.parametrize("order", "CF")
-def test_lengths_of_one_do_not_mislead_about_the_order(shape, order):
-    source = numpy.arange(float(numpy.prod(shape))).reshape(shape, order=order)
-    # A dimension of length one may carry any stride.
-    strides = tuple(s if n > 1 else 8 for s, n in zip(source.strides, shape, strict=True))
-    odd = Exporter(source.tobytes(order="A"), "d", 8, shape, strides)
-    assert nested(orvane.double(source)) == nested(orvane.double(odd)) == source.tolist()
-
-
-@given(
-    st.sampled_from([kind for kind in KINDS if kind.format in (*"dfbBhHiIqQ?", "Zd", "Zf")]),
-    st.lists(st.sampled_from([1, 2, 3, 5, 16, 31, 64, 67, 129, 300, 1100]), min_size=2, max_size=6),
-)
-def test_row_major_input_of_any_shape(kind, shape):
-    """Crosses the edges of whatever blocks the elements are reordered in."""
-    while math.prod(shape) > 40_000:
-        shape.remove(max(shape))
-    shape = [1] * (2 - len(shape)) + shape
-    dtype = {"Zd": "D", "Zf": "F"}.get(kind.format, kind.format)
-    source = (numpy.arange(math.prod(shape)) % 251).astype("B").astype(dtype).reshape(shape)
-    values = source.tolist() if source.size < 4000 else source
-    for made in (make(kind, source), make(kind, values)):
-        assert stored_bytes(made) == source.tobytes(order="F")
 
 
 def test_new_arrays_are_copies_and_refusals_keep_the_words_of_the_exporter():
