@@ -6,9 +6,11 @@ namespace orvane::python {
 
 namespace {
 
-/// An attribute of a range that holds an integer.
+/// An attribute of a range that holds an integer. The name is one for all calls: the interpreter keeps those that it
+/// has looked up in a cache.
 std::optional<long long> rangeAttribute(PyObject* range, const char* name) {
-    const PyRef value = PyRef::steal(PyObject_GetAttrString(range, name));
+    const PyRef attribute = PyRef::steal(PyUnicode_InternFromString(name));
+    const PyRef value = attribute ? PyRef::steal(PyObject_GetAttr(range, attribute.get())) : PyRef();
     long long number = 0;
     if (value && readInteger(value.get(), number))
         return number;

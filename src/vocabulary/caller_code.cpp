@@ -40,8 +40,8 @@ StackReserve reserveOfThisThread() noexcept {
 
 /// A program may run on stacks that are not its threads' own; of those nothing is known, and they pass.
 bool stackRunsOut() noexcept {
-    // In memory that each thread has from its start: any other is allocated when it is first touched, and glibc ends the
-    // process where that fails.
+    // In memory that each thread has from its start: any other is allocated when it is first touched, and glibc ends
+    // the process where that fails.
     [[gnu::tls_model("initial-exec")]] static constinit thread_local StackReserve reserve;
     if (reserve.end == 0)
         reserve = reserveOfThisThread();

@@ -1,0 +1,190 @@
+"""Every operation again and again, with each of its allocations failing in turn.
+
+What comes is the usual result or refusal, or MemoryError; the arrays are as they were or as the
+operation leaves them; nothing is lost, also where nothing fails. A child process does it, under
+`tests/native/scarce_memory.c`.
+"""
+
+import array
+import copy
+import ctypes
+import gc
+import itertools
+import os
+import pickle
+import re
+import sys
+from pathlib import Path
+
+import numpy
+import pytest
+
+import orvane
+from impostors import Sequence
+from native_clients import build_directory, run
+from orvane import _bridge as bridge
+from support import NAMESPACE, grid
+
+READS = """
+a[1][2]; z[0][0]; a[0:1][0]; a[::-1][1:][0][1]; len(a); a.size; a.itemsize; a[1][2:][::-1].size
+list(a); [x for row in a for x in row]; [x for row in z for x in row]; iter(a); next(iter(a[0]))
+str(a); repr(z); str(a[0:1]); str(line); 5.0 in a[0]; a == a; a != z; a == b; a[0] == b[0]; a == 5
+z == z; a.clone(); a[0].clone(); a[:][1:].clone(); memoryview(a); memoryview(a[:][0]); bytes(a[0:1])
+a[0].toarray(); z.real(); z._imag; a.noncomplex(); a.buffer_info(); a.get_bytewise_strides()
+a.reshape(3, 2).reshape(2, 3); a.__reduce__(); z.__reduce__(); copy.copy(a); copy.deepcopy(z)
+pickle.loads(pickle.dumps(a)); double(); double(5); double([[1, 2], [3, 4]]); double([1, 2], (2, 1))
+double(size=(2, 2)); double(vector=[1, 2, 3]); double(vector=range(4), size=(2, 2)); double(buffer)
+double(rows, size=(2, 2)); double({"initializer": [1.0], "is_complex": True}); double({}, [1])
+double(a); uint8(b""); double([[1j, 2]], is_complex=True)
+double(Sequence([1, 2])); empty.reshape(0, next(count)).buffer_info()
+"""
+
+WRITES = """
+a[0][1] = 5; a[0] = [0, 1, 2]; a[0:1] = [[0, 1, 2]]; a[0][0:2] = (0, 1); z[0][0] = 1j
+z[0] = [1j, None]; a[0] = b[0]; a[::-1] = a; a[1:2][0] = Sequence([1, 2, 3]); a[0][1:][0:2] = [3, 4]
+"""
+
+FAILURES = """
+double("x"); double([1, [2]]); double([[1, 2], [3]]); double([None]); double([1, BIG])
+double(5, "x"); double(vector=[None]); double(vector=5); double([1, 2], (3,))
+double([[1], [2]], (1, 2)); double(size=(-1,)); double(shape=1); double(is_complex=1)
+logical(is_complex=True); double(size=(10**9, 10**9)); double(b"ab"); double({"shape": 1})
+double({"is_complex": 1}, 5); double(Sequence([], 2)); double([Sequence([], 1)])
+double(numpy.zeros((4, 4))[::2]); double(uneven); double([[[], []], [[1], [2]]])
+double(vector=[[1]]); a[9]; a[0][9]; a["x"]; a[BIG]; a[::0]; a["x":]; a.real(); z.noncomplex()
+z._data; a._imag; a < a; a.reshape(5); a.reshape(5, 5); a.reshape(2, 3, x=1); a[0].reshape(6, 1)
+a.reshape(Sequence([], 2)); a[0] = 5; a[0:1] = 5; a[0:2] = []; a[0][0] = "x"; a[0] = [1, "x"]
+a[0][0:2] = [1]; a[0] = Sequence([], 2)
+del a[0][0]; del a[0]; a[0:1] = [[1], [[2]]]; a[9] = 1
+str(column); list(iter(column)); column == row
+column.clone(); column.__reduce__()
+memoryview(column); len(line); line[0]; line[0] = 1
+"""
+
+MORE = """
+large.clone(); double(large); double(rows); double(plane); double(steps); double(numbers)
+large[::2].clone(); str(large[::9]); large == large[:]; pickle.loads(pickle.dumps(large[:9]))
+memoryview(large[::3]); wide.real(); copy.deepcopy(wide); large.reshape(50, 200)
+large[::2] = large[1::2]; large[:] = plane; large[:] = large[::-1]; wide[0] = rows[0]; write(large)
+orvane.tolist(b); bridge.copy(large[0]); bridge.copy_memory(plane, 'd', (100, 100))
+bridge.adopt(plane, 'd', (100, 100))[0]; bridge.adopt(plane, 'd', (10000, 1)).clone()
+orvane.from_dlpack(orvane.to_dlpack(large), copy=False)[1]; orvane.asarray([[1, 2], [3, 4.5]])
+"""
+
+# What runs code of the interpreter's that is written in Python is not tried with its objects
+# failing: such code loses them itself, and on some versions crashes.
+OF_PYTHON = re.compile(r"copy\.|pickle\.|orvane\.|Sequence|write")
+
+
+def names():
+    cube, b, z = grid(2, 2, 2), grid(4, 2), orvane.double([[1, 2j]], is_complex=True)
+    line, column, row = cube[1][1], b[3], orvane.double([3, 5, 7, 0])[0]
+    cube.reshape(4, 2), b.reshape(2, 4)
+    a, b, empty, count = grid(2, 3), grid(2, 3, first=1), orvane.double(), itertools.count(1)
+    buffer, rows = array.array("d", [1.0, 2.0]), numpy.arange(4.0).reshape(2, 2)
+    modules = {c.__name__: c for c in (Sequence, numpy, copy, pickle)}
+    return NAMESPACE | modules | locals()
+
+
+def write(array):
+    elements = bridge.Elements(array, writable=True)
+    memoryview(elements)[0, 0] = 5
+    elements.close()
+
+
+def more_names():
+    large, rows = grid(100, 100), [[float(i)] * 100 for i in range(100)]
+    plane, numbers = numpy.arange(10000.0).reshape(100, 100), list(range(10000))
+    steps, wide = plane.T[::2], orvane.single([[1j] * 100] * 100, is_complex=True)
+    return names() | globals() | locals()
+
+
+def shown(value):
+    """A value as a text that is the same in every call; arrays by their elements."""
+    try:
+        is_array = isinstance(value, orvane.ARRAY_TYPES)
+        text = f"{value.size} {value!r}" if is_array else repr(value)
+    except IndexError as error:  # a stale view
+        text = str(error)
+    return re.sub(r"0x\w+|\d{10,}", "", text)
+
+
+def arrays_in(space):
+    return [shown(value) for value in space.values() if isinstance(value, orvane.ARRAY_TYPES)]
+
+
+class Tried:
+    """A statement, and how to carry it out while allocations fail."""
+
+    def __init__(self, library, statement, names):
+        self.call, self.in_use = library.call_short_of_memory, library.bytes_handed_out
+        self.call.restype, self.in_use.restype = ctypes.py_object, ctypes.c_long
+        self.statement, self.names = statement, names
+        value = "" if re.search(r" = |^del |^write", statement) else "return "
+        self.code = compile(f"def use(): {value}{statement}", statement, "exec")
+        self.before, (self.usual, self.after, _) = arrays_in(names()), self.run(0, 0)
+
+    def run(self, first, end):
+        """What it gives when the allocations from `first` on fail, before `end`; what it leaves;
+        how many there were."""
+        space, count, answer = self.names(), ctypes.c_long(), None
+        exec(self.code, space)
+        try:
+            limits = ctypes.c_long(first), ctypes.c_long(end), ctypes.byref(count)
+            answer = shown(self.call(ctypes.py_object(space["use"]), *limits))
+        except SystemError as error:  # of the frame of `use`, on some versions
+            answer = "MemoryError" if "<function use" in str(error) else repr(error)
+        except BaseException as error:
+            answer = type(error).__name__
+        return answer, arrays_in(space), count.value
+
+    def faults(self, number):
+        """What is wrong when so many allocations fail, one after the other. Of more than some, the
+        interpreter does not recover."""
+        for first in range(10_000):
+            answer, left, count = self.run(first, first + number)
+            if answer not in (self.usual, "MemoryError"):
+                yield f"{self.statement}: allocation {first} fails, {answer[:200]}"
+            if left not in (self.before, self.after) and "reshape" not in self.statement:
+                yield f"{self.statement}: allocation {first} fails, and leaves {left}"
+            if count <= first:
+                return
+
+    def growth(self):
+        """The bytes that each time leaves, at least."""
+        marks = []
+        for _ in range(3):
+            faults = list(self.faults(1))
+            gc.collect()
+            marks.append(self.in_use())
+            del faults
+        return min(b - a for a, b in itertools.pairwise(marks))
+
+
+def main(preloaded, objects_fail):
+    orvane.enable_binary_pickles()
+    library = ctypes.PyDLL(preloaded)
+    for table, names_of in (READS + WRITES + FAILURES, names), (MORE, more_names):
+        for statement in re.split(r"; |\n+", table.strip()):
+            if objects_fail == "yes" and OF_PYTHON.search(statement):
+                continue
+            tried = Tried(library, statement, names_of)
+            for fault in (*tried.faults(1), *tried.faults(5)):
+                print(fault)
+            growth = tried.growth()
+            if growth > 300:  # caches of the interpreter move by less
+                print(f"{statement}: {growth} bytes are lost")
+
+
+@pytest.mark.skipif("ORVANE_SANITIZED" in os.environ, reason="a sanitizer has its own allocator")
+@pytest.mark.parametrize("objects_fail", ["yes", "no"])
+def test_no_allocation_is_taken_for_granted(objects_fail):
+    library = str(build_directory() / "scarce_memory.so")
+    path = os.pathsep.join([str(Path(__file__).parent), *sys.path[1:]])
+    objects = {"yes": "malloc", "no": "pymalloc"}[objects_fail]
+    environment = {"LD_PRELOAD": library, "PYTHONMALLOC": objects, "PYTHONPATH": path}
+    assert run(sys.executable, __file__, library, objects_fail, **environment) == ""
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:])
