@@ -95,7 +95,7 @@ void reorderUnits(Unit* target, const std::byte* source, std::span<const Dimensi
     const Offsets columnOffsets = columns.offsets(&Dimension::targetStride);
     const std::size_t rowSteps = rows.stepsPerTile();
     const std::size_t columnSteps = columns.stepsPerTile();
-    const auto transposeMatrix = [&](std::size_t targetOffset, std::size_t sourceOffset) {
+    const auto transposeMatrix = [&](std::size_t sourceOffset, std::size_t targetOffset) {
         for (std::size_t i = 0; i < rows.outermost().extent; i += rowSteps) {
             const std::size_t rowCount = rows.places(std::min(rowSteps, rows.outermost().extent - i));
             for (std::size_t j = 0; j < columns.outermost().extent; j += columnSteps) {

@@ -2,6 +2,7 @@
 
 import array
 import ctypes
+import math
 import struct
 
 import numpy
@@ -9,7 +10,7 @@ import pytest
 
 import orvane
 from impostors import Exporter
-from support import check, nested, refused, table
+from support import KIND_OF, check, make, nested, refused, stored_bytes, table
 
 
 @table(r"""
@@ -62,6 +63,14 @@ def test_lengths_and_shapes_that_do_not_fit(expression, answer):
         with refused(BufferError, "input does not fit evenly into output type."):
             use(exporter)
     assert exporter.open_views == 0
+
+
+@pytest.mark.parametrize("shape", [(130, 3, 130), (16, 9, 2, 130), (130, 2, 3, 2, 67), (3, 300, 2)])
+@pytest.mark.parametrize("code", "BhfdD")
+def test_row_major_input_in_many_matrices(shape, code):
+    source = (numpy.arange(math.prod(shape)) % 251).astype(code).reshape(shape)
+    kind = KIND_OF["Zd" if code == "D" else code]
+    assert stored_bytes(make(kind, source)) == source.tobytes(order="F")
 
 
 def test_new_arrays_are_copies_and_refusals_keep_the_words_of_the_exporter():
