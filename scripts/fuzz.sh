@@ -5,12 +5,13 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 usage() {
     cat <<'TEXT'
-usage: scripts/fuzz.sh [--sanitize] [--python EXECUTABLE] [-- ARGUMENT...]
+usage: scripts/fuzz.sh [--sanitize | --native] [--python EXECUTABLE] [-- ARGUMENT...]
 
 Runs random programs on arrays and all that is derived from them, against the reference model, for ten minutes or
 as long as is told. A program that fails or dies is told by its seed, and by those of its operations that it takes.
 
   --sanitize   under AddressSanitizer and UndefinedBehaviorSanitizer
+  --native     instead: each program of tests/fuzz_targets under libFuzzer, for a minute or as long as --minutes says
   --python     the interpreter to use in place of the preferred one
   -- --minutes M           how long (10)
   -- --programs N          how many programs instead
@@ -19,7 +20,29 @@ as long as is told. A program that fails or dies is told by its seed, and by tho
 TEXT
 }
 
-read_options "sanitize" "$@"
+# What libFuzzer finds stands in a file beside the inputs that reached something new, which the next run begins with.
+run_fuzz_targets() {
+    local build=$root/build/fuzz-targets corpora=$root/output/fuzz seconds=60 target
+    case ${rest[*]} in
+    '') ;;
+    '--minutes '[0-9]*) seconds=$((rest[1] * 60)) ;;
+    *) die "After --native -- stands only --minutes and a whole number." ;;
+    esac
+    ensure libfuzzer
+    export CXX=$fuzzing_compiler
+    clear_foreign_build "$build" "$root/tests/fuzz_targets"
+    PATH=$environment/bin:$PATH cmake -S "$root/tests/fuzz_targets" -B "$build" -G Ninja \
+        "-DPython_EXECUTABLE=$environment/bin/python" >/dev/null
+    PATH=$environment/bin:$PATH with_progress "$build.log" cmake --build "$build"
+    for target in subscripts reorder number_text data_array; do
+        say "$target: $seconds seconds"
+        mkdir -p "$corpora/$target"
+        "$build/$target" "-max_total_time=$seconds" "-artifact_prefix=$corpora/$target." -print_final_stats=1 -verbosity=0 \
+            "$corpora/$target"
+    done
+}
+
+read_options "sanitize native" "$@"
 ensure python compiler
 preferred=$(chosen_or_preferred_python)
 version=$(version_of "$preferred")
@@ -29,6 +52,10 @@ build=$root/build/$version
 say "CPython $version: environment"
 mapfile -t groups < <(build_groups)
 make_environment "$preferred" "$environment" "${groups[@]}" test
+if [[ ${option[native]} == yes ]]; then
+    run_fuzz_targets
+    exit
+fi
 say "CPython $version: build"
 if [[ ${option[sanitize]} == yes ]]; then
     build=$build-sanitize

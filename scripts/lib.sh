@@ -68,6 +68,7 @@ declare -rA need_title=(
     [google_benchmark]="Google Benchmark"
     [lapack]="LAPACK, which the native example computes with"
     [eigen]="Eigen, whose matrices native modules take"
+    [libfuzzer]="Clang with libFuzzer"
 )
 declare -rA need_packages=(
     [python]="python3 python3-dev python3-venv"
@@ -76,6 +77,7 @@ declare -rA need_packages=(
     [google_benchmark]="libbenchmark-dev"
     [lapack]="libopenblas-dev"
     [eigen]="libeigen3-dev"
+    [libfuzzer]="clang libclang-rt-dev"
 )
 # A package that is too old on the machine's release is not worth the minutes that installing takes.
 declare -rA need_release=([python]="python3 3.10" [compiler]="g++ 11")
@@ -216,6 +218,16 @@ has_compiler() {
     if [[ -z ${CC:-} ]] && command -v "${candidate##* }" >/dev/null; then
         export CC=$candidate
     fi
+}
+
+# has_libfuzzer: `fuzzing_compiler` becomes the first Clang that can link a fuzz target.
+has_libfuzzer() {
+    local probe='extern "C" int LLVMFuzzerTestOneInput(const unsigned char*, unsigned long) { return 0; }'
+    for fuzzing_compiler in $(compiler_names); do
+        [[ $fuzzing_compiler == clang* ]] || continue
+        CXX=$fuzzing_compiler compiles "$probe" -fsanitize=fuzzer,address,undefined -o /dev/null && return
+    done
+    return 1
 }
 
 has_googletest() { compiles '#include <gtest/gtest.h>'; }

@@ -42,8 +42,9 @@ def construct(p: Judge) -> None:
 def construct_of_memory(p: Judge) -> None:
     """Row-major or column-major, across the edges of whatever blocks are reordered at once."""
     chance, kind = p.chance, values.kind(p.chance)
-    shape = chance.choices([1, 2, 3, 5, 17, 31, 64, 67, 129, 300, 1100], k=chance.randint(2, 5))
-    while math.prod(shape) > 5000:
+    shape = chance.choices([1, 2, 3, 5, 17, 31, 64, 67, 130, 300, 1100], k=chance.randint(2, 5))
+    most = chance.choice([60_000, *[2000] * 19])  # many matrices are a matter of large arrays
+    while math.prod(shape) > most:
         shape.remove(max(shape))
     shape = [1] * (2 - len(shape)) + shape
     rows = [kind.convert(x, True) for x in counted(kind, math.prod(shape), chance.randrange(50))]
