@@ -2,6 +2,8 @@
 
 #include <orvane/dlpack.hpp>
 
+#include <algorithm>
+
 namespace orvane::bridge {
 
 namespace {
@@ -18,6 +20,17 @@ python::DlpackCopy copyOf(PyObject* word) {
     return truth != 0 ? python::DlpackCopy::Always : python::DlpackCopy::Never;
 }
 
+/// Whether a view shows its elements in reverse. Some libraries end the process when they see steps backwards.
+bool isReversed(PyObject* array) {
+    const OrvaneLoan* const loan = exchange->lend(array, 0);
+    if (loan == nullptr) {
+        throw python::PythonError();
+    }
+    const bool isBackwards = std::any_of(loan->strides, loan->strides + loan->rank, [](auto step) { return step < 0; });
+    exchange->giveBack(loan);
+    return isBackwards;
+}
+
 } // namespace
 
 PyObject* toCapsule(PyObject*, PyObject* arguments) {
@@ -29,7 +42,15 @@ PyObject* toCapsule(PyObject*, PyObject* arguments) {
         if (PyArg_ParseTuple(arguments, "OppO:to_capsule", &array, &isVersioned, &forWriting, &copy) == 0) {
             throw python::PythonError();
         }
-        return python::toDlpackCapsule(array, {isVersioned != 0, forWriting != 0, copyOf(copy)});
+        python::DlpackCopy wish = copyOf(copy);
+        if (wish != python::DlpackCopy::Always && isReversed(array)) {
+            if (forWriting != 0 || wish == python::DlpackCopy::Never) {
+                PyErr_SetString(PyExc_BufferError, "the elements are shown in reverse, which tensors are not");
+                throw python::PythonError();
+            }
+            wish = python::DlpackCopy::Always;
+        }
+        return python::toDlpackCapsule(array, {isVersioned != 0, forWriting != 0, wish});
     });
 }
 
