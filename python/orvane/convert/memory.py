@@ -74,8 +74,12 @@ def _swapped(elements: Buffer, kind: Kind) -> stdlib_array[int]:
 def array_of_bytes(
     elements: Buffer, kind: Kind, size: tuple[int, ...], is_swapped: bool
 ) -> AnyArray:
-    """An array around a block of bytes where it is aligned and in native order, else of a copy."""
-    if not is_swapped:
+    """An array around a block of bytes where it is aligned and in native order, else of a copy.
+
+    Bytes, which nobody may write to, are copied at once: the first assignment would move the
+    elements otherwise, away from those who see them.
+    """
+    if not is_swapped and not isinstance(elements, bytes):
         try:
             return _bridge.adopt(elements, kind.format, size)
         except ValueError:  # it says why, unless a copy does better

@@ -21,21 +21,24 @@ class Carried:
         self._array = array
 
     def __reduce_ex__(self, protocol: Any) -> tuple[Any, ...]:
-        array, block = self._array, self.block()
-        elements = PickleBuffer(block) if protocol >= 5 else bytes(block)
+        array = self._array
+        # Of what may be written to, pickles make a bytearray, in which an array can stay for good.
+        elements = PickleBuffer(self.block(writable=True)) if protocol >= 5 else bytes(self.block())
         told = type(array), array.size, array._is_complex, elements
         return array_from_elements, told if sys.byteorder == "little" else (*told, sys.byteorder)
 
     def __deepcopy__(self, memo: object) -> Carried:
         return self  # `arrived` copies, and once is enough
 
-    def block(self) -> memoryview | bytes:
+    def block(self, writable: bool = False) -> memoryview:
         """The elements in storage order, byte by byte; lent, unless a view has to be gathered."""
-        from .._bridge import Elements
+        from .._bridge import Elements, copy
 
-        view = memoryview(Elements(self._array))
+        view = memoryview(Elements(self._array, writable))
+        if not view.f_contiguous:
+            view = memoryview(Elements(copy(self._array), writable))
         # Whoever writes to files asks for row-major memory, which a line of bytes always is.
-        return PickleBuffer(view).raw() if view.f_contiguous else view.tobytes("F")
+        return PickleBuffer(view).raw()
 
     def copied(self) -> AnyArray:
         from .._bridge import copy
