@@ -70,6 +70,34 @@ READING = [
         "y.astype('i4', order='F')",
         None,
     ),
+    Row(
+        "asarray of a list of a million floats",
+        MATRIX + "y = x.ravel().tolist()\n",
+        "orvane.asarray(y)",
+        "np.array(y)",
+        2.0,
+    ),
+    Row(
+        "asarray of a list of ten thousand NumPy scalars",
+        MATRIX + "y = list(x.ravel()[:10000])\n",
+        "orvane.asarray(y)",
+        "np.array(y)",
+        None,
+    ),
+    Row(
+        "asarray of a list of a thousand rows of a thousand",
+        ROW_MAJOR + "y = list(y)\n",
+        "orvane.asarray(y)",
+        "np.asfortranarray(np.array(y))",
+        None,
+    ),
+    Row(
+        "asarray of a list of a thousand views of a thousand",
+        MATRIX + "y, peer = list(a), list(x)\n",
+        "orvane.asarray(y)",
+        "np.asfortranarray(np.array(peer))",
+        None,
+    ),
 ]
 
 SHOWING = [
