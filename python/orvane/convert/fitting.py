@@ -55,16 +55,22 @@ def _fit_part(part: NDArray[Any], kind: Kind, whole: NDArray[Any]) -> NDArray[An
     if dtype.kind == "f":
         with np.errstate(over="ignore"):
             fitted = part.astype(dtype, order="F")
-        _refuse_where(np.isinf(fitted) & np.isfinite(part), whole, kind)
+        infinite = np.isinf(fitted)
+        if infinite.any():
+            _refuse_where(infinite & np.isfinite(part), whole, kind)
         return fitted
     info = np.iinfo(dtype)
     if part.dtype.kind == "f":
-        # The bounds are powers of two, which every floating-point type has or exceeds.
         with np.errstate(over="ignore", invalid="ignore"):
-            low, end = (part.dtype.type(float(bound)) for bound in (info.min, int(info.max) + 1))
-            fits = (part >= low) & (part < end) & (np.trunc(part) == part)
-        _refuse_where(~fits, whole, kind)
-    else:
+            fitted = part.astype(dtype, order="F")
+            fits = fitted == part
+            # Some machines make the last integer of what exceeds it; as a double that is the bound.
+            if dtype.itemsize == 8:
+                fits &= part < part.dtype.type(float(int(info.max) + 1))
+        if not fits.all():
+            _refuse_where(~fits, whole, kind)
+        return fitted
+    if part.size and not info.min <= int(part.min()) <= int(part.max()) <= info.max:
         _refuse_where((part < info.min) | (part > info.max), whole, kind)
     return part.astype(dtype, order="F")
 
@@ -72,4 +78,5 @@ def _fit_part(part: NDArray[Any], kind: Kind, whole: NDArray[Any]) -> NDArray[An
 def _refuse_where(chosen: NDArray[np.bool_], numbers: NDArray[Any], kind: Kind) -> None:
     if chosen.any():
         place = first_place(chosen)
-        raise refuse_misfit(kind, numbers[place], place)
+        value = numbers[place]
+        raise refuse_misfit(kind, complex(*value) if numbers.dtype.names else value, place)

@@ -5,6 +5,7 @@ The eleven types themselves tell their formats and sizes; nothing of that is wri
 
 from __future__ import annotations
 
+from collections.abc import Iterable
 from typing import TYPE_CHECKING, Any, NamedTuple
 
 from .. import ARRAY_TYPES, AnyArray
@@ -105,6 +106,24 @@ def kind_of_dtype(dtype: np.dtype[Any]) -> Kind | None:
     return kind_by_code(dtype.kind, dtype.itemsize)
 
 
+def common_kind(kinds: Iterable[Kind]) -> Kind:
+    """The kind that holds what all of them do, as NumPy has it: for int64 and uint64, double."""
+    kinds = list(kinds)
+    sizes: dict[str, int] = {}
+    for kind in kinds:
+        sizes[kind.code] = max(kind.part_size, sizes.get(kind.code, 0))
+    truth = sizes.pop("b", None)
+    if "f" in sizes:
+        integers = max(sizes.get("i", 0), sizes.get("u", 0))
+        told = "f", max(sizes["f"], 8 if integers > 2 else 0)
+    elif len(sizes) == 2:
+        size = max(sizes["i"], 2 * sizes["u"])
+        told = ("i", size) if size <= 8 else ("f", 8)
+    else:
+        told = next(iter(sizes.items()), ("b", truth or 1))
+    return Kind(_TYPES_BY_CODE[told], any(kind.is_complex for kind in kinds))
+
+
 class Wish(NamedTuple):
     """What a caller has said of the array to come; nothing of what is None."""
 
@@ -130,6 +149,10 @@ def read_wish(named: Any, is_complex: bool | None, copy: bool | None) -> Wish:
     both.
     """
     array_type: type[AnyArray] | None = None
+    if is_complex is not None:
+        is_complex = _choice("is_complex", is_complex)
+    if copy is not None:
+        copy = _choice("copy", copy)
     if named is None:
         return Wish(None, is_complex, copy)
     if isinstance(named, str):
@@ -144,6 +167,12 @@ def read_wish(named: Any, is_complex: bool | None, copy: bool | None) -> Wish:
             raise ValueError(f"is_complex={is_complex} contradicts the type {named!r}")
         array_type, is_complex = kind
     return Wish(array_type, is_complex, copy)
+
+
+def _choice(word: str, value: Any) -> bool:
+    if type(value).__name__ not in ("bool", "bool_"):  # NumPy's have one of these names
+        raise TypeError(f"{word} must be True, False or None, not {value!r}")
+    return bool(value)
 
 
 def _kind_by_name(named: Any) -> Kind | None:
@@ -166,11 +195,14 @@ def _kinds_by_name() -> dict[Any, Kind]:
     kinds: dict[Any, Kind] = {}
     for (code, size), array_type in _TYPES_BY_CODE.items():
         word = f"{words[code]}{8 * size}" if code in words else "bool"
-        kinds[word] = Kind(array_type)
+        letter = _LETTERS[array_type]
+        kinds |= dict.fromkeys((word, letter, f"{code}{size}"), Kind(array_type))
         if code == "f":
-            kinds[f"complex{16 * size}"] = Kind(array_type, True)
+            pair = f"complex{16 * size}", letter.upper(), f"c{2 * size}"
+            kinds |= dict.fromkeys(pair, Kind(array_type, True))
     pythons = {float: "float64", complex: "complex128", int: "int64", bool: "bool"}
-    return kinds | {each: kinds[word] for each, word in pythons.items()}
+    kinds |= {each: kinds[word] for each, word in pythons.items()}
+    return kinds | {each.__name__: kinds[each] for each in pythons}
 
 
 _KINDS_BY_NAME = _kinds_by_name()

@@ -2,7 +2,8 @@
 
 from __future__ import annotations
 
-from collections.abc import Sequence
+from collections.abc import Iterator, Sequence
+from contextlib import contextmanager
 from typing import Any
 
 import numpy as np
@@ -10,9 +11,9 @@ from numpy.typing import NDArray
 
 from .. import AnyArray, _bridge
 from .fitting import fit
-from .kinds import Kind, Wish, kind_of_dtype
+from .kinds import Kind, Wish, common_kind, kind_of_dtype
 from .memory import refuse_copy, row_at_least
-from .places import first_place, refuse_missing
+from .places import Refusal, first_place, refuse_missing, refuse_shapes, refuse_type
 
 _ADVICE = {
     "O": "give numbers, or the type to convert them to by .astype",
@@ -26,7 +27,10 @@ def without_mask(numbers: NDArray[Any]) -> NDArray[Any]:
     """The elements below a mask that hides none; ValueError where it hides some."""
     if isinstance(numbers, np.ma.MaskedArray):
         # The mask may be one truth value for all elements.
-        mask = np.broadcast_to(np.asarray(numbers.mask, dtype=np.bool_), numbers.shape)
+        mask = np.asarray(numbers.mask)
+        if mask.dtype.names:
+            mask = np.any([mask[name] for name in mask.dtype.names], axis=0)
+        mask = np.broadcast_to(mask, numbers.shape)
         if mask.any():
             word = f"one of {int(mask.sum())} that are masked"
             advice = "give x.filled(value), or x.compressed() for those that are there"
@@ -38,7 +42,7 @@ def without_mask(numbers: NDArray[Any]) -> NDArray[Any]:
 def array_of(numbers: NDArray[Any], wish: Wish) -> AnyArray:
     """An array of the numbers, as the wish says; of another's memory where that can be."""
     numbers = without_mask(numbers)
-    source = _source_kind(numbers, wish)
+    source = source_kind(numbers, wish)
     kind = wish.kind_for(source)
     reason = _why_not_shared(numbers, kind)
     if reason is None and wish.copy is not True:
@@ -54,22 +58,47 @@ def array_of(numbers: NDArray[Any], wish: Wish) -> AnyArray:
     return _bridge.adopt(fitted, kind.format, row_at_least(fitted.shape))
 
 
-def stacked(parts: Sequence[NDArray[Any]], axis: int) -> NDArray[Any]:
-    """The parts side by side, in column-major order."""
+def stacked(parts: Sequence[NDArray[Any]], axis: int, wish: Wish) -> NDArray[Any]:
+    """The parts side by side. Where they differ in type, each becomes what the whole will be.
+
+    So nothing goes through a type that holds less than its own and the one that is wished.
+    """
     if not parts:
         return np.zeros((0, 0))
     shapes = {part.shape for part in parts}
     if len(shapes) > 1:
-        raise ValueError(f"the parts differ in shape: {' and '.join(map(str, sorted(shapes)))}")
+        raise refuse_shapes(shapes)
+    if any(part.dtype != parts[0].dtype for part in parts):
+        kinds = []
+        for place, part in enumerate(parts):
+            with located(place, axis):
+                kinds.append(source_kind(part, wish))
+        kind = wish.kind_for(common_kind(kinds))
+        fitted = []
+        for place, part in enumerate(parts):
+            with located(place, axis):
+                fitted.append(fit(part, kind))
+        parts = fitted
+    if axis == 0:
+        return np.array(parts)
     (shape,) = shapes
     shape = (*shape[:axis], len(parts), *shape[axis:])
-    whole = np.empty(shape, np.result_type(*parts), order="F")
+    whole = np.empty(shape, parts[0].dtype, order="F")
     for place, part in enumerate(parts):
         whole[(slice(None),) * axis + (place,)] = part
     return whole
 
 
-def _source_kind(numbers: NDArray[Any], wish: Wish) -> Kind:
+@contextmanager
+def located(index: int, axis: int = 0) -> Iterator[None]:
+    """What is refused inside is a part of something larger."""
+    try:
+        yield
+    except Refusal as refusal:
+        raise refusal.within(index, axis) from None
+
+
+def source_kind(numbers: NDArray[Any], wish: Wish) -> Kind:
     dtype = numbers.dtype
     kind = kind_of_dtype(dtype)
     if kind is not None:
@@ -80,7 +109,7 @@ def _source_kind(numbers: NDArray[Any], wish: Wish) -> Kind:
         kind = kind_of_dtype(np.dtype("c16"))
     if kind is None:
         advice = _ADVICE.get("g" if dtype.kind in "fc" else dtype.kind, "give numbers")
-        raise TypeError(f"arrays have no elements of NumPy's type {dtype}: {advice}")
+        raise refuse_type(f"arrays have no elements of NumPy's type {dtype}: {advice}")
     return kind
 
 

@@ -3,22 +3,28 @@
 from __future__ import annotations
 
 from collections.abc import Iterable
+from contextlib import suppress
+from itertools import chain
 from typing import Any
 
-from .. import AnyArray, double, int64, logical, uint64
-from .kinds import Kind
-from .places import refuse_missing, subscripts
+from .. import ARRAY_TYPES, AnyArray, double, int64, logical, uint64
+from .kinds import Kind, Wish
+from .plain_fitting import array_of_flat
 
 NUMBERS = (bool, int, float, complex)
+SEQUENCES = (list, tuple, range)
 
 
-def array_at_once(values: list[Any] | tuple[Any, ...]) -> AnyArray | None:
+def array_at_once(values: list[Any] | tuple[Any, ...], wish: Wish) -> AnyArray | None:
     """An array of floats or of integers, if a look at their nesting and at the first one is enough.
 
     The constructors refuse what does not fit to the first, but not foreign sequences, whose items
     may be anything.
     """
     first = type(_first_leaf(values))
+    wanted = None if wish.array_type is None else Kind(wish.array_type)
+    if first is float and wanted and wanted.code in "iu" and leaf_types(values) != {float}:
+        return None  # doubles would round the integers among them
     try:
         return double(values) if first is float else int64(values) if first is int else None
     except (TypeError, ValueError, OverflowError):
@@ -39,7 +45,7 @@ def _first_leaf(values: list[Any] | tuple[Any, ...]) -> Any:
 def leaf_types(values: Iterable[Any]) -> set[type]:
     """The types of all that stands in a nesting of lists, tuples and ranges."""
     types = set(map(type, values))
-    nested = types & {list, tuple, range}
+    nested = types & set(SEQUENCES)
     leaves = types - nested
     if nested:
         for value in values:
@@ -55,54 +61,43 @@ def is_plain(leaves: set[type]) -> bool:
     return leaves <= set(NUMBERS)
 
 
-def array_of_numbers(values: Any, leaves: set[type], wanted: Kind | None) -> AnyArray:
-    """An array of plain numbers, of the kind that holds them all, or `wanted` if that does."""
-    if complex in leaves:
-        return _made(Kind(double, True), values)
-    if float in leaves or not leaves:
-        return _made(Kind(double), values)
-    if leaves == {bool}:
-        return _made(Kind(logical), values)
-    if wanted is not None and wanted.code == "f" and wanted.part_size == 8:
-        return _made(wanted, values)
-    try:
-        return int64(values)
-    except OverflowError:
-        return _made(Kind(uint64), values)
+def shape_of_nested(values: Any) -> tuple[int, ...]:
+    """The extents of a nesting, of arrays too, as the first of each level tells them."""
+    shape = []
+    while isinstance(values, SEQUENCES):
+        shape.append(len(values))
+        values = values[0] if values else None
+    return (*shape, *values.size) if isinstance(values, ARRAY_TYPES) else tuple(shape)
 
 
-def _made(kind: Kind, values: Any) -> AnyArray:
-    try:
-        return kind.make(values)
-    except OverflowError:
-        integers = (each for each in _leaves(values) if isinstance(each[1], int))
-        place, value = next(each for each in integers if not _fits(kind, each[1]))
-        raise ValueError(
-            f"the integer at {subscripts(place)}, {value}, is too large for {kind}"
-        ) from None
+def flattened(values: Any) -> tuple[list[Any], tuple[int, ...]]:
+    """The leaves of a nesting, row by row, and its extents; ValueError where it is ragged."""
+    shape = shape_of_nested(values)
+    flat = list(values)
+    for extent in shape[1:]:
+        if any(not isinstance(each, SEQUENCES) or len(each) != extent for each in flat):
+            raise ValueError(_RAGGED)
+        flat = list(chain.from_iterable(flat))
+    if any(isinstance(each, SEQUENCES) for each in flat):
+        raise ValueError(_RAGGED)
+    return flat, shape
 
 
-def _fits(kind: Kind, value: int) -> bool:
-    try:
-        kind.make(value)
-    except OverflowError:
-        return False
-    return True
+_RAGGED = "elements of array are of different lengths or types."
 
 
-def refuse_what_is_no_number(values: Any) -> None:
-    """TypeError or ValueError that names the first value, with its place, that is none."""
-    for place, value in _leaves(values):
-        if value is None:
-            raise refuse_missing(None, place, "put a number there, float('nan') for example")
-        if isinstance(value, (str, bytes, dict, set)):
-            where = subscripts(place)
-            raise TypeError(f"the value at {where}, {value!r}, is no number")
-
-
-def _leaves(values: Any, place: tuple[int, ...] = ()) -> Iterable[tuple[tuple[int, ...], Any]]:
-    if isinstance(values, (list, tuple, range)):
-        for index, value in enumerate(values):
-            yield from _leaves(value, (*place, index))
-    else:
-        yield place, values
+def array_of_numbers(values: Any, leaves: set[type], wish: Wish) -> AnyArray:
+    """An array of plain numbers: of the kind that is wished, or easily becomes that."""
+    natural = Kind(double, complex in leaves)
+    if leaves and leaves.isdisjoint({float, complex}):
+        natural = Kind(logical if leaves == {bool} else int64)
+    kind = wish.kind_for(natural)
+    # Of numbers of several types, doubles would not hold all that integers do.
+    if len(leaves) < 2 or wish.array_type is None or kind.code == "f":
+        with suppress(OverflowError):
+            return natural.make(values)
+    if wish.array_type is None and natural == Kind(int64):
+        kind = Kind(uint64, kind.is_complex)
+        with suppress(OverflowError):
+            return uint64(values)
+    return array_of_flat(*flattened(values), kind)

@@ -10,15 +10,17 @@ from .. import ARRAY_TYPES, AnyArray, _bridge
 from .._numpy import has_numpy, require_numpy
 from .dlpack import from_dlpack
 from .formats import read_format
-from .kinds import Kind, Wish, kind_of, read_wish
-from .memory import array_copied_from, array_over, refuse_copy, why_not_shared
-from .nested import (
-    NUMBERS,
-    array_at_once,
-    array_of_numbers,
-    is_plain,
-    leaf_types,
-    refuse_what_is_no_number,
+from .kinds import Wish, kind_of, read_wish
+from .memory import array_copied_from, array_over, refuse_copy, shape_of, why_not_shared
+from .nested import NUMBERS, array_of_numbers, shape_of_nested
+from .places import Refusal, refuse_type
+from .sequences import (
+    array_of_plain,
+    joined,
+    name_of,
+    ndarray_of_sequence,
+    refuse_leaf,
+    sequence_of,
 )
 
 if TYPE_CHECKING:
@@ -26,7 +28,7 @@ if TYPE_CHECKING:
 
 _ArrayT = TypeVar("_ArrayT", bound=AnyArray)
 
-_OF_LIBRARIES = {"pandas", "polars", "pyarrow", "jax", "jaxlib", "h5py", "zarr"}
+_OF_LIBRARIES = {"pandas", "polars", "pyarrow", "torch", "jax", "jaxlib", "h5py", "zarr"}
 _ARRAY_METHODS = ("__array__", "__array_interface__", "__array_struct__")
 
 
@@ -69,38 +71,43 @@ def asarray(
 
     ValueError for missing and masked values; TypeError for what holds no numbers.
     """
-    return _array_of(obj, read_wish(type, is_complex, copy))
+    try:
+        return _array_of(obj, read_wish(type, is_complex, copy))
+    except Refusal as refusal:
+        raise refusal.told() from None
 
 
 def _array_of(obj: Any, wish: Wish) -> AnyArray:
     if isinstance(obj, ARRAY_TYPES):
         return _converted(obj, wish, is_own=False)
     if isinstance(obj, NUMBERS):
-        return _of_sequence([[obj]], wish)
+        return _of_number(obj, wish)
     if type(obj) is list or type(obj) is tuple:
         return _of_sequence(obj, wish)
-    numbers = _ndarray_of_library(obj)
+    if wish.copy is False and _is_never_shared(obj):
+        raise refuse_copy(f"those of {name_of(obj)} have to be gathered")
+    numbers = _ndarray_of_library(obj, wish)
     if numbers is not None:
         return _of_ndarray(numbers, obj, wish)
     view = _view_of(obj)
     if view is not None:
         return _of_memory(view, wish)
-    if hasattr(obj, "__dlpack__"):
+    if hasattr(type(obj), "__dlpack__"):
         try:
             array = from_dlpack(obj, copy=wish.copy)
         except BufferError as error:
             numbers = None
             if wish.copy is not False:  # NumPy may know how to widen what no array has
                 with suppress(ImportError, RuntimeError, TypeError):
-                    numbers = _ndarray_by_protocol(obj)
+                    numbers = _ndarray_by_protocol(obj, wish)
             if numbers is None:
                 raise ValueError(str(error)) from error
             return _of_ndarray(numbers, obj, wish)
         return _converted(array, wish, is_own=wish.copy is True)
-    numbers = _ndarray_by_protocol(obj)
+    numbers = _ndarray_by_protocol(obj, wish)
     if numbers is not None:
         return _of_ndarray(numbers, obj, wish)
-    return _of_sequence(_sequence_of(obj), wish)
+    return _of_sequence(sequence_of(obj), wish)
 
 
 def _converted(array: AnyArray, wish: Wish, is_own: bool, rank: int | None = None) -> AnyArray:
@@ -145,7 +152,11 @@ def _of_memory(view: memoryview, wish: Wish) -> AnyArray:
 
         from .ndarrays import array_of
 
-        return array_of(np.asarray(view), wish)
+        try:
+            numbers = np.asarray(view)
+        except (ValueError, RuntimeError):
+            raise refuse_type(f"arrays have no elements of the format {view.format!r}") from None
+        return array_of(numbers, wish)
     source, is_swapped = told
     reason = why_not_shared(view, is_swapped)
     if reason is None and wish.copy is not True:
@@ -164,25 +175,31 @@ def _of_memory(view: memoryview, wish: Wish) -> AnyArray:
 # --- NumPy and those that speak its language ----------------------------------------------------
 
 
-def _ndarray_of_library(obj: Any) -> NDArray[Any] | None:
+def _libraries_of(obj: Any) -> set[str]:
+    modules = (getattr(each, "__module__", None) for each in type(obj).__mro__)
+    return {str(module).partition(".")[0] for module in modules}
+
+
+def _ndarray_of_library(obj: Any, wish: Wish) -> NDArray[Any] | None:
     """What NumPy's arrays and the objects of known libraries hold; none for all others."""
     loaded = sys.modules.get("numpy")
     if loaded is not None and isinstance(obj, loaded.ndarray):
-        return _with_numbers(obj)
-    modules = (getattr(each, "__module__", None) for each in type(obj).__mro__)
-    names = {str(module).partition(".")[0] for module in modules}
+        return _with_numbers(obj, wish)
+    names = _libraries_of(obj)
     if "numpy" in names:
         import numpy as np
 
-        return _with_numbers(np.asarray(obj))
+        return _with_numbers(np.asarray(obj), wish)
     if not names.isdisjoint(_OF_LIBRARIES):
-        require_numpy(f"to read {_name_of(obj)}")
+        if "torch" in names and not has_numpy():
+            return None  # DLPack does for most
+        require_numpy(f"to read {name_of(obj)}")
         from .libraries import READERS
 
         for name in names & _OF_LIBRARIES:
-            numbers = READERS[name](obj, ndarray_of)
+            numbers = READERS[name](obj, ndarray_of, wish)
             if numbers is not None:
-                return _with_numbers(numbers)
+                return _with_numbers(numbers, wish)
     return None
 
 
@@ -190,96 +207,116 @@ def _of_ndarray(numbers: NDArray[Any], obj: Any, wish: Wish) -> AnyArray:
     """An array of what an object holds in NumPy's words."""
     from .ndarrays import array_of
 
-    if wish.copy is False and numbers is not obj and _is_gathered(numbers, obj):
-        raise refuse_copy(f"those of {_name_of(obj)} have to be gathered")
+    if wish.copy is False and numbers is not obj and _is_gathered(numbers, obj, wish):
+        raise refuse_copy(f"those of {name_of(obj)} have to be gathered")
     return array_of(numbers, wish)
 
 
-def _is_gathered(numbers: NDArray[Any], obj: Any) -> bool:
+def _is_never_shared(obj: Any) -> bool:
+    """Whether the elements lie in files or in chunks, or are yet to be computed."""
+    in_chunks = getattr(obj, "chunks", None) is not None
+    return in_chunks or not _libraries_of(obj).isdisjoint(("h5py", "zarr", "dask"))
+
+
+def _is_gathered(numbers: NDArray[Any], obj: Any, wish: Wish) -> bool:
     """Whether these are elements made for who asked: who asks again then gets others."""
     import numpy as np
 
-    again = _ndarray_of_library(obj)
+    again = _ndarray_of_library(obj, wish)
     if again is None:
-        again = _ndarray_by_protocol(obj)
+        again = _ndarray_by_protocol(obj, wish)
     return again is None or bool(numbers.size and not np.may_share_memory(numbers, again))
 
 
-def _ndarray_by_protocol(obj: Any) -> NDArray[Any] | None:
-    if not any(hasattr(type(obj), name) for name in _ARRAY_METHODS):
+def _ndarray_by_protocol(obj: Any, wish: Wish) -> NDArray[Any] | None:
+    has_method = any(hasattr(type(obj), name) for name in _ARRAY_METHODS)
+    if not has_method and not isinstance(getattr(obj, "__array_interface__", None), dict):
         return None
-    require_numpy(f"to read {_name_of(obj)}")
+    require_numpy(f"to read {name_of(obj)}")
     import numpy as np
 
-    return _with_numbers(np.asanyarray(obj))
+    return _with_numbers(np.asanyarray(obj), wish)
 
 
-def _with_numbers(numbers: NDArray[Any]) -> NDArray[Any]:
+def _with_numbers(numbers: NDArray[Any], wish: Wish) -> NDArray[Any]:
     """What holds objects holds numbers, or sequences of them, or is refused."""
-    return ndarray_of(numbers.tolist()) if numbers.dtype.kind == "O" and numbers.ndim else numbers
+    holds_objects = numbers.dtype.kind == "O" and numbers.ndim
+    return ndarray_of(numbers.tolist(), wish) if holds_objects else numbers
 
 
-def ndarray_of(obj: Any) -> NDArray[Any]:
-    """NumPy's array of whatever `asarray` reads, with the dimensions that it has there."""
-    import numpy as np
+def ndarray_of(obj: Any, wish: Wish) -> NDArray[Any]:
+    """NumPy's array of whatever `asarray` reads, with the dimensions that it has there.
 
-    from .ndarrays import stacked, without_mask
+    Its elements are of the type that is wished only where they would not be exact otherwise.
+    """
+    from .exports import to_numpy
+    from .ndarrays import source_kind, without_mask
 
+    refuse_leaf(obj)
     if isinstance(obj, ARRAY_TYPES):
-        from .exports import to_numpy
-
         return to_numpy(obj)
-    numbers = None if isinstance(obj, NUMBERS) else _ndarray_of_library(obj)
-    if numbers is None and not isinstance(obj, NUMBERS) and _view_of(obj) is None:
-        numbers = _ndarray_by_protocol(obj)
-    if numbers is not None:
-        return without_mask(numbers)
-    if isinstance(obj, NUMBERS) or _view_of(obj) is not None:
-        return np.asarray(obj)
-    if hasattr(obj, "__dlpack__"):
-        tensor: NDArray[Any] = np.from_dlpack(obj)
-        return tensor
-    values = _sequence_of(obj)
-    leaves = leaf_types(values)
-    if is_plain(leaves):
-        return np.array(values)
-    refuse_what_is_no_number(values)
-    return stacked([ndarray_of(value) for value in values], axis=0)
+    if isinstance(obj, NUMBERS):
+        return to_numpy(array_of_numbers([obj], {type(obj)}, wish))[0, 0, ...]
+    numbers = _ndarray_of_library(obj, wish)
+    view = _view_of(obj) if numbers is None else None
+    if view is not None:
+        return to_numpy(_of_memory(view, wish)).reshape(shape_of(view), order="F")
+    if numbers is None:
+        numbers = _ndarray_by_protocol(obj, wish)
+    if numbers is None and hasattr(type(obj), "__dlpack__"):
+        import numpy as np
+
+        numbers = np.from_dlpack(obj)
+    if numbers is None:
+        return ndarray_of_sequence(sequence_of(obj), wish, ndarray_of)
+    numbers = without_mask(numbers)
+    source_kind(numbers, wish)  # or it is refused
+    return numbers
 
 
-# --- sequences ----------------------------------------------------------------------------------
+# --- numbers and sequences ----------------------------------------------------------------------
 
 
-def _sequence_of(obj: Any) -> list[Any] | tuple[Any, ...]:
-    """A sequence of whatever kind, but for text, as a list or tuple."""
-    if isinstance(obj, (list, tuple)):
-        return obj
-    is_sequence = hasattr(obj, "__len__") and hasattr(obj, "__getitem__")
-    if not is_sequence or isinstance(obj, (str, dict)) or hasattr(obj, "keys"):
-        hint = "; give x.toarray()" if hasattr(obj, "toarray") else ""
-        raise TypeError(f"no numbers can be read from {_name_of(obj)}{hint}")
-    return list(obj)
+def _of_number(number: Any, wish: Wish) -> AnyArray:
+    try:
+        return _of_sequence([[number]], wish)
+    except Refusal as refusal:
+        refusal.place = ()
+        raise
 
 
 def _of_sequence(values: list[Any] | tuple[Any, ...], wish: Wish) -> AnyArray:
     if wish.copy is False:
         raise refuse_copy("a sequence of numbers has no memory to share")
-    is_nested = any(isinstance(value, (list, tuple, range)) for value in values)
-    rank = None if is_nested else 1
-    array = array_at_once(values)
+    array = array_of_plain(values, wish)
     if array is not None:
-        return _converted(array, wish, is_own=True, rank=rank)
-    leaves = leaf_types(values)
-    if is_plain(leaves):
-        wanted = None if wish.array_type is None else Kind(wish.array_type, bool(wish.is_complex))
-        array = array_of_numbers(values, leaves, wanted)
-        return _converted(array, wish, is_own=True, rank=rank)
-    refuse_what_is_no_number(values)
-    require_numpy("to read other numbers than Python's")
-    from .ndarrays import array_of
+        if wish.array_type is None and wish.is_complex is None:
+            return array
+        return _converted(array, wish, is_own=True, rank=len(shape_of_nested(values)) or None)
+    wish = wish._replace(copy=None)  # what is made here is nobody else's
+    if has_numpy():
+        from .ndarrays import array_of
 
-    return array_of(ndarray_of(values), wish)
+        return array_of(ndarray_of_sequence(values, wish, ndarray_of), wish)
+    array, shape = joined(values, wish, _with_shape)
+    return _converted(array, wish, is_own=True, rank=len(shape))
 
 
-def _name_of(obj: object) -> str:
-    return f"an object of type {type(obj).__name__}"
+def _with_shape(obj: Any, wish: Wish) -> tuple[AnyArray, tuple[int, ...]]:
+    """An array of whatever can be read without NumPy, with the dimensions that it has there."""
+    refuse_leaf(obj)
+    if isinstance(obj, NUMBERS):
+        return array_of_numbers([obj], {type(obj)}, wish), ()
+    if isinstance(obj, ARRAY_TYPES):
+        return obj, obj.size
+    view = _view_of(obj)
+    if view is not None:
+        return _of_memory(view, wish), shape_of(view)
+    if hasattr(type(obj), "__dlpack__"):
+        array = _array_of(obj, wish)
+        return array, array.size
+    if _ndarray_of_library(obj, wish) is None:
+        _ndarray_by_protocol(obj, wish)  # both ask for NumPy
+    values = sequence_of(obj)
+    plain = array_of_plain(values, wish)
+    return joined(values, wish, _with_shape) if plain is None else (plain, shape_of_nested(values))
