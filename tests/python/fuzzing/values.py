@@ -185,7 +185,7 @@ def liar(chance: Chance, kind: Kind) -> Exporter:
         "format_": [None, "", "Z", "Zd", "d", "<d", "=d", "b", "B", "?", "q", "é", "dd", "T{d:x:}"],
         "itemsize": [0, 1, size + 1, size * 2, -size, 2**62, -(2**63)],
         "shape": [None, (2**62, 4), (-1, 6), (6, -1), (FAR, 2), (2, 3, 0), (0, FAR), (7,), (5, 5)],
-        "length": [0, -1, size, 7, length + 1, length + size, 2**61 + 8],
+        "length": [0, -1, -size, size, 7, length + 1, length + size, 2**61 + 8],
         "strides": [(0,) * 3, (-size, -size, -size), (2**62,) * 3, (1,) * 3, rows],
         "ndim": [0, 1, 2, 65, -1],
         "misaligned": [True],
