@@ -50,6 +50,8 @@ def _blocks(data: Any, dtypes: list[np.dtype[Any]], wish: Wish) -> NDArray[Any]:
     """Columns of NumPy's types, all of one type at once."""
     kinds = [kind_of_dtype(dtype) or kind_of_dtype(np.dtype("f4")) for dtype in set(dtypes)]
     kind = wish.kind_for(common_kind(kind for kind in kinds if kind))
+    if not kind.dtype.names and all(np.can_cast(each, kind.dtype, "safe") for each in set(dtypes)):
+        return np.asarray(data.to_numpy(kind.dtype))
     whole = np.empty(data.shape, kind.dtype, order="F")
     refusals = []
     for dtype in set(dtypes):

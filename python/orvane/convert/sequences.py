@@ -13,6 +13,7 @@ from .kinds import Kind, Wish, common_kind, kind_of, kind_of_dtype
 from .memory import row_at_least
 from .nested import (
     NUMBERS,
+    SEQUENCES,
     array_at_once,
     array_of_numbers,
     flattened,
@@ -45,21 +46,25 @@ def sequence_of(obj: Any) -> list[Any] | tuple[Any, ...]:
     return list(islice(obj, len(obj)))  # whose items need not end
 
 
-def array_of_plain(values: list[Any] | tuple[Any, ...], wish: Wish) -> AnyArray | None:
+def array_of_plain(
+    values: list[Any] | tuple[Any, ...], wish: Wish, leaves: set[type] | None = None
+) -> AnyArray | None:
     """An array of Python's numbers, or of arrays of one type; it may need converting.
 
-    None where the values are of more types than that.
+    None where the values, whose `leaf_types` may be given, are of more types than that.
     """
     array = array_at_once(values, wish)
     if array is not None:
         return array
-    leaves = leaf_types(values)
-    return array_of_numbers(values, leaves, wish) if is_plain(leaves) else _array_of_arrays(values)
+    leaves = leaves or leaf_types(values)
+    if is_plain(leaves):
+        return array_of_numbers(values, leaves, wish)
+    return _array_of_arrays(values) if len(leaves) == 1 and leaves.issubset(ARRAY_TYPES) else None
 
 
 def _array_of_arrays(values: list[Any] | tuple[Any, ...]) -> AnyArray | None:
-    types = set(map(type, values))
-    if len(types) > 1 or not types.issubset(ARRAY_TYPES):
+    """Of arrays of one type."""
+    if any(isinstance(each, SEQUENCES) for each in values):
         return None
     kind = kind_of(values[0])
     # The constructors round complex integers of 64 bits.
@@ -80,12 +85,13 @@ def ndarray_of_sequence(
     from .exports import to_numpy
     from .ndarrays import stacked
 
-    numbers = _ndarray_at_once(values)
+    leaves = leaf_types(values)
+    numbers = _ndarray_at_once(values, leaves)
     if numbers is not None:
         return numbers
-    array = array_of_plain(values, wish)
+    array = array_of_plain(values, wish, leaves)
     if array is None:
-        array = _array_of_scalars(values, wish)
+        array = _array_of_scalars(values, wish, leaves)
     if array is not None:
         return to_numpy(array).reshape(shape_of_nested(values), order="F")
     parts = []
@@ -97,18 +103,19 @@ def ndarray_of_sequence(
     return stacked(parts, 0, wish)
 
 
-def _ndarray_at_once(values: list[Any] | tuple[Any, ...]) -> NDArray[Any] | None:
+def _ndarray_at_once(values: list[Any] | tuple[Any, ...], leaves: set[type]) -> NDArray[Any] | None:
     """Of NumPy's numbers of one type, or of its arrays of one type and shape."""
     import numpy as np
 
-    types = set(map(type, values))
-    if types == {np.ndarray}:
-        dtypes = {value.dtype for value in values}
+    if len(leaves) != 1:
+        return None
+    (leaf,) = leaves
+    if leaf is np.ndarray and type(values[0]) is leaf:
+        dtypes = {getattr(value, "dtype", None) for value in values}
     else:
-        dtypes = {np.dtype(each) for each in leaf_types(values) if _is_number_of_numpy(each)}
-        if dtypes and not all(map(_is_number_of_numpy, leaf_types(values))):
-            return None
-    if len(dtypes) != 1 or next(iter(dtypes)).kind not in "biufc":
+        dtypes = {np.dtype(leaf) if _is_number_of_numpy(leaf) else None}
+    dtype = dtypes.pop()
+    if dtypes or dtype is None or dtype.kind not in "biufc":
         return None
     try:
         return np.array(values)
@@ -122,12 +129,14 @@ def _is_number_of_numpy(leaf: type) -> bool:
     return issubclass(leaf, (np.number, np.bool_)) and leaf.__module__ == "numpy"
 
 
-def _array_of_scalars(values: list[Any] | tuple[Any, ...], wish: Wish) -> AnyArray | None:
+def _array_of_scalars(
+    values: list[Any] | tuple[Any, ...], wish: Wish, leaves: set[type]
+) -> AnyArray | None:
     """Of Python's and NumPy's numbers of several types."""
     import numpy as np
 
     kinds = []
-    for leaf in leaf_types(values):
+    for leaf in leaves:
         is_known = leaf in NUMBERS or _is_number_of_numpy(leaf)
         kind = kind_of_dtype(np.dtype(leaf)) if is_known else None
         if kind is None:
