@@ -164,6 +164,7 @@ asarray(int8([1]), "double", copy=False) ->
 tolist(int8([[1, 2], [3, 4]])[::-1]) -> [[3, 4], [1, 2]]
 tolist(int8([[1, 2], [3, 4j]], is_complex=True)[1]) -> [3 + 0j, 4j]
 tolist([1]) -> TypeError: expected an orvane array, got list
+writable([1]) -> TypeError: expected an orvane array, got list
 """)
 def test_what_is_made_of_python_s_own(expression, answer):
     holds(expression, answer)

@@ -138,6 +138,7 @@ def other_keywords(keywords: dict[str, Any]) -> None:
 class Derived({name}): ...  # refused
 assert_type(orvane.to_numpy(a[0]), NDArray[np.{dtype}])
 typed: {name}[Any] = orvane.asarray(np.zeros(3), {name})
+assert_type(orvane.asarray([1], "{name}"), {name}[Any])
 with orvane.writable(a) as lent:
     lent[0] = 1
 for each in orvane.ARRAY_TYPES:

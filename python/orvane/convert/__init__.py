@@ -4,7 +4,7 @@ Nothing here loads NumPy unless it is needed.
 """
 
 from .dlpack import from_dlpack, to_dlpack
+from .entry import asarray
 from .exports import to_numpy, tolist, writable
-from .reading import asarray
 
 __all__ = ["asarray", "from_dlpack", "to_dlpack", "to_numpy", "tolist", "writable"]

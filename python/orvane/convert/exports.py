@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 from collections.abc import Iterator
-from contextlib import contextmanager
+from contextlib import AbstractContextManager, contextmanager
 from typing import TYPE_CHECKING, Any, overload
 
 from .. import ARRAY_TYPES, AnyArray, _bridge
@@ -39,9 +39,13 @@ if TYPE_CHECKING:
     )
 
 
-def _lent(array: Any, writable: bool) -> _bridge.Elements:
+def _refuse_others(array: Any) -> None:
     if not isinstance(array, ARRAY_TYPES):
         raise TypeError(f"expected an orvane array, got {type(array).__name__}")
+
+
+def _lent(array: Any, writable: bool) -> _bridge.Elements:
+    _refuse_others(array)
     return _bridge.Elements(array, writable=writable)
 
 
@@ -115,14 +119,19 @@ def to_numpy(array: Any, *, copy: bool | None = None, writable: bool = False) ->
     return np.array(elements, copy=True, order="F") if copy else np.asarray(elements)
 
 
-@contextmanager
-def writable(array: AnyArray) -> Iterator[Any]:
+def writable(array: AnyArray) -> AbstractContextManager[Any]:
     """A context in which others may write to the elements of an array or view.
 
     What it gives lies over the elements: a writable NumPy array; a writable memoryview where NumPy
     is not installed. When the context ends it goes on showing them, but is read-only. Other NumPy
     arrays that were made of it inside must not be written to afterwards.
     """
+    _refuse_others(array)
+    return _lent_for_writing(array)
+
+
+@contextmanager
+def _lent_for_writing(array: AnyArray) -> Iterator[Any]:
     elements = _lent(array, writable=True)
     try:
         if not has_numpy():
@@ -142,8 +151,7 @@ def writable(array: AnyArray) -> Iterator[Any]:
 
 def tolist(array: AnyArray) -> list[Any]:
     """The elements that an array or view shows, in nested lists."""
-    if not isinstance(array, ARRAY_TYPES):
-        raise TypeError(f"expected an orvane array, got {type(array).__name__}")
+    _refuse_others(array)
     # What a pickle holds is the fastest list that there is, and for whole arrays the right one.
     _, (_, nested) = _bridge.copy(array).__reduce__()
     shown: list[Any] = nested if len(array.size) > 1 else nested[0]

@@ -1,16 +1,16 @@
-"""`asarray`: who reads what."""
+"""Who reads what."""
 
 from __future__ import annotations
 
 import sys
 from contextlib import suppress
-from typing import TYPE_CHECKING, Any, TypeVar, overload
+from typing import TYPE_CHECKING, Any
 
 from .. import ARRAY_TYPES, AnyArray, _bridge
 from .._numpy import has_numpy, require_numpy
 from .dlpack import from_dlpack
 from .formats import read_format
-from .kinds import Wish, kind_of, read_wish
+from .kinds import Wish, kind_of
 from .memory import array_copied_from, array_over, refuse_copy, shape_of, why_not_shared
 from .nested import NUMBERS, array_of_numbers, shape_of_nested
 from .places import Refusal, refuse_type
@@ -26,58 +26,12 @@ from .sequences import (
 if TYPE_CHECKING:
     from numpy.typing import NDArray
 
-_ArrayT = TypeVar("_ArrayT", bound=AnyArray)
-
 _OF_LIBRARIES = {"pandas", "polars", "pyarrow", "torch", "jax", "jaxlib", "h5py", "zarr"}
 _ARRAY_METHODS = ("__array__", "__array_interface__", "__array_struct__")
 
 
-@overload
-def asarray(
-    obj: object,
-    type: type[_ArrayT],
-    *,
-    is_complex: bool | None = None,
-    copy: bool | None = None,
-) -> _ArrayT: ...
-@overload
-def asarray(
-    obj: object,
-    type: object = None,
-    *,
-    is_complex: bool | None = None,
-    copy: bool | None = None,
-) -> AnyArray: ...
-def asarray(
-    obj: object,
-    type: object = None,
-    *,
-    is_complex: bool | None = None,
-    copy: bool | None = None,
-) -> AnyArray:
-    """An array of whatever holds numbers.
-
-    ``obj``: an array, an exporter of buffers in any layout, what has DLPack's or NumPy's protocol,
-    an object of pandas, Polars, PyArrow, PyTorch or JAX, nested sequences, a number. One dimension
-    becomes a row.
-
-    ``type`` says of which type the elements are: one of the eleven, its name, or a type of NumPy's;
-    by default they stay what they are. ``is_complex`` is by default as in ``obj``. A value that
-    does not fit is refused with its place: ValueError.
-
-    ``copy=None`` shares the memory where it is writable, in column-major order and of the right
-    type, and copies elsewhere; ``False`` insists on sharing, and ValueError says why it cannot be;
-    ``True`` never shares. The array keeps the owner of the memory alive.
-
-    ValueError for missing and masked values; TypeError for what holds no numbers.
-    """
-    try:
-        return _array_of(obj, read_wish(type, is_complex, copy))
-    except Refusal as refusal:
-        raise refusal.told() from None
-
-
-def _array_of(obj: Any, wish: Wish) -> AnyArray:
+def read_array(obj: Any, wish: Wish) -> AnyArray:
+    """An array of whatever holds numbers; `Refusal` on the way to who asks."""
     if isinstance(obj, ARRAY_TYPES):
         return _converted(obj, wish, is_own=False)
     if isinstance(obj, NUMBERS):
@@ -313,7 +267,7 @@ def _with_shape(obj: Any, wish: Wish) -> tuple[AnyArray, tuple[int, ...]]:
     if view is not None:
         return _of_memory(view, wish), shape_of(view)
     if hasattr(type(obj), "__dlpack__"):
-        array = _array_of(obj, wish)
+        array = read_array(obj, wish)
         return array, array.size
     if _ndarray_of_library(obj, wish) is None:
         _ndarray_by_protocol(obj, wish)  # both ask for NumPy
