@@ -44,12 +44,14 @@ class NativeJudge(Judge):
         if TYPED:
             TYPED.drop_kept_elsewhere(self.chance.random() < 0.5)
             freed, released = 0, 0
-            for _ in range(50):  # what other threads let go of is freed by a pending call
+            for pause in range(300):  # what other threads let go of is freed by a pending call
                 LOANS.lend(orvane.double([1.0]), False, False).give_back()
                 freed, released = freed + TYPED.count_freed_buffers(), LOANS.released()
                 if (freed, released - self.released) == (self.made, self.lent_blocks):
                     return
-                time.sleep(0)  # with the lock comes the news of the call
+                time.sleep(
+                    pause / 10_000
+                )  # with the lock comes the news of the call, at last after seconds
             raise AssertionError("blocks of native code", freed, self.made, self.lent_blocks)
 
 
