@@ -49,9 +49,7 @@ class NativeJudge(Judge):
                 freed, released = freed + TYPED.count_freed_buffers(), LOANS.released()
                 if (freed, released - self.released) == (self.made, self.lent_blocks):
                     return
-                time.sleep(
-                    pause / 10_000
-                )  # with the lock comes the news of the call, at last after seconds
+                time.sleep(pause / 10_000)  # with the lock comes the news of the call
             raise AssertionError("blocks of native code", freed, self.made, self.lent_blocks)
 
 
