@@ -192,7 +192,7 @@ def test_what_is_shown_among_other_things_and_what_went_wrong(shell, capsys):
     assert "of size (2,)" in shown(deep)["text/plain"]
     fixed = (whole := orvane.int8(size=(2, 2, 2)))[1][1]
     whole.reshape(8, 1)
-    assert shown(fixed)["text/plain"] == "orvane.int8 of size (), 1 byte"
+    assert shown(fixed) == {"text/plain": "<orvane.int8: RuntimeError: too many indices.>"}
     assert repr(large).startswith("orvane.double([[0.0,0.0")
     others = shell.display_formatter.formatters["text/plain"]
     others.for_type(orvane.int8, lambda array, printer, cycle: printer.text("mine"))

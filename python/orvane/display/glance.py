@@ -22,6 +22,8 @@ def count_of(array: AnyArray) -> int:
 
 def heading_of(array: AnyArray) -> str:
     size = array.size
+    if not size:  # a reshape has left no dimensions to this view, which says so of itself
+        len(array)
     words = [f"orvane.{type(array).__name__} of size {size}"]
     if array._is_complex:
         words.append("complex")
@@ -67,7 +69,7 @@ class Plane(NamedTuple):
 def planes_of(array: AnyArray) -> list[Plane]:
     """None of what is empty; of more than two dimensions the first plane and the last."""
     size = array.size
-    if not size or not math.prod(size):  # a reshape leaves no dimensions to some views
+    if not size or not math.prod(size):
         return []
     height, width = size[-2:] if len(size) > 1 else (1, *size)
     first, last = [0] * len(size[:-2]), [extent - 1 for extent in size[:-2]]
