@@ -138,6 +138,8 @@ list(asarray([2**63 - 1], is_complex=True).real()) -> [2**63 - 1]
 asarray([array.array("q", [2**53 + 1]), [1.0]], "int64") -> int64([[2**53 + 1], [1]])
 asarray([array.array("q", [1]), (300,)], "int8") ->
  ValueError: the element at [1][0], 300, does not fit into orvane.int8
+asarray([[int64([300]), [[1]]], [[[2**63]], [[1]]]], "int8") ->
+ ValueError: the element at [0][0][0][0], 300, does not fit into orvane.int8
 asarray([int8([1, 2])[0], double([3, 4])[0]]) -> double([[1, 2], [3, 4]])
 asarray([int8([[1], [2]]), int8([[3], [4]])], "double") -> double([[[1], [2]], [[3], [4]]])
 asarray([int8([1j], is_complex=True), [[3]]], "int8") -> int8([[[1j]], [[3]]], is_complex=True)

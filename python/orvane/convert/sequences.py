@@ -83,7 +83,8 @@ def ndarray_of_sequence(
 ) -> NDArray[Any]:
     """NumPy's array of what `read` reads of the values."""
     from .exports import to_numpy
-    from .ndarrays import stacked
+    from .fitting import fit
+    from .ndarrays import source_kind, stacked
 
     leaves = leaf_types(values)
     numbers = _ndarray_at_once(values, leaves)
@@ -97,9 +98,12 @@ def ndarray_of_sequence(
     parts = []
     for index, value in enumerate(values):
         try:
-            parts.append(read(value, wish))
+            part = read(value, wish)
+            if wish.array_type is not None:  # so that what is refused is the first
+                part = fit(part, wish.kind_for(source_kind(part, wish)))
         except Refusal as refusal:
             raise refusal.within(index) from None
+        parts.append(part)
     return stacked(parts, 0, wish)
 
 
@@ -159,6 +163,8 @@ def joined(
     for index, value in enumerate(values):
         try:
             array, shape = read(value, wish)
+            if wish.array_type is not None:  # so that what is refused is the first
+                array = _fitted(array, wish.kind_for(kind_of(array)), shape)
         except Refusal as refusal:
             raise refusal.within(index) from None
         arrays.append(array)
@@ -172,11 +178,7 @@ def joined(
     whole.frombytes(bytes(len(arrays) * math.prod(shape) * units * kind.part_size))
     for index, array in enumerate(arrays):
         try:
-            fitted = (
-                array
-                if kind_of(array) == kind
-                else fit_array(_bridge.copy(array), kind, len(shape))
-            )
+            fitted = _fitted(array, kind, shape)
         except Refusal as refusal:
             raise refusal.within(index) from None
         part = stdlib_array(letter, memoryview(_bridge.Elements(fitted)).tobytes("F"))
@@ -184,6 +186,10 @@ def joined(
             whole[index * units + unit :: len(arrays) * units] = part[unit::units]
     shape = (len(arrays), *shape)
     return _bridge.adopt(whole, kind.format, row_at_least(shape)), shape
+
+
+def _fitted(array: AnyArray, kind: Kind, shape: tuple[int, ...]) -> AnyArray:
+    return array if kind_of(array) == kind else fit_array(_bridge.copy(array), kind, len(shape))
 
 
 def refuse_leaf(value: Any) -> None:
