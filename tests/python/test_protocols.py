@@ -119,7 +119,8 @@ def test_an_error_inside_an_item_goes_through():
     a = grid(4, 2)
     column, same = a[3], orvane.double([3, 5, 7, 0])[0]
     a.reshape(2, 4)
-    for one, other in ((column, same), (same, column)):
+    short = orvane.double([3, 5, 7])[0]  # its end is found after the next item of the other is read
+    for one, other in ((column, same), (same, column), (column, short), (short, column)):
         with refused(IndexError, "index has an invalid value: 3"):
             _ = one == other
     same[1] = -5
