@@ -25,6 +25,8 @@ _ADVICE = {
 
 def without_mask(numbers: NDArray[Any]) -> NDArray[Any]:
     """The elements below a mask that hides none; ValueError where it hides some."""
+    if type(numbers) is np.ndarray:
+        return numbers
     if isinstance(numbers, np.ma.MaskedArray):
         # The mask may be one truth value for all elements.
         mask = np.asarray(numbers.mask)
@@ -130,9 +132,9 @@ def _is_aligned(numbers: NDArray[Any], kind: Kind) -> bool:
 
 def _why_not_shared(numbers: NDArray[Any], kind: Kind) -> str | None:
     """A reason, in which {source} and {kind} stand for what takes long to write."""
-    dtype = numbers.dtype
-    if dtype != kind.dtype:
-        if not dtype.isnative and dtype.newbyteorder() == kind.dtype:
+    dtype, wanted = numbers.dtype, kind.dtype
+    if dtype != wanted:
+        if not dtype.isnative and dtype.newbyteorder() == wanted:
             return "their bytes are in the other order"
         return "they are of type {source} and become {kind}"
     if not _is_aligned(numbers, kind):
