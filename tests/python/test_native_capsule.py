@@ -85,25 +85,6 @@ def test_no_implementation_of_what_is_no_array():
             impl_of(no_array)
 
 
-@table("""
-memoryview(a), a.clone() -> (2, 3), [1, 4, 2, 5, 3, 6]
-a[1].__setitem__(0, 30) -> (2, 3), [1, 30, 2, 5, 3, 6]
-a.__setitem__(0, [7, 8, 9]) -> (2, 3), [7, 4, 8, 5, 9, 6]
-a.reshape(6, 1)[5].__setitem__(0, 60) -> (6, 1), [1, 4, 2, 5, 3, 60]
-""")
-def test_native_code_and_python_see_every_change(typed, expression, answer):
-    a = orvane.double([[1, 2, 3], [4, 5, 6]])
-    place, impl, before = typed.take("d", a)[3], impl_of(a), memoryview(a)
-    evaluate(expression, a=a, memoryview=memoryview)
-    extents, elements = evaluate(answer)
-    assert taken(typed, "d", a) == (a.size, list(a._data)) == (extents, elements)
-    assert list(array.array("d", stored_bytes(a))) == elements
-    # An export from before goes on showing the elements, with the extents that it was given.
-    assert (before.shape, list(array.array("d", stored_bytes(before)))) == ((2, 3), elements)
-    if extents == (2, 3):
-        assert (impl_of(a), typed.take("d", a)[3]) == (impl, place)
-
-
 def test_what_native_code_writes_shows_with_the_next_reshape(typed):
     handed_out, (made, place) = orvane.double([[0.0] * 6]), typed.make("d", (1, 6), bytes(48))
     for a, native in ((handed_out, typed.take("d", handed_out)[3]), (made, place)):

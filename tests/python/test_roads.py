@@ -127,17 +127,6 @@ def test_one_element_among_many_decides(kind):
                 assert (x[i::2] == y[i::2], x[i + 1 :] == y[i + 1 :]) == (equal, True)
 
 
-@each_kind
-def test_real_and_complex_elements_compare_across(kind):
-    partner = KIND_OF.get("Z" + kind.format)
-    parts = awkward_parts(kind.element) if partner else []
-    for part, real_part, tilt in itertools.product(parts, parts, [0, 1]):
-        real = from_stored(kind, [part])
-        pair = from_stored(partner, [(real_part, type(part)(tilt))])
-        equal = kind.read(part) == pair[0][0]
-        assert (real == pair, pair == real) == (equal, equal)
-
-
 def test_bits_of_single():
     """Minus infinity becomes plus infinity, a signalling NaN is quieted, in both parts."""
     bits = [0x7F800001, 0xFF800000, 0xFFC00005, 0x80000001, 0x7F800000]

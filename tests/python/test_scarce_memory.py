@@ -106,7 +106,7 @@ def shown(value):
         text = f"{value.size} {value!r}" if is_array else repr(value)
     except IndexError as error:  # a stale view
         text = str(error)
-    return re.sub(r"0x\w+|\d{10,}", "", text)
+    return re.sub(r"0x\w+|\d{8,}", "", text)
 
 
 def arrays_in(space):
@@ -179,6 +179,8 @@ def main(preloaded, objects_fail):
 @pytest.mark.skipif("ORVANE_SANITIZED" in os.environ, reason="a sanitizer has its own allocator")
 @pytest.mark.parametrize("objects_fail", ["yes", "no"])
 def test_no_allocation_is_taken_for_granted(objects_fail):
+    if objects_fail == "yes" and hasattr(sys, "gettotalrefcount"):
+        pytest.skip("an interpreter for debugging ends where its own frames run short")
     library = str(build_directory() / "scarce_memory.so")
     path = os.pathsep.join([str(Path(__file__).parent), *sys.path[1:]])
     objects = {"yes": "malloc", "no": "pymalloc"}[objects_fail]
