@@ -29,7 +29,7 @@ def without_mask(numbers: NDArray[Any]) -> NDArray[Any]:
         return numbers
     if isinstance(numbers, np.ma.MaskedArray):
         # The mask may be one truth value for all elements.
-        mask = np.asarray(numbers.mask)
+        mask: NDArray[Any] = np.asarray(numbers.mask)
         if mask.dtype.names:
             mask = np.any([mask[name] for name in mask.dtype.names], axis=0)
         mask = np.broadcast_to(mask, numbers.shape)
