@@ -12,19 +12,7 @@ from .reading import read_array
 if TYPE_CHECKING:
     from typing import Any, Literal
 
-    from .. import (
-        double,
-        int8,
-        int16,
-        int32,
-        int64,
-        logical,
-        single,
-        uint8,
-        uint16,
-        uint32,
-        uint64,
-    )
+    import orvane
 
 _ArrayT = TypeVar("_ArrayT", bound=AnyArray)
 
@@ -44,7 +32,7 @@ def asarray(
     *,
     is_complex: bool | None = None,
     copy: bool | None = None,
-) -> double[Any]: ...
+) -> orvane.double[Any]: ...
 @overload
 def asarray(
     obj: object,
@@ -52,7 +40,7 @@ def asarray(
     *,
     is_complex: bool | None = None,
     copy: bool | None = None,
-) -> single[Any]: ...
+) -> orvane.single[Any]: ...
 @overload
 def asarray(
     obj: object,
@@ -60,7 +48,7 @@ def asarray(
     *,
     is_complex: bool | None = None,
     copy: bool | None = None,
-) -> int8[Any]: ...
+) -> orvane.int8[Any]: ...
 @overload
 def asarray(
     obj: object,
@@ -68,7 +56,7 @@ def asarray(
     *,
     is_complex: bool | None = None,
     copy: bool | None = None,
-) -> uint8[Any]: ...
+) -> orvane.uint8[Any]: ...
 @overload
 def asarray(
     obj: object,
@@ -76,7 +64,7 @@ def asarray(
     *,
     is_complex: bool | None = None,
     copy: bool | None = None,
-) -> int16[Any]: ...
+) -> orvane.int16[Any]: ...
 @overload
 def asarray(
     obj: object,
@@ -84,7 +72,7 @@ def asarray(
     *,
     is_complex: bool | None = None,
     copy: bool | None = None,
-) -> uint16[Any]: ...
+) -> orvane.uint16[Any]: ...
 @overload
 def asarray(
     obj: object,
@@ -92,7 +80,7 @@ def asarray(
     *,
     is_complex: bool | None = None,
     copy: bool | None = None,
-) -> int32[Any]: ...
+) -> orvane.int32[Any]: ...
 @overload
 def asarray(
     obj: object,
@@ -100,7 +88,7 @@ def asarray(
     *,
     is_complex: bool | None = None,
     copy: bool | None = None,
-) -> uint32[Any]: ...
+) -> orvane.uint32[Any]: ...
 @overload
 def asarray(
     obj: object,
@@ -108,7 +96,7 @@ def asarray(
     *,
     is_complex: bool | None = None,
     copy: bool | None = None,
-) -> int64[Any]: ...
+) -> orvane.int64[Any]: ...
 @overload
 def asarray(
     obj: object,
@@ -116,7 +104,7 @@ def asarray(
     *,
     is_complex: bool | None = None,
     copy: bool | None = None,
-) -> uint64[Any]: ...
+) -> orvane.uint64[Any]: ...
 @overload
 def asarray(
     obj: object,
@@ -124,7 +112,7 @@ def asarray(
     *,
     is_complex: bool | None = None,
     copy: bool | None = None,
-) -> logical: ...
+) -> orvane.logical: ...
 @overload
 def asarray(
     obj: object,

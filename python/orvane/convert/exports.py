@@ -13,29 +13,17 @@ if TYPE_CHECKING:
     import numpy as np
     from numpy.typing import NDArray
 
-    from .. import (
-        double,
-        int8,
-        int16,
-        int32,
-        int64,
-        logical,
-        single,
-        uint8,
-        uint16,
-        uint32,
-        uint64,
-    )
+    import orvane
 
     _ComplexIntegers = (
-        int8[complex]
-        | int16[complex]
-        | int32[complex]
-        | int64[complex]
-        | uint8[complex]
-        | uint16[complex]
-        | uint32[complex]
-        | uint64[complex]
+        orvane.int8[complex]
+        | orvane.int16[complex]
+        | orvane.int32[complex]
+        | orvane.int64[complex]
+        | orvane.uint8[complex]
+        | orvane.uint16[complex]
+        | orvane.uint32[complex]
+        | orvane.uint64[complex]
     )
 
 
@@ -51,55 +39,55 @@ def _lent(array: Any, writable: bool) -> _bridge.Elements:
 
 @overload
 def to_numpy(
-    array: double[float], *, copy: bool | None = None, writable: bool = False
+    array: orvane.double[float], *, copy: bool | None = None, writable: bool = False
 ) -> NDArray[np.float64]: ...
 @overload
 def to_numpy(
-    array: single[float], *, copy: bool | None = None, writable: bool = False
+    array: orvane.single[float], *, copy: bool | None = None, writable: bool = False
 ) -> NDArray[np.float32]: ...
 @overload
 def to_numpy(
-    array: int8[int], *, copy: bool | None = None, writable: bool = False
+    array: orvane.int8[int], *, copy: bool | None = None, writable: bool = False
 ) -> NDArray[np.int8]: ...
 @overload
 def to_numpy(
-    array: int16[int], *, copy: bool | None = None, writable: bool = False
+    array: orvane.int16[int], *, copy: bool | None = None, writable: bool = False
 ) -> NDArray[np.int16]: ...
 @overload
 def to_numpy(
-    array: int32[int], *, copy: bool | None = None, writable: bool = False
+    array: orvane.int32[int], *, copy: bool | None = None, writable: bool = False
 ) -> NDArray[np.int32]: ...
 @overload
 def to_numpy(
-    array: int64[int], *, copy: bool | None = None, writable: bool = False
+    array: orvane.int64[int], *, copy: bool | None = None, writable: bool = False
 ) -> NDArray[np.int64]: ...
 @overload
 def to_numpy(
-    array: uint8[int], *, copy: bool | None = None, writable: bool = False
+    array: orvane.uint8[int], *, copy: bool | None = None, writable: bool = False
 ) -> NDArray[np.uint8]: ...
 @overload
 def to_numpy(
-    array: uint16[int], *, copy: bool | None = None, writable: bool = False
+    array: orvane.uint16[int], *, copy: bool | None = None, writable: bool = False
 ) -> NDArray[np.uint16]: ...
 @overload
 def to_numpy(
-    array: uint32[int], *, copy: bool | None = None, writable: bool = False
+    array: orvane.uint32[int], *, copy: bool | None = None, writable: bool = False
 ) -> NDArray[np.uint32]: ...
 @overload
 def to_numpy(
-    array: uint64[int], *, copy: bool | None = None, writable: bool = False
+    array: orvane.uint64[int], *, copy: bool | None = None, writable: bool = False
 ) -> NDArray[np.uint64]: ...
 @overload
 def to_numpy(
-    array: logical, *, copy: bool | None = None, writable: bool = False
+    array: orvane.logical, *, copy: bool | None = None, writable: bool = False
 ) -> NDArray[np.bool_]: ...
 @overload
 def to_numpy(
-    array: double[complex], *, copy: bool | None = None, writable: bool = False
+    array: orvane.double[complex], *, copy: bool | None = None, writable: bool = False
 ) -> NDArray[np.complex128]: ...
 @overload
 def to_numpy(
-    array: single[complex], *, copy: bool | None = None, writable: bool = False
+    array: orvane.single[complex], *, copy: bool | None = None, writable: bool = False
 ) -> NDArray[np.complex64]: ...
 @overload
 def to_numpy(
