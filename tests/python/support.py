@@ -118,6 +118,18 @@ def nested(array: Any) -> Any:
     return [nested(item) if hasattr(item, "_is_complex") else item for item in array]
 
 
+def parts_of(array: Any) -> dict[str, Any]:
+    """Views of an array of three dimensions, by what they are."""
+    return {
+        "whole": array,
+        "row": array[1],
+        "line": array[0][1],
+        "slice": array[1:],
+        "reversed": array[1][::-1],
+        "nothing": array[2:],
+    }
+
+
 def stored_bytes(array: Any) -> bytes:
     """The exported elements in storage order."""
     return memoryview(array).tobytes(order="A")
