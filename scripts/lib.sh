@@ -69,6 +69,7 @@ declare -rA need_title=(
     [lapack]="LAPACK, which the native example computes with"
     [eigen]="Eigen, whose matrices native modules take"
     [libfuzzer]="Clang with libFuzzer"
+    [doxygen]="Doxygen, which reads the headers for native modules"
 )
 declare -rA need_packages=(
     [python]="python3 python3-dev python3-venv"
@@ -78,6 +79,7 @@ declare -rA need_packages=(
     [lapack]="libopenblas-dev"
     [eigen]="libeigen3-dev"
     [libfuzzer]="clang libclang-rt-dev"
+    [doxygen]="doxygen"
 )
 # A package that is too old on the machine's release is not worth the minutes that installing takes.
 declare -rA need_release=([python]="python3 3.10" [compiler]="g++ 11")
@@ -229,6 +231,8 @@ has_libfuzzer() {
     done
     return 1
 }
+
+has_doxygen() { command -v doxygen >/dev/null; }
 
 has_googletest() { compiles '#include <gtest/gtest.h>'; }
 

@@ -11,7 +11,7 @@ Checks format and style, builds the package with its C++ tests, runs those, inst
 environment of its own and runs the Python tests against it, on CPython 3.10 where there is one, else the next later.
 
   --all         the same on the newest installed CPython too, there with the libraries that arrays are converted from and
-                to, as far as they have a release for it
+                to, as far as they have a release for it; and the documentation site
   --libraries   with those libraries on the first interpreter
   --sanitize    instead: C++ and Python tests under AddressSanitizer and UndefinedBehaviorSanitizer
   --python      the interpreter to use in place of the preferred one
@@ -89,6 +89,7 @@ with_libraries=''
 [[ ${option[libraries]} == no ]] || with_libraries=$preferred
 
 "$root/scripts/lint.sh"
+[[ ${option[all]} == no ]] || "$root/scripts/docs.sh" --python "$newest"
 # Once, clients are also run with an extension that has been built anew.
 [[ ${option[all]} == no ]] || export ORVANE_TEST_REBUILD=1
 test_on "$preferred"

@@ -20,8 +20,11 @@ def code_on(page: str) -> str:
     return "\n".join(re.findall(r"```python\n(.*?)```", text, re.DOTALL))
 
 
+PAGES = [path.relative_to(ROOT).as_posix() for path in (ROOT / "docs").glob("*.md")]
+
+
 @pytest.mark.parametrize(
-    "page", ["README.md", "docs/arrays.md", "docs/conversions.md", "help(orvane)"]
+    "page", ["help(orvane)", *(page for page in ["README.md", *PAGES] if ">>>" in code_on(page))]
 )
 def test_the_examples(page):
     code = code_on(page)
