@@ -8,7 +8,7 @@ from html import escape
 from .results import Report, RowResult
 from .texts import measure_text
 
-LABEL_WIDTH = 330
+LABEL_WIDTH = 400
 PLOT_WIDTH = 470
 TIMES_WIDTH = 190
 MARGIN = 16

@@ -96,6 +96,7 @@ def generated(sets: list[KeptSet]) -> str:
             [kept.summary() for kept in sets],
         ),
         "",
+        *[f"![Chart of {kept.name}]({kept.link}.svg)\n" for kept in sets],
         *markdown(["work", "ours", "peer", "ratio", "at least", "", "set"], worst_of_each(sets)),
     ]
     return "\n".join(lines)

@@ -29,6 +29,9 @@ copybutton_exclude = ".linenos, .gp, .go"  # prompts and what Python answers
 
 html_theme = "furo"
 html_title = project
+html_copy_source = False
+html_theme_options = {"top_of_page_buttons": []}
+pygments_dark_style = "github-dark"
 html_static_path = ["static"]
 html_css_files = ["site.css"]
 html_additional_pages = {"index": "to_first_page.html"}

@@ -33,10 +33,17 @@ def tells_more_than_namespaces(record):
     return not re.search(again, record.getMessage(), re.DOTALL)
 
 
+def without_last_line(app, doctree):
+    """An example in Python ends with an empty line, for who runs it."""
+    for block in doctree.findall(nodes.literal_block):
+        block.rawsource = block.rawsource.rstrip()
+        block[:] = [nodes.Text(block.astext().rstrip())]
+
+
 class LabelledCells(SphinxPostTransform):
     """Cells say of which column they are, for screens on which they stand one below the other.
 
-    The style sheet shows it there alone. Tables of two columns fit, those of many stay as they are.
+    The style sheet shows it there alone. Tables of two columns fit; large ones stay as they are.
     """
 
     default_priority = 500
@@ -44,21 +51,23 @@ class LabelledCells(SphinxPostTransform):
 
     def run(self, **_):
         for group in self.document.findall(nodes.tgroup):
-            heads = [
-                entry.astext() for entry in next(group.findall(nodes.thead)).findall(nodes.entry)
-            ]
-            if not 3 <= len(heads) <= 4:
-                continue
-            group.parent["classes"].append("stacked")
-            for row in next(group.findall(nodes.tbody)):
-                for head, entry in zip(heads, row, strict=True):
-                    if head and entry.astext():
-                        entry[0].insert(0, nodes.inline("", f"{head}: ", classes=["column"]))
+            heads = next(group.findall(nodes.thead)).findall(nodes.entry)
+            names = [entry.astext() for entry in heads]
+            rows = next(group.findall(nodes.tbody)).children
+            if len(names) > 4 and len(rows) > 20:
+                group.parent["classes"].append("large")
+            elif len(names) > 2:
+                group.parent["classes"].append("stacked")
+                for row in rows:
+                    for name, entry in zip(names, row, strict=True):
+                        if name and entry.astext():
+                            entry[0].insert(0, nodes.inline("", f"{name}: ", classes=["column"]))
 
 
 def setup(app):
     app.connect("source-read", add_contents)
     app.connect("doctree-read", without_namespaces)
+    app.connect("doctree-read", without_last_line)
     app.add_post_transform(LabelledCells)
     logging.getLogger("sphinx.sphinx.domains.cpp").addFilter(tells_more_than_namespaces)
     return {"parallel_read_safe": True, "version": "1"}

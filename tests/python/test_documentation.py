@@ -2,29 +2,33 @@
 
 import doctest
 import re
+import shlex
 from pathlib import Path
 
 import pytest
 
 import orvane
+from native_clients import COMPILER, ask_package, run
 from support import ERRORS, evaluate, execute, refused
 
 ROOT = Path(__file__).parents[2]
 ARRAYS = ROOT / "docs" / "arrays.md"
 
 
-def code_on(page: str) -> str:
-    if page == "help(orvane)":
-        return orvane.__doc__
+PAGES = ["README.md", *(f"docs/{path.name}" for path in (ROOT / "docs").glob("*.md"))]
+
+
+def blocks_on(page: str, language: str) -> list[str]:
     text = (ROOT / page).read_text("utf-8")
-    return "\n".join(re.findall(r"```python\n(.*?)```", text, re.DOTALL))
+    return re.findall(rf"```{language}\n(.*?)```", text, re.DOTALL)
 
 
-PAGES = [path.relative_to(ROOT).as_posix() for path in (ROOT / "docs").glob("*.md")]
+def code_on(page: str) -> str:
+    return orvane.__doc__ if page == "help(orvane)" else "\n".join(blocks_on(page, "python"))
 
 
 @pytest.mark.parametrize(
-    "page", ["help(orvane)", *(page for page in ["README.md", *PAGES] if ">>>" in code_on(page))]
+    "page", ["help(orvane)", *(page for page in PAGES if ">>>" in code_on(page))]
 )
 def test_the_examples(page):
     code = code_on(page)
@@ -55,3 +59,30 @@ def test_the_table_of_messages(statement, message):
     a, z = orvane.double([[1, 2, 3], [4, 5, 6]]), orvane.double([1j], is_complex=True)
     with refused(ERRORS.get(exception) or evaluate(exception), words):
         execute(statement, a=a, z=z)
+
+
+PROLOGUE = """
+namespace python = orvane::python;
+struct DLManagedTensorVersioned;
+void consume(DLManagedTensorVersioned*);
+void compute(orvane::data::TypedArray<double>&);
+"""
+FUNCTION = "python::Reference part(pybind11::module_ module, PyObject* object, PyObject* capsule) {"
+
+
+def test_the_code_in_cpp(tmp_path):
+    pybind11 = pytest.importorskip("pybind11")
+    eigen = Path("/usr/include/eigen3")
+    if not eigen.is_dir():
+        pytest.skip("Eigen is not installed")
+    code = [block for page in PAGES for block in blocks_on(page, "cpp")]
+    included = re.compile("#include.*\n")
+    source = "".join(sorted({line for block in code for line in included.findall(block)}))
+    source += PROLOGUE
+    for i, block in enumerate(included.sub("", block) for block in code):
+        is_whole = "MODULE(" in block or "PyInit_" in block
+        source += f"namespace code{i} {{ {block if is_whole else f'{FUNCTION} {block} }}'} }}\n"
+    (tmp_path / "code.cpp").write_text(source)
+    flags = shlex.split(ask_package("--includes"))
+    flags += [f"-I{pybind11.get_include()}", f"-I{eigen}", "-std=c++20", "-fsyntax-only"]
+    run(*COMPILER, *flags, tmp_path / "code.cpp")
