@@ -8,6 +8,8 @@ from pathlib import Path
 
 from docutils import nodes
 from sphinx import addnodes
+from sphinx.domains.c import CDomain
+from sphinx.domains.cpp import CPPDomain
 from sphinx.transforms.post_transforms import SphinxPostTransform
 
 CONTENTS = Path(__file__).parent / "contents.md"
@@ -64,7 +66,24 @@ class LabelledCells(SphinxPostTransform):
                             entry[0].insert(0, nodes.inline("", f"{name}: ", classes=["column"]))
 
 
+class WithoutParameters:
+    """Their names would stand before the rest in what the search finds."""
+
+    def get_objects(self):
+        return (each for each in super().get_objects() if not each[2].endswith("Param"))
+
+
+class CObjects(WithoutParameters, CDomain):
+    pass
+
+
+class CppObjects(WithoutParameters, CPPDomain):
+    pass
+
+
 def setup(app):
+    app.add_domain(CObjects, override=True)
+    app.add_domain(CppObjects, override=True)
     app.connect("source-read", add_contents)
     app.connect("doctree-read", without_namespaces)
     app.connect("doctree-read", without_last_line)

@@ -86,3 +86,15 @@ def test_the_code_in_cpp(tmp_path):
     flags = shlex.split(ask_package("--includes"))
     flags += [f"-I{pybind11.get_include()}", f"-I{eigen}", "-std=c++20", "-fsyntax-only"]
     run(*COMPILER, *flags, tmp_path / "code.cpp")
+
+
+INTERNAL = {"argument", "element_address", "function_resolver", "lend", "reference_holder"}
+INTERNAL |= {"set_element", "shaped_loan", "throw_if_error"}
+
+
+def test_the_reference_tells_of_every_name_and_header():
+    pages = (ROOT / "docs" / "reference").glob("*.md")
+    told = set(re.findall(r"[\w.]+", "".join(page.read_text("utf-8") for page in pages)))
+    sources = (ROOT / "sdk" / "include").rglob("*.h*"), (ROOT / "src" / "data_client").glob("*.h*")
+    headers = {path.name for paths in sources for path in paths}
+    assert {*orvane.__all__, *headers} - told == {f"{name}.hpp" for name in INTERNAL}
