@@ -1,0 +1,143 @@
+"""Arrays as MPI sees them: what lies where, in MPI's own types. Nothing is copied to be sent."""
+
+from __future__ import annotations
+
+from contextlib import ExitStack
+from typing import TYPE_CHECKING, Any, NamedTuple
+
+from .. import ARRAY_TYPES, AnyArray
+from ..convert.exports import to_numpy, writable
+from ..convert.kinds import Kind, kind_of
+from ..convert.memory import row_at_least
+from .engine import engine
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
+
+_KINDS = {
+    kind.format: kind
+    for kind in (Kind(each, is_complex) for each in ARRAY_TYPES for is_complex in (False, True))
+}
+
+
+class Form(NamedTuple):
+    """What ranks have to agree on: the kind of the elements, and the dimensions, two at least."""
+
+    format: str
+    size: tuple[int, ...]
+
+    @property
+    def kind(self) -> Kind:
+        return _KINDS[self.format]
+
+    def make(self) -> AnyArray:
+        return self.kind.make(size=self.size)
+
+    def extent(self, axis: int) -> int:
+        return self.size[axis] if axis < len(self.size) else 1
+
+    def of_extent(self, axis: int, extent: int) -> Form:
+        """The same with another extent along a dimension, which may be one beyond the last."""
+        size = [*self.size, *[1] * (axis + 1 - len(self.size))]
+        size[axis] = extent
+        return Form(self.format, _trimmed(tuple(size)))
+
+    def __str__(self) -> str:
+        return f"{self.kind} of size {self.size}"
+
+
+def _trimmed(size: tuple[int, ...]) -> tuple[int, ...]:
+    """As sizes of arrays are: of dimensions of one at the end, those beyond the second go."""
+    while len(size) > 2 and size[-1] == 1:
+        size = size[:-1]
+    return size
+
+
+class Block:
+    """An array or view, lent for as long as the stack stays open that comes with it."""
+
+    def __init__(self, array: AnyArray, owned: ExitStack, is_written: bool = False) -> None:
+        if not isinstance(array, ARRAY_TYPES):
+            raise TypeError(f"expected an orvane array, got {type(array).__name__}")
+        self.array: AnyArray = array
+        self.kind = kind_of(array)
+        self._owned = owned
+        lent: NDArray[Any] = (
+            owned.enter_context(writable(array)) if is_written else to_numpy(array)  # type: ignore[call-overload]
+        )
+        self.numbers = lent.reshape(row_at_least(lent.shape))  # which moves nothing
+        self.form = Form(self.kind.format, _trimmed(self.numbers.shape))
+
+    def part(self, axis: int, start: int, extent: int) -> NDArray[Any]:
+        numbers = self.numbers
+        while numbers.ndim <= axis:
+            numbers = numbers[..., None]
+        return numbers[(slice(None),) * axis + (slice(start, start + extent),)]
+
+    def set_apart(self, other: Block) -> None:
+        """Has elements of its own from now on if the other may have the same: MPI wants that."""
+        import numpy as np
+
+        if np.may_share_memory(self.numbers, other.numbers):
+            self.numbers = self.numbers.copy(order="F")
+
+    def place(self) -> Any:
+        """Where the elements begin, for mpi4py."""
+        return engine().memory.fromaddress(self.numbers.ctypes.data, 0)
+
+    def message(self) -> list[Any]:
+        """The elements as mpi4py takes messages: place, count and type.
+
+        Where they have no gaps, so many of them, which may be more than 2**31; else one of a type
+        that says where each lies.
+        """
+        if not self.numbers.size or self.numbers.flags.f_contiguous:
+            return [self.place(), self.numbers.size, self._element()]
+        return [self.place(), 1, self.layout(self.numbers)]
+
+    def layout(self, part: NDArray[Any]) -> Any:
+        """MPI's type that says where each element of a part lies, seen from the block's place."""
+        made = self._element()
+        run: int | None = part.itemsize  # so many bytes without a gap
+        for extent, stride in zip(part.shape, part.strides, strict=True):
+            if extent == 1:
+                continue
+            is_next = stride == run
+            made = self._keep(
+                made.Create_contiguous(extent) if is_next else made.Create_hvector(extent, 1, stride)
+            )
+            run = extent * stride if is_next else None
+        offset = part.ctypes.data - self.numbers.ctypes.data
+        return self._keep(made.Create_hindexed([1], [offset])).Commit()
+
+    def in_line(self) -> NDArray[Any]:
+        """The elements without gaps, where MPI's operations can work on them; a copy if need be."""
+        return self.numbers if self.numbers.flags.f_contiguous else self.numbers.copy("F")
+
+    def is_at(self, other: Block) -> bool:
+        """Whether both are the very same elements."""
+        mine, theirs = self.numbers, other.numbers
+        return mine.ctypes.data == theirs.ctypes.data and mine.strides == theirs.strides
+
+    def terms(self, numbers: NDArray[Any], op: Any) -> list[Any]:
+        """The message for an operation: of complex integers, each part is a number by itself."""
+        place = engine().memory.fromaddress(numbers.ctypes.data, 0)
+        if op.is_predefined and is_pair(self.kind):
+            return [place, 2 * numbers.size, engine().Datatype.fromcode(self.kind.letter)]
+        return [place, numbers.size, self._element()]
+
+    def _element(self) -> Any:
+        """MPI's type of an element; of complex integers, which it does not know, two in a row."""
+        datatype, kind = engine().Datatype, self.kind
+        if is_pair(kind):
+            return self._keep(datatype.fromcode(kind.letter).Create_contiguous(2)).Commit()
+        return datatype.fromcode(kind.letter.upper() if kind.is_complex else kind.letter)
+
+    def _keep(self, made: Any) -> Any:
+        self._owned.callback(made.Free)
+        return made
+
+
+def is_pair(kind: Kind) -> bool:
+    """Whether an element is two integers."""
+    return kind.is_complex and kind.code != "f"

@@ -1,0 +1,118 @@
+"""From one rank to another: a few bytes that say what comes, and then the elements."""
+
+from __future__ import annotations
+
+import pickle
+from contextlib import ExitStack
+from typing import TYPE_CHECKING, Any
+
+from .. import AnyArray
+from .blocks import Block, Form
+from .engine import communicator, engine
+from .meeting import RankError
+from .waiting import VARIABLE, is_done_in_time, message_in_time, time_limit
+
+if TYPE_CHECKING:
+    from mpi4py.MPI import Comm, Status  # type: ignore[import-not-found, unused-ignore]
+
+_MARK = b"array of orvane\n"
+
+
+def send(array: AnyArray, dest: int, tag: int = 0, *, comm: Comm | None = None) -> None:
+    """To another rank, which calls `recv`."""
+    with ExitStack() as owned:
+        _finish(_begun(communicator(comm), Block(array, owned), dest, tag), dest, tag)
+
+
+def recv(
+    source: int | None = None,
+    tag: int | None = None,
+    *,
+    out: AnyArray | None = None,
+    status: Status | None = None,
+    comm: Comm | None = None,
+) -> AnyArray | None:
+    """The array that another rank sends, in ``out`` or in a new array.
+
+    From whatever rank and with whatever tag, unless they are given; ``status`` tells them. A
+    RankError says that something else than `send` has sent, or that ``out`` is not of the same type
+    and size; the message is gone then. From ``PROC_NULL`` comes ``out``, untouched.
+    """
+    with ExitStack() as owned:
+        target = None if out is None else Block(out, owned, is_written=True)
+        return _received(communicator(comm), target, source, tag, status)
+
+
+def sendrecv(
+    array: AnyArray,
+    dest: int,
+    sendtag: int = 0,
+    source: int | None = None,
+    recvtag: int | None = None,
+    *,
+    out: AnyArray | None = None,
+    status: Status | None = None,
+    comm: Comm | None = None,
+) -> AnyArray | None:
+    """To one rank and from one, both at a time, where `send` and `recv` would wait for each other.
+
+    ``out`` may be ``array`` itself.
+    """
+    with ExitStack() as owned:
+        comm, given = communicator(comm), Block(array, owned)
+        target = None if out is None else Block(out, owned, is_written=True)
+        if target:
+            given.set_apart(target)
+        begun = _begun(comm, given, dest, sendtag)
+        try:
+            return _received(comm, target, source, recvtag, status)
+        finally:
+            _finish(begun, dest, sendtag)
+
+
+def _begun(comm: Any, given: Block, dest: int, tag: int) -> list[tuple[Any, object]]:
+    """The requests of both messages, each with what has to be kept until it is done."""
+    # With a limit in time, who sends waits for who receives, even if the message were small.
+    begin = comm.Isend if time_limit() is None else comm.Issend
+    told = _MARK + pickle.dumps(tuple(given.form))
+    begun = [(begin([told, engine().BYTE], dest, tag), told)]
+    if given.numbers.size:
+        begun.append((begin(given.message(), dest, tag), given))
+    return begun
+
+
+def _finish(begun: list[tuple[Any, object]], dest: int, tag: int) -> None:
+    for request, used in begun:
+        if not is_done_in_time(request, used, begun):
+            words = f"rank {dest} has received nothing with tag {tag}"
+            raise RankError(f"send: {words} within the time that {VARIABLE} gives", dest)
+
+
+def _received(
+    comm: Any, target: Block | None, source: int | None, tag: int | None, status: Any
+) -> AnyArray | None:
+    MPI = engine()  # noqa: N806
+    source = MPI.ANY_SOURCE if source is None else source
+    tag = MPI.ANY_TAG if tag is None else tag
+    status = MPI.Status() if status is None else status
+    message = message_in_time(comm, source, tag, status)
+    if message is None:
+        words = f"nothing has come from rank {source} with tag {tag}"
+        raise RankError(f"recv: {words} within the time that {VARIABLE} gives", source)
+    if message == MPI.MESSAGE_NO_PROC:
+        return target and target.array
+    told = bytearray(status.Get_count(MPI.BYTE))
+    message.Recv([told, MPI.BYTE], status)
+    source, tag = status.source, status.tag
+    if not told.startswith(_MARK):
+        raise RankError(f"recv: rank {source} has sent no array with tag {tag}", source)
+    form = Form(*pickle.loads(told[len(_MARK) :]))
+    with ExitStack() as owned:
+        fits = target is None or target.form == form
+        block = target if target and fits else Block(form.make(), owned, is_written=True)
+        if block.numbers.size:
+            comm.Recv(block.message(), source, tag, status)
+        if not fits:
+            words = f"out is {target.form}, what comes is {form}"
+            raise RankError(f"recv: rank {source}: {words}", source)
+        return block.array
