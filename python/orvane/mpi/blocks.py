@@ -20,6 +20,10 @@ _KINDS = {
 }
 
 
+_MOST = 2**31 - 1
+"""What MPI counts with an `int` before its fourth version."""
+
+
 class Form(NamedTuple):
     """What ranks have to agree on: the kind of the elements, and the dimensions, two at least."""
 
@@ -83,7 +87,7 @@ class Block:
 
     def place(self) -> Any:
         """Where the elements begin, for mpi4py."""
-        return engine().memory.fromaddress(self.numbers.ctypes.data, 0)
+        return engine().memory.fromaddress(_address(self.numbers), 0)
 
     def message(self) -> list[Any]:
         """The elements as mpi4py takes messages: place, count and type.
@@ -98,6 +102,9 @@ class Block:
     def layout(self, part: NDArray[Any]) -> Any:
         """MPI's type that says where each element of a part lies, seen from the block's place."""
         made = self._element()
+        offset = _address(part) - _address(self.numbers)
+        if part.flags.f_contiguous and part.size <= _MOST:
+            return self._keep(made.Create_hindexed([part.size], [offset])).Commit()
         run: int | None = part.itemsize  # so many bytes without a gap
         for extent, stride in zip(part.shape, part.strides, strict=True):
             if extent == 1:
@@ -107,7 +114,6 @@ class Block:
                 made.Create_contiguous(extent) if is_next else made.Create_hvector(extent, 1, stride)
             )
             run = extent * stride if is_next else None
-        offset = part.ctypes.data - self.numbers.ctypes.data
         return self._keep(made.Create_hindexed([1], [offset])).Commit()
 
     def in_line(self) -> NDArray[Any]:
@@ -117,11 +123,11 @@ class Block:
     def is_at(self, other: Block) -> bool:
         """Whether both are the very same elements."""
         mine, theirs = self.numbers, other.numbers
-        return mine.ctypes.data == theirs.ctypes.data and mine.strides == theirs.strides
+        return _address(mine) == _address(theirs) and mine.strides == theirs.strides
 
     def terms(self, numbers: NDArray[Any], op: Any) -> list[Any]:
         """The message for an operation: of complex integers, each part is a number by itself."""
-        place = engine().memory.fromaddress(numbers.ctypes.data, 0)
+        place = engine().memory.fromaddress(_address(numbers), 0)
         if op.is_predefined and is_pair(self.kind):
             return [place, 2 * numbers.size, engine().Datatype.fromcode(self.kind.letter)]
         return [place, numbers.size, self._element()]
@@ -136,6 +142,11 @@ class Block:
     def _keep(self, made: Any) -> Any:
         self._owned.callback(made.Free)
         return made
+
+
+def _address(numbers: NDArray[Any]) -> int:
+    address: int = numbers.__array_interface__["data"][0]
+    return address
 
 
 def is_pair(kind: Kind) -> bool:

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from functools import cache
 from typing import TYPE_CHECKING, Any
 
 from .._numpy import require_numpy
@@ -10,6 +11,7 @@ if TYPE_CHECKING:
     from mpi4py.MPI import Comm  # type: ignore[import-not-found, unused-ignore]
 
 
+@cache
 def engine() -> Any:
     """The module ``mpi4py.MPI``."""
     require_numpy("orvane.mpi")

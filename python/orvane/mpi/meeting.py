@@ -164,8 +164,8 @@ def exchange(comm: Any, told: Told) -> list[Told]:
     is_long = len(record) >= _ROOM
     sent = (b"\1" if is_long else b"\0" + record).ljust(_ROOM, b"\0")
     heard = bytearray(_ROOM * comm.size)
-    request = comm.Iallgather([sent, MPI.BYTE], [heard, MPI.BYTE])
-    missing = missing_ranks(comm, request, sent, heard)
+    messages = [sent, MPI.BYTE], [heard, MPI.BYTE]
+    missing = missing_ranks(comm, *messages)
     if missing:
         ranks = f"rank{'s' * (len(missing) > 1)} {', '.join(map(str, missing))}"
         words = f"{told.operation}: no word from {ranks} within the time that {VARIABLE} gives"

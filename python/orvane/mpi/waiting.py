@@ -64,21 +64,22 @@ def message_in_time(comm: Any, source: int, tag: int, status: Any) -> Any:
         time.sleep(_PAUSE)
 
 
-def missing_ranks(comm: Any, request: Any, *used: object) -> list[int]:
-    """Waits for what takes all ranks: nobody, if it is done; else those who have not come.
+def missing_ranks(comm: Any, sent: list[Any], heard: list[Any]) -> list[int]:
+    """Has all ranks hear what each sends: nobody, when that is done; else those who have not come.
 
     It is this rank itself where all others have waited and gone.
     """
     limit = time_limit()
     if limit is None:
-        request.Wait()
+        comm.Allgather(sent, heard)
         return []
+    request = comm.Iallgather(sent, heard)
     MPI = engine()  # noqa: N806
     tag = comm.Get_attr(MPI.TAG_UB)
     deadline = time.monotonic() + limit
     while not request.Test():
         if time.monotonic() > deadline or comm.Iprobe(MPI.ANY_SOURCE, tag):
-            _ABANDONED.extend((request, *used))
+            _ABANDONED.extend((request, sent, heard))
             return _those_who_do_not_answer(comm, tag)
         time.sleep(_PAUSE)
     return [comm.rank] if comm.Iprobe(MPI.ANY_SOURCE, tag) else []
