@@ -66,9 +66,7 @@ class Block:
         self.array: AnyArray = array
         self.kind = kind_of(array)
         self._owned = owned
-        lent: NDArray[Any] = (
-            owned.enter_context(writable(array)) if is_written else to_numpy(array)  # type: ignore[call-overload]
-        )
+        lent: NDArray[Any] = owned.enter_context(writable(array)) if is_written else to_numpy(array)
         self.numbers = lent.reshape(row_at_least(lent.shape))  # which moves nothing
         self.form = Form(self.kind.format, _trimmed(self.numbers.shape))
 
@@ -111,7 +109,9 @@ class Block:
                 continue
             is_next = stride == run
             made = self._keep(
-                made.Create_contiguous(extent) if is_next else made.Create_hvector(extent, 1, stride)
+                made.Create_contiguous(extent)
+                if is_next
+                else made.Create_hvector(extent, 1, stride)
             )
             run = extent * stride if is_next else None
         return self._keep(made.Create_hindexed([1], [offset])).Commit()
@@ -126,7 +126,10 @@ class Block:
         return _address(mine) == _address(theirs) and mine.strides == theirs.strides
 
     def terms(self, numbers: NDArray[Any], op: Any) -> list[Any]:
-        """The message for an operation: of complex integers, each part is a number by itself."""
+        """The message for an operation: of complex integers, each part is a number by itself.
+
+        The caller keeps the elements until the message is gone.
+        """
         place = engine().memory.fromaddress(_address(numbers), 0)
         if op.is_predefined and is_pair(self.kind):
             return [place, 2 * numbers.size, engine().Datatype.fromcode(self.kind.letter)]

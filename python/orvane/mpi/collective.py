@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 from collections.abc import Iterable, Sequence
+from operator import index
 from typing import TYPE_CHECKING, Any
 
 from .. import AnyArray
@@ -16,7 +17,7 @@ if TYPE_CHECKING:
     from numpy.typing import NDArray
 
 
-def bcast(array: AnyArray | None = None, root: int = 0, *, comm: Comm | None = None) -> AnyArray:
+def bcast(array: AnyArray | None = None, root: int = 0, *, comm: Comm | None = None) -> Any:
     """The array of one rank, on every rank.
 
     On ``root``, ``array`` is what is sent. Elsewhere it is filled with that and given back; without
@@ -44,7 +45,7 @@ def scatter(
     axis: int = -1,
     counts: Iterable[int] | None = None,
     comm: Comm | None = None,
-) -> AnyArray:
+) -> Any:
     """To every rank its part of the array of one rank, in ``out`` or in a new array.
 
     The last dimension is divided, into whole columns, unless ``axis`` names another. A part is what
@@ -55,7 +56,7 @@ def scatter(
         with meeting.agreed():
             if meeting.is_root:
                 meeting.give(array)
-                meeting.counts = None if counts is None else tuple(map(int, counts))
+                meeting.counts = None if counts is None else tuple(map(index, counts))
             meeting.take(out)
         form = meeting.told[meeting.root].given
         assert form
@@ -77,7 +78,7 @@ def gather(
     out: AnyArray | None = None,
     axis: int = -1,
     comm: Comm | None = None,
-) -> AnyArray | None:
+) -> Any:
     """The arrays of all ranks side by side on one rank, in ``out`` or in a new array.
 
     They follow each other along the last dimension, as columns, unless ``axis`` names another,
@@ -92,18 +93,16 @@ def gather(
 
 def allgather(
     array: AnyArray, *, out: AnyArray | None = None, axis: int = -1, comm: Comm | None = None
-) -> AnyArray:
+) -> Any:
     """As `gather`, on every rank."""
     with Meeting("allgather", comm, axis=axis) as meeting:
         with meeting.agreed():
             meeting.give(array)
             meeting.take(out)
-        gathered = _gathered(meeting, range(meeting.comm.size))
-        assert gathered is not None
-        return gathered
+        return _gathered(meeting, range(meeting.comm.size))
 
 
-def _gathered(meeting: Meeting, receivers: Sequence[int]) -> AnyArray | None:
+def _gathered(meeting: Meeting, receivers: Sequence[int]) -> Any:
     forms = [told.given for told in meeting.told if told.given]
     outs = [told.taken for told in meeting.told if told.taken]
     dimensions = max(len(form.size) for form in (*forms, *outs))
@@ -125,7 +124,7 @@ def _gathered(meeting: Meeting, receivers: Sequence[int]) -> AnyArray | None:
 
 def _axis(meeting: Meeting, ranks: int, end: int) -> int:
     """The dimension that is meant; the same on all ranks, and so is the refusal."""
-    axis = meeting.settings["axis"]
+    axis: int = meeting.settings["axis"]
     if not -ranks <= axis < end:
         raise meeting.refusal(0, f"axis is {axis}, and there are {ranks} dimensions")
     return axis if axis >= 0 else axis + ranks
@@ -146,9 +145,7 @@ def _counts(meeting: Meeting, axis: int, form: Form) -> Sequence[int]:
     return counts
 
 
-def _along(
-    block: Block | None, axis: int, counts: Sequence[int]
-) -> list[NDArray[Any] | None]:
+def _along(block: Block | None, axis: int, counts: Sequence[int]) -> list[NDArray[Any] | None]:
     """The parts of a block, one for each rank."""
     if block is None:
         return [None] * len(counts)

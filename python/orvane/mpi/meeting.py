@@ -13,7 +13,6 @@ from contextlib import ExitStack, contextmanager
 from operator import index
 from typing import TYPE_CHECKING, Any, NamedTuple
 
-from .. import AnyArray
 from .blocks import Block, Form
 from .engine import communicator, engine
 from .waiting import VARIABLE, missing_ranks
@@ -21,7 +20,7 @@ from .waiting import VARIABLE, missing_ranks
 if TYPE_CHECKING:
     from mpi4py.MPI import Comm  # type: ignore[import-not-found, unused-ignore]
 
-_ROOM = 256
+_ROOM = 160
 """Bytes from every rank in one round; whoever has more to say does so in a second one."""
 
 
@@ -64,7 +63,7 @@ class Meeting:
     What an array is lent for ends with it.
     """
 
-    def __init__(self, operation: str, comm: Comm | None, **settings: Any) -> None:
+    def __init__(self, operation: str, comm: Comm | None, **settings: int) -> None:
         self.comm = communicator(comm)
         if self.comm.Is_inter():
             raise ValueError(f"{operation} is for a communicator of one group of ranks")
@@ -84,7 +83,8 @@ class Meeting:
 
     @property
     def root(self) -> int:
-        return self.settings["root"]
+        root: int = self.settings["root"]
+        return root
 
     @property
     def is_root(self) -> bool:
@@ -137,11 +137,11 @@ class Meeting:
             raise ValueError(f"root is {root}, and there are {self.comm.size} ranks")
 
     def _tell(self, failure: str | None = None, cause: Exception | None = None) -> None:
-        given, taken = (block and block.form for block in (self.given, self.taken))
+        given = self.given.form if self.given else None
+        taken = self.taken.form if self.taken else None
         settings = {} if failure else self.settings
-        self.told = exchange(
-            self.comm, Told(self.operation, settings, given, taken, self.counts, failure)
-        )
+        told = Told(self.operation, settings, given, taken, self.counts, failure)
+        self.told = exchange(self.comm, told)
         first = self.told[0]
         for rank, told in enumerate(self.told):
             if told.operation != first.operation:
@@ -160,7 +160,7 @@ class Meeting:
 def exchange(comm: Any, told: Told) -> list[Told]:
     """What all ranks say, by rank."""
     MPI = engine()  # noqa: N806
-    record = pickle.dumps(tuple(each and tuple(each) if isinstance(each, Form) else each for each in told))
+    record = pickle.dumps(tuple(map(_plain, told)))
     is_long = len(record) >= _ROOM
     sent = (b"\1" if is_long else b"\0" + record).ljust(_ROOM, b"\0")
     heard = bytearray(_ROOM * comm.size)
@@ -178,6 +178,10 @@ def exchange(comm: Any, told: Told) -> list[Told]:
         records = [each[1:] for each in records]
     read = {each: _read(each) for each in set(records)}  # most say the same
     return [read[each] for each in records]
+
+
+def _plain(value: Any) -> Any:
+    return tuple(value) if isinstance(value, Form) else value
 
 
 def _read(record: bytes) -> Told:

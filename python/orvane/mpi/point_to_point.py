@@ -31,7 +31,7 @@ def recv(
     out: AnyArray | None = None,
     status: Status | None = None,
     comm: Comm | None = None,
-) -> AnyArray | None:
+) -> Any:
     """The array that another rank sends, in ``out`` or in a new array.
 
     From whatever rank and with whatever tag, unless they are given; ``status`` tells them. A
@@ -53,19 +53,19 @@ def sendrecv(
     out: AnyArray | None = None,
     status: Status | None = None,
     comm: Comm | None = None,
-) -> AnyArray | None:
+) -> Any:
     """To one rank and from one, both at a time, where `send` and `recv` would wait for each other.
 
     ``out`` may be ``array`` itself.
     """
     with ExitStack() as owned:
-        comm, given = communicator(comm), Block(array, owned)
+        ranks, given = communicator(comm), Block(array, owned)
         target = None if out is None else Block(out, owned, is_written=True)
         if target:
             given.set_apart(target)
-        begun = _begun(comm, given, dest, sendtag)
+        begun = _begun(ranks, given, dest, sendtag)
         try:
-            return _received(comm, target, source, recvtag, status)
+            return _received(ranks, target, source, recvtag, status)
         finally:
             _finish(begun, dest, sendtag)
 
@@ -75,7 +75,7 @@ def _begun(comm: Any, given: Block, dest: int, tag: int) -> list[tuple[Any, obje
     # With a limit in time, who sends waits for who receives, even if the message were small.
     begin = comm.Isend if time_limit() is None else comm.Issend
     told = _MARK + pickle.dumps(tuple(given.form))
-    begun = [(begin([told, engine().BYTE], dest, tag), told)]
+    begun: list[tuple[Any, object]] = [(begin([told, engine().BYTE], dest, tag), told)]
     if given.numbers.size:
         begun.append((begin(given.message(), dest, tag), given))
     return begun
@@ -90,7 +90,7 @@ def _finish(begun: list[tuple[Any, object]], dest: int, tag: int) -> None:
 
 def _received(
     comm: Any, target: Block | None, source: int | None, tag: int | None, status: Any
-) -> AnyArray | None:
+) -> Any:
     MPI = engine()  # noqa: N806
     source = MPI.ANY_SOURCE if source is None else source
     tag = MPI.ANY_TAG if tag is None else tag
@@ -108,11 +108,12 @@ def _received(
         raise RankError(f"recv: rank {source} has sent no array with tag {tag}", source)
     form = Form(*pickle.loads(told[len(_MARK) :]))
     with ExitStack() as owned:
-        fits = target is None or target.form == form
-        block = target if target and fits else Block(form.make(), owned, is_written=True)
+        block = target
+        if block is None or block.form != form:
+            block = Block(form.make(), owned, is_written=True)
         if block.numbers.size:
             comm.Recv(block.message(), source, tag, status)
-        if not fits:
+        if target and block is not target:
             words = f"out is {target.form}, what comes is {form}"
             raise RankError(f"recv: rank {source}: {words}", source)
         return block.array

@@ -21,7 +21,7 @@ def reduce(
     *,
     out: AnyArray | None = None,
     comm: Comm | None = None,
-) -> AnyArray | None:
+) -> Any:
     """The sum of the arrays of all ranks, or what ``op`` makes of them, on one rank.
 
     It comes into ``out``, which may be ``array`` itself, or into a new array. Elsewhere than on
@@ -37,20 +37,19 @@ def allreduce(
     *,
     out: AnyArray | None = None,
     comm: Comm | None = None,
-) -> AnyArray:
+) -> Any:
     """As `reduce`, on every rank."""
     with Meeting("allreduce", comm) as meeting:
-        reduced = _reduced(meeting, array, op, out)
-        assert reduced is not None
-        return reduced
+        return _reduced(meeting, array, op, out)
 
 
-def _reduced(meeting: Meeting, array: Any, op: Any, out: Any) -> AnyArray | None:
+def _reduced(meeting: Meeting, array: Any, op: Any, out: Any) -> Any:
     MPI = engine()  # noqa: N806
     with meeting.agreed():
         meeting.give(array)
         meeting.take(out)
         op = MPI.SUM if op is None else op
+        assert meeting.given
         meeting.settings["op"] = _number_of(op, meeting.given.kind)
     forms = [told.given for told in meeting.told]
     for rank, form in enumerate(forms):
@@ -59,8 +58,10 @@ def _reduced(meeting: Meeting, array: Any, op: Any, out: Any) -> AnyArray | None
     root = meeting.settings.get("root")
     meeting.make_room([form if root in (None, rank) else None for rank, form in enumerate(forms)])
     given, taken = meeting.given, meeting.taken
+    assert given
     if taken is None:
-        meeting.comm.Reduce(given.terms(given.in_line(), op), None, op, root)
+        line = given.in_line()
+        meeting.comm.Reduce(given.terms(line, op), None, op, root)
         return None
     total = taken.in_line()
     if not given.is_at(taken):

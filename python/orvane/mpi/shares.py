@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from collections.abc import Sequence
 from itertools import accumulate
 from typing import TYPE_CHECKING
 
@@ -16,10 +17,10 @@ def share(extent: int, *, comm: Comm | None = None) -> range:
 
     Each rank has as many as any other or one more; those with one more come first.
     """
-    comm = communicator(comm)
-    counts = even_counts(extent, comm.size)
-    start = sum(counts[: comm.rank])
-    return range(start, start + counts[comm.rank])
+    ranks = communicator(comm)
+    counts = even_counts(extent, ranks.size)
+    start = sum(counts[: ranks.rank])
+    return range(start, start + counts[ranks.rank])
 
 
 def even_counts(extent: int, ranks: int) -> tuple[int, ...]:
@@ -29,5 +30,5 @@ def even_counts(extent: int, ranks: int) -> tuple[int, ...]:
     return tuple(each + (rank < more) for rank in range(ranks))
 
 
-def starts_of(counts: tuple[int, ...]) -> list[int]:
+def starts_of(counts: Sequence[int]) -> list[int]:
     return [0, *accumulate(counts)][:-1]
