@@ -2,6 +2,7 @@
 
 import json
 import os
+import re
 import sys
 import time
 from pathlib import Path
@@ -19,6 +20,7 @@ pytest.importorskip("mpi4py", "4")
 CASES = table("""
 parts_of_all_kinds() -> None
 from_rank_to_rank() -> None
+the_page() -> None
 scatter(a, counts=[3, 0, 2, 1]).size, scatter(a, out=int8(size=(2, r))).size -> ((2, [3, 0, 2, 1][r]), (2, r))
 allgather(a, axis=2).size, allgather(a[r % 2][1:], axis=0).size -> ((2, 6, 4), (4, 5))
 allreduce(z), reduce(z, root=2) -> (total, total if r == 2 else None)
@@ -52,6 +54,10 @@ def program() -> None:
     z, total = (orvane.int16([i * (2 + 3j), i], is_complex=True) for i in (1, 4))
     b, long = orvane.int8([[i + r] for i in range(5)]), orvane.int8(size=(*[1] * 60, 0))
     ERRORS["RankError"] = mpi.RankError
+
+    def the_page():
+        page = Path(__file__).parents[2] / "docs" / "mpi.md"
+        exec("\n".join(re.findall(r"```python\n(.*?)```", page.read_text("utf-8"), re.DOTALL)), {})
 
     def same(array, numbers):
         ours = to_numpy(array)

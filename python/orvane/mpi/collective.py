@@ -13,11 +13,11 @@ from .meeting import Meeting
 from .shares import even_counts, starts_of
 
 if TYPE_CHECKING:
-    from mpi4py.MPI import Comm  # type: ignore[import-not-found, unused-ignore]
+    from mpi4py.MPI import Comm as _Comm  # type: ignore[import-not-found, unused-ignore]
     from numpy.typing import NDArray
 
 
-def bcast(array: AnyArray | None = None, root: int = 0, *, comm: Comm | None = None) -> Any:
+def bcast(array: AnyArray | None = None, root: int = 0, *, comm: _Comm | None = None) -> Any:
     """The array of one rank, on every rank.
 
     On ``root``, ``array`` is what is sent. Elsewhere it is filled with that and given back; without
@@ -44,7 +44,7 @@ def scatter(
     out: AnyArray | None = None,
     axis: int = -1,
     counts: Iterable[int] | None = None,
-    comm: Comm | None = None,
+    comm: _Comm | None = None,
 ) -> Any:
     """To every rank its part of the array of one rank, in ``out`` or in a new array.
 
@@ -77,7 +77,7 @@ def gather(
     *,
     out: AnyArray | None = None,
     axis: int = -1,
-    comm: Comm | None = None,
+    comm: _Comm | None = None,
 ) -> Any:
     """The arrays of all ranks side by side on one rank, in ``out`` or in a new array.
 
@@ -92,7 +92,7 @@ def gather(
 
 
 def allgather(
-    array: AnyArray, *, out: AnyArray | None = None, axis: int = -1, comm: Comm | None = None
+    array: AnyArray, *, out: AnyArray | None = None, axis: int = -1, comm: _Comm | None = None
 ) -> Any:
     """As `gather`, on every rank."""
     with Meeting("allgather", comm, axis=axis) as meeting:

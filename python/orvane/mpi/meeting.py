@@ -18,7 +18,7 @@ from .engine import communicator, engine
 from .waiting import VARIABLE, missing_ranks
 
 if TYPE_CHECKING:
-    from mpi4py.MPI import Comm  # type: ignore[import-not-found, unused-ignore]
+    from mpi4py.MPI import Comm as _Comm  # type: ignore[import-not-found, unused-ignore]
 
 _ROOM = 160
 """Bytes from every rank in one round; whoever has more to say does so in a second one."""
@@ -63,7 +63,7 @@ class Meeting:
     What an array is lent for ends with it.
     """
 
-    def __init__(self, operation: str, comm: Comm | None, **settings: int) -> None:
+    def __init__(self, operation: str, comm: _Comm | None, **settings: int) -> None:
         self.comm = communicator(comm)
         if self.comm.Is_inter():
             raise ValueError(f"{operation} is for a communicator of one group of ranks")

@@ -13,12 +13,13 @@ from .meeting import RankError
 from .waiting import VARIABLE, is_done_in_time, message_in_time, time_limit
 
 if TYPE_CHECKING:
-    from mpi4py.MPI import Comm, Status  # type: ignore[import-not-found, unused-ignore]
+    from mpi4py.MPI import Comm as _Comm  # type: ignore[import-not-found, unused-ignore]
+    from mpi4py.MPI import Status as _Status  # type: ignore[import-not-found, unused-ignore]
 
 _MARK = b"array of orvane\n"
 
 
-def send(array: AnyArray, dest: int, tag: int = 0, *, comm: Comm | None = None) -> None:
+def send(array: AnyArray, dest: int, tag: int = 0, *, comm: _Comm | None = None) -> None:
     """To another rank, which calls `recv`."""
     with ExitStack() as owned:
         _finish(_begun(communicator(comm), Block(array, owned), dest, tag), dest, tag)
@@ -29,8 +30,8 @@ def recv(
     tag: int | None = None,
     *,
     out: AnyArray | None = None,
-    status: Status | None = None,
-    comm: Comm | None = None,
+    status: _Status | None = None,
+    comm: _Comm | None = None,
 ) -> Any:
     """The array that another rank sends, in ``out`` or in a new array.
 
@@ -51,8 +52,8 @@ def sendrecv(
     recvtag: int | None = None,
     *,
     out: AnyArray | None = None,
-    status: Status | None = None,
-    comm: Comm | None = None,
+    status: _Status | None = None,
+    comm: _Comm | None = None,
 ) -> Any:
     """To one rank and from one, both at a time, where `send` and `recv` would wait for each other.
 
@@ -92,28 +93,28 @@ def _received(
     comm: Any, target: Block | None, source: int | None, tag: int | None, status: Any
 ) -> Any:
     MPI = engine()  # noqa: N806
-    source = MPI.ANY_SOURCE if source is None else source
-    tag = MPI.ANY_TAG if tag is None else tag
+    wanted = MPI.ANY_SOURCE if source is None else source, MPI.ANY_TAG if tag is None else tag
     status = MPI.Status() if status is None else status
-    message = message_in_time(comm, source, tag, status)
+    message = message_in_time(comm, *wanted, status)
     if message is None:
-        words = f"nothing has come from rank {source} with tag {tag}"
-        raise RankError(f"recv: {words} within the time that {VARIABLE} gives", source)
+        whence = "any rank" if wanted[0] == MPI.ANY_SOURCE else f"rank {source}"
+        words = f"nothing has come from {whence}" + (f" with tag {tag}" if tag is not None else "")
+        raise RankError(f"recv: {words} within the time that {VARIABLE} gives", wanted[0])
     if message == MPI.MESSAGE_NO_PROC:
         return target and target.array
     told = bytearray(status.Get_count(MPI.BYTE))
     message.Recv([told, MPI.BYTE], status)
-    source, tag = status.source, status.tag
+    rank, tag = status.source, status.tag
     if not told.startswith(_MARK):
-        raise RankError(f"recv: rank {source} has sent no array with tag {tag}", source)
+        raise RankError(f"recv: rank {rank} has sent no array with tag {tag}", rank)
     form = Form(*pickle.loads(told[len(_MARK) :]))
     with ExitStack() as owned:
         block = target
         if block is None or block.form != form:
             block = Block(form.make(), owned, is_written=True)
         if block.numbers.size:
-            comm.Recv(block.message(), source, tag, status)
+            comm.Recv(block.message(), rank, tag, status)
         if target and block is not target:
             words = f"out is {target.form}, what comes is {form}"
-            raise RankError(f"recv: rank {source}: {words}", source)
+            raise RankError(f"recv: rank {rank}: {words}", rank)
         return block.array

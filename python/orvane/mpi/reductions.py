@@ -11,16 +11,17 @@ from .engine import engine
 from .meeting import Meeting
 
 if TYPE_CHECKING:
-    from mpi4py.MPI import Comm, Op  # type: ignore[import-not-found, unused-ignore]
+    from mpi4py.MPI import Comm as _Comm  # type: ignore[import-not-found, unused-ignore]
+    from mpi4py.MPI import Op as _Op  # type: ignore[import-not-found, unused-ignore]
 
 
 def reduce(
     array: AnyArray,
-    op: Op | None = None,
+    op: _Op | None = None,
     root: int = 0,
     *,
     out: AnyArray | None = None,
-    comm: Comm | None = None,
+    comm: _Comm | None = None,
 ) -> Any:
     """The sum of the arrays of all ranks, or what ``op`` makes of them, on one rank.
 
@@ -33,10 +34,10 @@ def reduce(
 
 def allreduce(
     array: AnyArray,
-    op: Op | None = None,
+    op: _Op | None = None,
     *,
     out: AnyArray | None = None,
-    comm: Comm | None = None,
+    comm: _Comm | None = None,
 ) -> Any:
     """As `reduce`, on every rank."""
     with Meeting("allreduce", comm) as meeting:

@@ -9,10 +9,10 @@ from typing import TYPE_CHECKING
 from .engine import communicator
 
 if TYPE_CHECKING:
-    from mpi4py.MPI import Comm  # type: ignore[import-not-found, unused-ignore]
+    from mpi4py.MPI import Comm as _Comm  # type: ignore[import-not-found, unused-ignore]
 
 
-def share(extent: int, *, comm: Comm | None = None) -> range:
+def share(extent: int, *, comm: _Comm | None = None) -> range:
     """Which of so many columns, or rows, are this rank's, as `scatter` divides them.
 
     Each rank has as many as any other or one more; those with one more come first.
