@@ -96,6 +96,7 @@ if TYPE_CHECKING:
     from types import ModuleType
     from typing import Any, TypeAlias
 
+    from . import dask as dask
     from .convert import asarray, from_dlpack, to_dlpack, to_numpy, tolist, writable
     from .display import load_ipython_extension as load_ipython_extension
     from .display import unload_ipython_extension as unload_ipython_extension
@@ -121,7 +122,12 @@ else:
     ) | {"enable_binary_pickles": "transport"}
     _LATER |= dict.fromkeys(("load_ipython_extension", "unload_ipython_extension"), "display")
 
+    # So are packages that are for another library.
+    _PACKAGES = ("dask",)
+
     def __getattr__(name):
+        if name in _PACKAGES:
+            return __import__(f"{__name__}.{name}", fromlist=["*"])
         if name not in _LATER:
             raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
         value = getattr(__import__(f"{__name__}.{_LATER[name]}", fromlist=[name]), name)
@@ -129,7 +135,7 @@ else:
         return value
 
     def __dir__():
-        return sorted({*globals(), *_LATER})
+        return sorted({*globals(), *_LATER, *_PACKAGES})
 
     AnyArray = (
         double | single | int8 | uint8 | int16 | uint16 | int32 | uint32 | int64 | uint64 | logical
