@@ -1,5 +1,6 @@
 // The Python module `spectral`: orvane.double matrices in, orvane.double arrays out.
 #include "decomposition.hpp"
+#include "moments.hpp"
 
 #include <orvane/python.hpp>
 
@@ -118,18 +119,6 @@ PyObject* svd(PyObject*, PyObject* args, PyObject* keywords) {
     });
 }
 
-/// The first `count` rows.
-template <class T>
-Matrix<T> topRows(const Matrix<T>& matrix, std::size_t count) {
-    const auto from = elementsOf(matrix);
-    Matrix<T> rows = orvane::data::ArrayFactory().createArray<T>({count, from.extent(1)});
-    const auto to = writableElementsOf(rows);
-    for (std::size_t j = 0; j < from.extent(1); ++j) {
-        std::ranges::copy(from.column(j).first(count), to.column(j).begin());
-    }
-    return rows;
-}
-
 /// The first `count` columns, each times its value.
 template <class T>
 Matrix<T> scaledColumns(const Matrix<T>& matrix, const Matrix<double>& values, std::size_t count) {
@@ -161,9 +150,97 @@ PyObject* principalComponents(PyObject*, PyObject* args, PyObject* keywords) {
             auto [means, components, scores] = withoutLock([&] {
                 Matrix<T> meansOfColumns = spectral::centreColumns(matrix);
                 const auto [values, left, right] = spectral::decompose(matrix);
-                return std::tuple(std::move(meansOfColumns), topRows(right, count), scaledColumns(left, values, count));
+                return std::tuple(std::move(meansOfColumns), spectral::topRows(right, count),
+                                  scaledColumns(left, values, count));
             });
             return tupleOf(std::move(means), std::move(components), std::move(scores));
+        });
+    });
+}
+
+/// Elements of two dimensions, lent for reading while it lives.
+template <class T>
+class LentMatrix {
+public:
+    explicit LentMatrix(PyObject* object) : m_elements(python::lendElements<T>(object)) {
+        if (m_elements.rank() != 2) {
+            refuse("a matrix has two dimensions");
+        }
+    }
+    ColumnMajorSpan<const T, 2> span() const { return m_elements.span(); }
+
+private:
+    python::LentElements<const T> m_elements;
+};
+
+/// The same of a matrix that `moments` has given.
+template <class T>
+ColumnMajorSpan<const T, 2> momentsOf(const LentMatrix<T>& matrix) {
+    if (matrix.span().extent(0) == 0 || matrix.span().extent(0) != matrix.span().extent(1)) {
+        refuse("moments are a square matrix");
+    }
+    return matrix.span();
+}
+
+/// Calls `compute` for the type of the elements of an array, real or complex.
+template <class Compute>
+Reference forElementsOf(PyObject* object, Compute compute) {
+    return python::isArray<Complex>(object) ? compute(std::type_identity<Complex>())
+                                            : compute(std::type_identity<double>());
+}
+
+PyObject* moments(PyObject*, PyObject* observations) {
+    return python::guarded([&] {
+        return forElementsOf(observations, [&]<class T>(std::type_identity<T>) {
+            const LentMatrix<T> matrix(observations);
+            const auto elements = matrix.span();
+            constexpr std::size_t most = std::numeric_limits<int>::max();
+            if (elements.extent(1) >= most) {
+                refuse("the matrix is too large for BLAS");
+            }
+            return python::toPython(withoutLock([&] { return spectral::moments<T>(elements); }));
+        });
+    });
+}
+
+PyObject* mergeMoments(PyObject*, PyObject* args) {
+    PyObject* some = nullptr;
+    PyObject* others = nullptr;
+    if (PyArg_ParseTuple(args, "OO:merge_moments", &some, &others) == 0) {
+        return nullptr;
+    }
+    return python::guarded([&] {
+        return forElementsOf(some, [&]<class T>(std::type_identity<T>) {
+            const LentMatrix<T> one(some);
+            const LentMatrix<T> other(others);
+            const auto a = momentsOf(one);
+            const auto b = momentsOf(other);
+            if (a.extent(0) != b.extent(0)) {
+                refuse("the moments are of different numbers of variables");
+            }
+            return python::toPython(withoutLock([&] { return spectral::mergeMoments<T>(a, b); }));
+        });
+    });
+}
+
+PyObject* componentsOfMoments(PyObject*, PyObject* args, PyObject* keywords) {
+    static const char* names[] = {"moments", "count", nullptr};
+    Arguments arguments;
+    if (PyArg_ParseTupleAndKeywords(args, keywords, "On:components_of_moments", const_cast<char**>(names),
+                                    &arguments.object, &arguments.count) == 0) {
+        return nullptr;
+    }
+    return python::guarded([&] {
+        return forElementsOf(arguments.object, [&]<class T>(std::type_identity<T>) {
+            const LentMatrix<T> matrix(arguments.object);
+            const auto elements = momentsOf(matrix);
+            const Py_ssize_t wanted = arguments.count;
+            if (wanted < 0 || static_cast<std::size_t>(wanted) >= elements.extent(0)) {
+                refuse("there are not that many components");
+            }
+            auto [means, components, values] =
+                withoutLock([&] { return spectral::componentsOf<T>(elements, static_cast<std::size_t>(wanted)); });
+            return tupleOf(std::move(means), std::move(components), std::move(values));
         });
     });
 }
@@ -186,6 +263,17 @@ PyMethodDef methods[] = {
      "principal_components(matrix, count, *, overwrite=False)\n\n"
      "(means, components, scores) of observations in rows: the row i of the matrix is nearest to\n"
      "means + scores[i] * components, with means 1 x n, components count x n, scores m x count."},
+    {"moments", moments, METH_O,
+     "moments(matrix)\n\n"
+     "What principal components need to know of observations in rows, (n + 1) x (n + 1): in the first row\n"
+     "their number and means, below it the sums of products of deviations from the means."},
+    {"merge_moments", mergeMoments, METH_VARARGS,
+     "merge_moments(some, others)\n\n"
+     "The moments of all observations, of those of some and those of the others."},
+    {"components_of_moments", asMethod(componentsOfMoments), withKeywords,
+     "components_of_moments(moments, count)\n\n"
+     "(means, components, values) as by principal_components; values, 1 x count, are the singular values\n"
+     "of the centred observations."},
     {nullptr, nullptr, 0, nullptr},
 };
 
