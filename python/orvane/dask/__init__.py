@@ -14,7 +14,6 @@ import sys
 
 from orvane_carriers.dask import register
 
-from . import _needs as _needs
 from .collecting import from_dask
 from .cutting import to_dask
 from .mapping import map_blocks

@@ -5,14 +5,10 @@ from __future__ import annotations
 from collections.abc import Callable
 from typing import Any
 
-from dask.base import tokenize
-from dask.delayed import Delayed
-from dask.highlevelgraph import HighLevelGraph
-from dask.utils import has_keyword
-
 from .. import ARRAY_TYPES
 from ..transport.reduction import Carried, arrived
 from .blocks import array_of_block, noted, shared
+from .library import Delayed, HighLevelGraph, has_keyword, tokenize
 
 
 class Caller:

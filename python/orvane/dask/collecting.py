@@ -6,11 +6,7 @@ import sys
 from collections.abc import Iterable, Iterator
 from typing import Any
 
-import dask
-import dask.array as da
 import numpy as np
-from dask.array.core import slices_from_chunks
-from dask.base import get_scheduler
 from numpy.typing import NDArray
 
 from .. import AnyArray
@@ -21,6 +17,7 @@ from ..convert.memory import row_at_least
 from ..convert.ndarrays import without_mask
 from .blocks import by, named
 from .chunks import require_array, require_kind, require_known
+from .library import DaskArray, da, dask, get_scheduler, slices_from_chunks
 
 Place = tuple[int, ...]
 
@@ -28,7 +25,7 @@ _TOGETHER = 1 << 26
 """Bytes that are fetched from a cluster at once: enough that the round trips do not count."""
 
 
-def from_dask(x: da.Array, type: Any = None, *, is_complex: bool | None = None) -> AnyArray:
+def from_dask(x: DaskArray, type: Any = None, *, is_complex: bool | None = None) -> AnyArray:
     """One array of a Dask array, which is computed by the scheduler that Dask would take.
 
     Each block goes to its place when it is there, and is dropped: beside the array, only blocks
@@ -57,7 +54,7 @@ def from_dask(x: da.Array, type: Any = None, *, is_complex: bool | None = None) 
 class Target:
     """The elements of the whole, to which blocks are brought; by several threads, in any order."""
 
-    def __init__(self, numbers: NDArray[Any], kind: Kind, x: da.Array) -> None:
+    def __init__(self, numbers: NDArray[Any], kind: Kind, x: Any) -> None:
         self._numbers = numbers
         self._kind = kind
         self._name = x.name
@@ -84,7 +81,7 @@ class Target:
         return id(self)
 
 
-def _compute_here(x: da.Array, target: Target) -> None:
+def _compute_here(x: Any, target: Target) -> None:
     if _shares_memory(x):
         nothing = tuple((0,) * count for count in x.numblocks)
         meta = np.empty((0,) * x.ndim, np.bool_)
@@ -95,7 +92,7 @@ def _compute_here(x: da.Array, target: Target) -> None:
             target.take(block, place)
 
 
-def _computed_elsewhere(x: da.Array) -> Iterator[Any]:
+def _computed_elsewhere(x: Any) -> Iterator[Any]:
     """Blocks of which other processes have given all before the first can be taken."""
     blocks: list[Any] = list(dask.compute(*x.to_delayed().ravel()))
     blocks.reverse()
@@ -103,13 +100,13 @@ def _computed_elsewhere(x: da.Array) -> Iterator[Any]:
         yield blocks.pop()
 
 
-def _shares_memory(x: da.Array) -> bool:
+def _shares_memory(x: Any) -> bool:
     """Whether tasks run in this process, and so can bring their blocks themselves."""
     get = get_scheduler(collections=[x])
     return get in (dask.threaded.get, dask.local.get_sync)
 
 
-def _client_for(x: da.Array) -> Any:
+def _client_for(x: Any) -> Any:
     """The client of the cluster that computes; None where none does, or from within a task of it.
 
     There, to wait for other tasks takes what Dask's own way of computing does.
@@ -122,21 +119,20 @@ def _client_for(x: da.Array) -> Any:
     return None if hasattr(state, "execution_state") else client
 
 
-def _computed_by(client: Any, x: da.Array) -> Iterator[tuple[Place, Any]]:
+def _computed_by(client: Any, x: Any) -> Iterator[tuple[Place, Any]]:
     """The blocks as the cluster has computed them, some at a time."""
-    from distributed import as_completed, futures_of
-
-    futures = futures_of(client.persist(x))
+    distributed: Any = sys.modules["distributed"]
+    futures = distributed.futures_of(client.persist(x))
     held = {future.key: future for future in futures}
     del futures
-    for batch in as_completed(list(held.values())).batches():
+    for batch in distributed.as_completed(list(held.values())).batches():
         for keys in _by_size(x, [future.key for future in batch]):
             blocks = client.gather([held.pop(key) for key in keys])
             for key in keys:
                 yield key[1:], blocks.pop(0)
 
 
-def _by_size(x: da.Array, keys: Iterable[Any]) -> Iterator[list[Any]]:
+def _by_size(x: Any, keys: Iterable[Any]) -> Iterator[list[Any]]:
     """The keys, in groups whose blocks may come together."""
     group: list[Any] = []
     size = 0

@@ -5,21 +5,18 @@ from __future__ import annotations
 from collections.abc import Sequence
 from typing import Any, TypeAlias
 
-import dask.array as da
 import numpy as np
-from dask.array.core import normalize_chunks, slices_from_chunks
-from dask.base import tokenize
-from dask.highlevelgraph import HighLevelGraph
 from numpy.typing import NDArray
 
 from .. import AnyArray
 from ..convert import to_numpy
+from .library import DaskArray, HighLevelGraph, da, normalize_chunks, slices_from_chunks, tokenize
 
 Given: TypeAlias = int | str | float | None
 ChunksGiven: TypeAlias = Given | Sequence[Given] | Sequence[Given | Sequence[int]] | dict[int, Any]
 
 
-def to_dask(array: AnyArray, chunks: ChunksGiven = "auto", *, name: str | None = None) -> da.Array:
+def to_dask(array: AnyArray, chunks: ChunksGiven = "auto", *, name: str | None = None) -> DaskArray:
     """The array as one of Dask's, with blocks as ``chunks`` says, in the words of ``dask.array``.
 
     Blocks are read-only, as what others see of arrays always is, and in column-major order. Those
@@ -40,7 +37,8 @@ def to_dask(array: AnyArray, chunks: ChunksGiven = "auto", *, name: str | None =
         for place, within in zip(keys, slices_from_chunks(cut), strict=True)
     }
     graph = HighLevelGraph.from_collections(name, layer, dependencies=())
-    return da.Array(graph, name, cut, dtype=numbers.dtype)
+    x: DaskArray = da.Array(graph, name, cut, dtype=numbers.dtype)
+    return x
 
 
 class Part:

@@ -6,10 +6,9 @@ from collections.abc import Sequence
 from dataclasses import dataclass
 from typing import Any
 
-import dask.array as da
-
 from ..convert.kinds import Wish
 from .chunks import Chunks, require_kind, require_known
+from .library import da
 
 _AS_IT_IS = Wish(None, None, None)
 

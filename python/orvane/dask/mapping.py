@@ -5,9 +5,7 @@ from __future__ import annotations
 from collections.abc import Callable, Sequence
 from typing import Any
 
-import dask.array as da
 import numpy as np
-from dask.utils import funcname, has_keyword
 from numpy.typing import NDArray
 
 from .. import AnyArray
@@ -16,6 +14,7 @@ from .blocks import block_of_array, by, checked, size_of_shape
 from .calling import Caller, held
 from .chunks import Chunks
 from .layout import Layout
+from .library import DaskArray, da, funcname, has_keyword
 from .trial import Trial
 
 
@@ -29,7 +28,7 @@ def map_blocks(
     new_axis: int | Sequence[int] | None = None,
     name: str | None = None,
     **keywords: Any,
-) -> da.Array:
+) -> DaskArray:
     """A Dask array of what a function of arrays gives for each block of Dask arrays.
 
     As ``dask.array.map_blocks``, but the function takes and gives arrays of ``orvane``. Of
@@ -62,7 +61,7 @@ def map_blocks(
     fitted = layout.fit_chunks(extents)
     blocks_at = tuple(isinstance(each, da.Array) for each in arrays)
     wrapper = AppliedWithInfo if has_keyword(function, "block_info") else Applied
-    return da.map_blocks(
+    mapped: DaskArray = da.map_blocks(
         wrapper(function, called, blocks_at, kind, fitted),
         *map(held, arrays),
         token=called,
@@ -72,6 +71,7 @@ def map_blocks(
         meta=np.empty((0,) * len(fitted), kind.dtype),
         **{word: held(value) for word, value in keywords.items()},
     )
+    return mapped
 
 
 class Applied(Caller):

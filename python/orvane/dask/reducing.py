@@ -6,21 +6,25 @@ from collections.abc import Callable, Iterable
 from functools import reduce
 from typing import Any
 
-import dask
-import dask.array as da
 import numpy as np
-from dask.array.optimization import optimize
-from dask.base import tokenize
-from dask.core import flatten
-from dask.delayed import Delayed
-from dask.highlevelgraph import HighLevelGraph
-from dask.utils import funcname
 
 from .. import ARRAY_TYPES
 from ..convert.kinds import Kind, kind_of
 from .blocks import checked, noted, shared
 from .calling import Caller, held
 from .layout import Layout
+from .library import (
+    DaskArray,
+    DaskDelayed,
+    Delayed,
+    HighLevelGraph,
+    da,
+    dask,
+    flatten,
+    funcname,
+    optimize,
+    tokenize,
+)
 
 
 def tree_reduce(
@@ -31,7 +35,7 @@ def tree_reduce(
     split_every: int | None = None,
     name: str | None = None,
     **keywords: Any,
-) -> Delayed:
+) -> DaskDelayed:
     """What a function gives for each block, combined two by two until one is left.
 
     ``chunk`` is called as `map_blocks` calls its function, with the blocks of ``arrays`` and with
@@ -65,7 +69,7 @@ def tree_reduce(
     return combined if finish is None else _finished(combined, finish)
 
 
-class Reduced(Delayed):
+class Reduced(Delayed):  # type: ignore[misc]  # it is anything
     """A value that is computed of arrays, so the way to it is made shorter as theirs is."""
 
     __slots__ = ()
@@ -116,7 +120,7 @@ class Finisher:
             return self._finish(_all_shared(combined))
 
 
-def _combined(parts: da.Array, combine: Callable[[Any, Any], Any], every: int) -> Reduced:
+def _combined(parts: DaskArray, combine: Callable[[Any, Any], Any], every: int) -> Reduced:
     keys = list(flatten(parts.__dask_keys__()))
     combiner = Combiner(combine)
     name = f"{combiner.__name__}-{tokenize(parts, combine, every)}"

@@ -6,15 +6,13 @@ import math
 from collections.abc import Callable, Mapping, Sequence
 from typing import Any
 
-import dask.array as da
 import numpy as np
-from dask.base import is_dask_collection
-from dask.utils import has_keyword
 
 from .. import AnyArray
 from ..convert.kinds import Kind, Wish, kind_of
 from .blocks import array_of_block, by, checked, shared, size_of_shape
 from .layout import Layout
+from .library import da, has_keyword, is_dask_collection
 
 _SMALL = 64
 """The extent of blocks along dimensions that have several: more than most functions ask for."""
