@@ -15,6 +15,7 @@ import signal
 import sys
 import time
 from pathlib import Path
+from typing import Any, TypeAlias
 
 import dask
 import dask.array as da
@@ -22,17 +23,17 @@ import numpy as np
 from dask.utils import format_bytes, parse_bytes
 from distributed import Client, LocalCluster
 from numpy.typing import NDArray
-from progress import follow
 
 import orvane
 import orvane.dask
 import spectral
+from progress import Tasks, follow
 
 sys.path.append(str(Path(__file__).parents[1] / "digits"))
 from digits import SIDE, read_digits
 
 COLUMNS = SIDE * SIDE
-ROWS_OF_BLOCK = 1 << 15  # 16 MiB
+Arrays: TypeAlias = tuple[orvane.double, orvane.double, orvane.double]
 FIGURES = {"means": "the means", "components": "the components", "values": "the singular values"}
 
 
@@ -44,10 +45,10 @@ def noisy_digits(digits: NDArray[np.uint8], block_info: dict) -> NDArray[np.floa
     return noise.T  # in column-major order, as native engines want it
 
 
-def rows_of(bytes_in_all: int) -> da.Array:
-    rows = max(2 * ROWS_OF_BLOCK, bytes_in_all // (8 * COLUMNS))
+def rows_of(bytes_in_all: int, bytes_of_block: int) -> da.Array:
+    rows, rows_of_block = (each // (8 * COLUMNS) for each in (bytes_in_all, bytes_of_block))
     digits = np.array(read_digits().images, np.uint8).T
-    chunks = da.core.normalize_chunks((ROWS_OF_BLOCK, COLUMNS), (rows, COLUMNS))
+    chunks = da.core.normalize_chunks((rows_of_block, COLUMNS), (rows, COLUMNS))
     return da.map_blocks(
         noisy_digits, dask.delayed(digits), chunks=chunks, dtype=float, meta=np.empty((0, 0))
     )
@@ -59,29 +60,29 @@ def peak_memory() -> int:
     return 1024 * int(status.partition("VmHWM:")[2].split()[0])
 
 
-class Killer:
+class Killer(Tasks):
     """Kills one of the workers' processes, without a warning, when half of the work is done."""
 
-    def __init__(self, client: Client) -> None:
+    def __init__(self, graph: Any, client: Client) -> None:
+        super().__init__(graph)
         self._process = next(iter(client.run(os.getpid).values()))
         self._is_done = False
 
-    def __call__(self, share: float) -> None:
-        if share >= 0.5 and not self._is_done:
-            os.kill(self._process, signal.SIGKILL)
+    def transition(self, key: Any, start: str, finish: str, *more: Any, **others: Any) -> None:
+        super().transition(key, start, finish)
+        if not self._is_done and 2 * self.done()["moments"] >= self.total["moments"]:
             self._is_done = True
-            print(f"\n  killed the worker with process number {self._process}", flush=True)
+            os.kill(self._process, signal.SIGKILL)
+            print(f"\n  killed the worker with process number {self._process}\n", flush=True)
 
     def check(self, client: Client) -> None:
-        if not self._is_done:
-            raise SystemExit("WRONG: all was computed before a worker could be killed")
         client.wait_for_workers(len(client.cluster.workers))
-        if self._process in client.run(os.getpid).values():
+        if not self._is_done or self._process in client.run(os.getpid).values():
             raise SystemExit("WRONG: the worker has survived")
         print("  checked: it is gone, another has its place, and nothing was lost")
 
 
-def on_cluster(client: Client, x: da.Array, count: int, kill_one: bool) -> tuple:
+def on_cluster(client: Client, x: da.Array, count: int, kill_one: bool) -> Arrays:
     """Means, components and singular values, of moments merged of blocks."""
     lazy = orvane.dask.tree_reduce(
         spectral.moments,
@@ -89,28 +90,28 @@ def on_cluster(client: Client, x: da.Array, count: int, kill_one: bool) -> tuple
         x,
         finish=functools.partial(spectral.components_of_moments, count=count),
     )
-    keys = [key for layer in lazy.dask.layers.values() for key in layer]
-    merges = sum(dask.utils.key_split(key) == "merge_moments" for key in keys)
-    names = {"moments": x.npartitions, "merge_moments": merges}
-    killer = Killer(client) if kill_one else None
+    tasks = Killer(lazy.dask, client) if kill_one else Tasks(lazy.dask)
+    client.cluster.scheduler.add_plugin(tasks, name="progress")
+    started = time.perf_counter()
     future = client.compute(lazy)
-    follow(client, future, names, killer or (lambda share: None))
+    follow(client, future, tasks, ["moments", "merge_moments"])
     result = future.result()
-    if killer:
-        killer.check(client)
+    print(f"  {time.perf_counter() - started:.1f} s")
+    if isinstance(tasks, Killer):
+        tasks.check(client)
     return result
 
 
-def in_one_go(x: da.Array, count: int) -> tuple:
+def in_one_go(x: da.Array, count: int) -> Arrays:
     """The same of one array with all rows."""
     whole = orvane.dask.from_dask(x)
-    print(f"  an array of size {whole.size}, {format_bytes(8 * x.size)}, has been collected")
+    print(f"  an array of size {whole.size}, {format_bytes(x.nbytes)}, has been collected")
     means, components, scores = spectral.principal_components(whole, count, overwrite=True)
     values = np.linalg.norm(orvane.to_numpy(scores), axis=0, keepdims=True)
     return means, components, orvane.asarray(values)
 
 
-def differences(some: tuple, others: tuple) -> dict[str, float]:
+def differences(some: Arrays, others: Arrays) -> dict[str, float]:
     """The largest, each relative to the largest number."""
     found = {}
     for name, one, other in zip(FIGURES, some, others, strict=True):
@@ -124,6 +125,7 @@ def differences(some: tuple, others: tuple) -> dict[str, float]:
 def main() -> None:
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--data", default="1 GB", help="of numbers in all (default: %(default)s)")
+    parser.add_argument("--block", default="16 MB", help="of one block (default: %(default)s)")
     parser.add_argument("--workers", type=int, default=2, help="processes (default: %(default)s)")
     parser.add_argument("--memory-limit", default="400 MB", help="of each (default: %(default)s)")
     parser.add_argument("--count", type=int, default=10, help="of components")
@@ -132,7 +134,7 @@ def main() -> None:
     options = parser.parse_args()
 
     limit = parse_bytes(options.memory_limit)
-    x = rows_of(parse_bytes(options.data))
+    x = rows_of(parse_bytes(options.data), parse_bytes(options.block))
     cluster = LocalCluster(
         n_workers=options.workers,
         threads_per_worker=1,
@@ -141,14 +143,11 @@ def main() -> None:
         silence_logs=logging.CRITICAL,
     )
     with cluster, Client(cluster) as client:
-        print(
-            f"{x.shape[0]:,} x {COLUMNS} numbers, {format_bytes(8 * x.size)}, {x.npartitions} blocks"
-        )
+        size = format_bytes(x.nbytes)
+        print(f"{x.shape[0]:,} x {COLUMNS} numbers, {size}, in {x.npartitions} blocks")
         print(f"{options.workers} worker processes with at most {format_bytes(limit)} each")
         print("\nOn the cluster")
-        started = time.perf_counter()
         result = on_cluster(client, x, options.count, options.kill_one)
-        print(f"  {time.perf_counter() - started:.1f} s")
         peaks = " and ".join(format_bytes(each) for each in client.run(peak_memory).values())
         print(f"  the most memory that the workers had: {peaks}")
         if options.no_check:

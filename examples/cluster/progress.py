@@ -4,71 +4,69 @@ import contextlib
 import shutil
 import sys
 import time
-from collections.abc import Callable
+from collections import Counter
 from typing import Any
 
-from distributed import Client, Future, wait
+from dask.utils import key_split
+from distributed import Client, Future, SchedulerPlugin, wait
 
 BAR = 24
-UNDER_WAY = ("waiting", "queued", "processing", "no-worker")
 
 
-def follow(
-    client: Client, future: Future, names: dict[str, int], meanwhile: Callable[[float], None]
-) -> None:
-    """Shows how many tasks of each name are done until the future is.
+class Tasks(SchedulerPlugin):
+    """Counts the tasks that are done, by the names of their functions."""
 
-    `names` says how many there are of each. `meanwhile` is called with the share that is done.
-    """
-    started = time.perf_counter()
-    told = ""
+    def __init__(self, graph: Any) -> None:
+        self.total = Counter(key_split(key) for layer in graph.layers.values() for key in layer)
+        self._done: set[Any] = set()
+
+    def transition(self, key: Any, start: str, finish: str, *more: Any, **others: Any) -> None:
+        """Called by the scheduler for every change of a task's state."""
+        if finish == "memory":
+            self._done.add(key)
+        elif finish in ("waiting", "processing"):  # again, when a worker has died
+            self._done.discard(key)
+
+    def done(self) -> Counter[str]:
+        return Counter(map(key_split, self._done.copy()))
+
+
+def follow(client: Client, future: Future, tasks: Tasks, names: list[str]) -> None:
+    """Shows how many tasks of each of the names are done, until the future is."""
+    line = Line()
     while not future.done():
-        left = client.run_on_scheduler(tasks_left)
-        if left:  # before, the scheduler has not got the graph yet
-            done = {name: total - left.get(name, 0) for name, total in names.items()}
-            share = sum(done.values()) / sum(names.values())
-            told = show(done, names, share, memory_of(client), time.perf_counter() - started, told)
-            meanwhile(share)
+        line.show(client, tasks, names)
         with contextlib.suppress(TimeoutError):
             wait(future, timeout=0.2)
-    if future.status == "finished":
-        show(names, names, 1.0, memory_of(client), time.perf_counter() - started, told)
-    if sys.stdout.isatty():
+    line.show(client, tasks, names)
+    if line.is_terminal:
         print()
 
 
-def tasks_left(dask_scheduler: Any) -> dict[str, int]:
-    """How many tasks of each name are not done. Runs in the scheduler."""
-    return {
-        prefix.name: sum(prefix.states.get(state, 0) for state in UNDER_WAY)
-        for prefix in dask_scheduler.task_prefixes.values()
-    }
-
-
-def memory_of(client: Client) -> list[int]:
-    """Bytes that each worker's process has, as the scheduler knows."""
-    workers = client.scheduler_info(n_workers=-1)["workers"].values()
-    return [int(each["metrics"]["memory"]) for each in workers if each.get("metrics")]
-
-
-def show(
-    done: dict[str, int],
-    names: dict[str, int],
-    share: float,
-    memory: list[int],
-    seconds: float,
-    told: str,
-) -> str:
+class Line:
     """In place on a terminal; elsewhere a line whenever another tenth is done."""
-    tasks = ", ".join(f"{name} {done[name]} of {total}" for name, total in names.items())
-    used = " + ".join(f"{each / 1e6:.0f}" for each in memory)
-    bar = ("#" * round(share * BAR)).ljust(BAR)
-    line = f"  [{bar}] {seconds:5.1f} s   {tasks}   memory {used} MB"
-    if sys.stdout.isatty():
-        width = shutil.get_terminal_size().columns - 1
-        print(f"\r\x1b[K{line[:width]}", end="", flush=True)
-        return line
-    tenth = str(int(share * 10))
-    if tenth != told:
-        print(line, flush=True)
-    return tenth
+
+    def __init__(self) -> None:
+        self.is_terminal = sys.stdout.isatty()
+        self._started = time.perf_counter()
+        self._tenth = -1
+
+    def show(self, client: Client, tasks: Tasks, names: list[str]) -> None:
+        done = tasks.done()
+        share = sum(done[name] for name in names) / sum(tasks.total[name] for name in names)
+        if not self.is_terminal and self._tenth == int(10 * share):
+            return
+        self._tenth = int(10 * share)
+        bar = ("#" * round(BAR * share)).ljust(BAR)
+        seconds = time.perf_counter() - self._started
+        counts = ", ".join(f"{name} {done[name]} of {tasks.total[name]}" for name in names)
+        line = f"  [{bar}] {seconds:5.1f} s   {counts}   memory {memory_of(client)}"
+        if self.is_terminal:
+            line = f"\r\x1b[K{line[: shutil.get_terminal_size().columns - 1]}"
+        print(line, end="" if self.is_terminal else "\n", flush=True)
+
+
+def memory_of(client: Client) -> str:
+    """What each worker's process has, as the scheduler knows."""
+    workers = client.cluster.scheduler.workers.values()
+    return " + ".join(f"{each.metrics['memory'] / 1e6:.0f}" for each in workers) + " MB"

@@ -7,7 +7,7 @@ import pytest
 
 import orvane
 import orvanemultidimarrayforpython
-from native_clients import client
+from native_clients import built, client
 
 # How long an example takes says more about the machine than about the code, and a failing run on
 # one machine is to be repeatable on the next. Under the sanitizers everything takes longer.
@@ -31,3 +31,14 @@ def typed():
 def bound(request):
     """Bound functions of either binding library."""
     return client(request.param)
+
+
+@pytest.fixture(scope="session")
+def spectral(tmp_path_factory):
+    """The example that computes with LAPACK."""
+    try:
+        return built("spectral", "native_client", tmp_path_factory.mktemp("spectral"))
+    except AssertionError as error:
+        if "LAPACK was not found" in str(error):
+            pytest.skip("LAPACK is not installed")
+        raise

@@ -81,6 +81,12 @@ def client(name: str) -> ModuleType:
     return load(name, build_directory())
 
 
+def built(name: str, example: str, build: Path) -> ModuleType:
+    """The module of one of the examples, imported."""
+    settings = ["-DCMAKE_BUILD_TYPE=None", f"-DOrvane_DIR={ask_package('--cmake-dir')}"]
+    return load(name, cmake_build(ROOT / "examples" / example, build, *settings))
+
+
 def load(name: str, directory: Path) -> ModuleType:
     (file,) = directory.glob(f"{name}.*so")
     spec = importlib.util.spec_from_file_location(name, file)

@@ -12,25 +12,10 @@ from typing import Any
 import pytest
 
 import orvane
-from native_clients import ROOT, ask_package, cmake_build, load, run, tool
+from native_clients import ROOT, ask_package, built, cmake_build, run, tool
 from support import check, stored_bytes, table
 
 np = pytest.importorskip("numpy")
-
-
-def built(name: str, example: str, build: Path) -> Any:
-    settings = ["-DCMAKE_BUILD_TYPE=None", f"-DOrvane_DIR={ask_package('--cmake-dir')}"]
-    return load(name, cmake_build(ROOT / "examples" / example, build, *settings))
-
-
-@pytest.fixture(scope="module")
-def spectral(tmp_path_factory: pytest.TempPathFactory) -> Any:
-    try:
-        return built("spectral", "native_client", tmp_path_factory.mktemp("spectral"))
-    except AssertionError as error:
-        if "LAPACK was not found" in str(error):
-            pytest.skip("LAPACK is not installed")
-        raise
 
 
 def from_numpy(matrix: Any) -> Any:

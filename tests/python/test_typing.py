@@ -3,6 +3,7 @@
 import json
 import os
 import sys
+from importlib.util import find_spec
 from pathlib import Path
 
 import pytest
@@ -23,7 +24,9 @@ pytest.importorskip("mypy", reason="the type checker is not installed")
 def directory(tmp_path_factory):
     """A place away from the sources, from which a type checker sees only what is installed."""
     directory = tmp_path_factory.mktemp("typing")
-    (directory / "mypy.ini").write_text("[mypy]\nstrict = True\npython_version = 3.10\n")
+    libraries = "[mypy-dask.*]\nignore_missing_imports = True\n"
+    settings = f"[mypy]\nstrict = True\npython_version = 3.10\n{libraries}"
+    (directory / "mypy.ini").write_text(settings)
     return directory
 
 
@@ -36,6 +39,7 @@ def check_by_pyright(directory, mode):
     pytest.importorskip("pyright", reason="the type checker is not installed")
     settings = {"typeCheckingMode": mode, "extraPaths": [str(INSTALLED)], "pythonVersion": "3.10"}
     settings["include"] = [path.name for path in directory.iterdir()]  # links only if named
+    settings["reportMissingImports"] = mode == "strict"  # of libraries that need not be there
     # What mypy needs a comment for may be nothing to complain of here, in the packages.
     settings["reportUnnecessaryTypeIgnoreComment"] = mode == "strict"
     (directory / "pyrightconfig.json").write_text(json.dumps(settings))
@@ -44,7 +48,10 @@ def check_by_pyright(directory, mode):
 
 
 def test_the_stubs_tell_what_the_module_has_and_are_typed_throughout(directory):
-    check(directory, "mypy.stubtest", *PACKAGES)
+    unloadable = "" if find_spec("dask") else r"orvane\.dask.*"  # without its library
+    (directory / "unloadable").write_text(unloadable)
+    options = ("--mypy-config-file=mypy.ini", "--allowlist=unloadable", "--ignore-unused-allowlist")
+    check(directory, "mypy.stubtest", *options, *PACKAGES)
     check(directory, "mypy", *(f"--package={package}" for package in PACKAGES))
     linked = directory / "packages"  # as pyright looks into no folder such as .venv
     linked.mkdir()

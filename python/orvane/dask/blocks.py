@@ -87,8 +87,9 @@ def noted(where: str) -> Iterator[None]:
     try:
         yield
     except Exception as error:
-        if hasattr(error, "add_note"):  # from Python 3.11 on
-            error.add_note(where)
+        add_note = getattr(error, "add_note", None)  # from Python 3.11 on
+        if add_note:
+            add_note(where)
         raise
 
 

@@ -3,19 +3,22 @@
 from __future__ import annotations
 
 import math
-from typing import Any
+from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
 from ..convert.kinds import Kind, Wish
 from ..convert.ndarrays import source_kind
 from .blocks import named
-from .library import DaskArray, da
+from .library import da
+
+if TYPE_CHECKING:
+    from dask.array import Array
 
 Chunks = tuple[tuple[int, ...], ...]
 
 
-def require_known(x: DaskArray, who: str) -> None:
+def require_known(x: Array, who: str) -> None:
     """ValueError, with the first block of which nobody knows how large it is."""
     for axis, extents in enumerate(x.chunks):
         for place, extent in enumerate(extents):
@@ -27,7 +30,7 @@ def require_known(x: DaskArray, who: str) -> None:
                 )
 
 
-def require_kind(x: DaskArray, who: str, wish: Wish) -> Kind:
+def require_kind(x: Array, who: str, wish: Wish) -> Kind:
     """The kind of the arrays that blocks become; TypeError where no array has such elements."""
     with named(f"{who}: block {(0,) * x.ndim} of {x.name}, as all others"):
         return wish.kind_for(source_kind(np.empty(0, x.dtype), wish))

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import sys
 from collections.abc import Iterable, Iterator
-from typing import Any
+from typing import TYPE_CHECKING, Any
 
 import numpy as np
 from numpy.typing import NDArray
@@ -17,7 +17,10 @@ from ..convert.memory import row_at_least
 from ..convert.ndarrays import without_mask
 from .blocks import by, named
 from .chunks import require_array, require_kind, require_known
-from .library import DaskArray, da, dask, get_scheduler, slices_from_chunks
+from .library import da, dask, get_scheduler, slices_from_chunks
+
+if TYPE_CHECKING:
+    from dask.array import Array
 
 Place = tuple[int, ...]
 
@@ -25,7 +28,7 @@ _TOGETHER = 1 << 26
 """Bytes that are fetched from a cluster at once: enough that the round trips do not count."""
 
 
-def from_dask(x: DaskArray, type: Any = None, *, is_complex: bool | None = None) -> AnyArray:
+def from_dask(x: Array, type: Any = None, *, is_complex: bool | None = None) -> AnyArray:
     """One array of a Dask array, which is computed by the scheduler that Dask would take.
 
     Each block goes to its place when it is there, and is dropped: beside the array, only blocks

@@ -3,20 +3,23 @@
 from __future__ import annotations
 
 from collections.abc import Sequence
-from typing import Any, TypeAlias
+from typing import TYPE_CHECKING, Any, TypeAlias
 
 import numpy as np
 from numpy.typing import NDArray
 
 from .. import AnyArray
 from ..convert import to_numpy
-from .library import DaskArray, HighLevelGraph, da, normalize_chunks, slices_from_chunks, tokenize
+from .library import HighLevelGraph, da, normalize_chunks, slices_from_chunks, tokenize
+
+if TYPE_CHECKING:
+    from dask.array import Array
 
 Given: TypeAlias = int | str | float | None
 ChunksGiven: TypeAlias = Given | Sequence[Given] | Sequence[Given | Sequence[int]] | dict[int, Any]
 
 
-def to_dask(array: AnyArray, chunks: ChunksGiven = "auto", *, name: str | None = None) -> DaskArray:
+def to_dask(array: AnyArray, chunks: ChunksGiven = "auto", *, name: str | None = None) -> Array:
     """The array as one of Dask's, with blocks as ``chunks`` says, in the words of ``dask.array``.
 
     Blocks are read-only, as what others see of arrays always is, and in column-major order. Those
@@ -37,7 +40,7 @@ def to_dask(array: AnyArray, chunks: ChunksGiven = "auto", *, name: str | None =
         for place, within in zip(keys, slices_from_chunks(cut), strict=True)
     }
     graph = HighLevelGraph.from_collections(name, layer, dependencies=())
-    x: DaskArray = da.Array(graph, name, cut, dtype=numbers.dtype)
+    x: Array = da.Array(graph, name, cut, dtype=numbers.dtype)
     return x
 
 

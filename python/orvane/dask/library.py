@@ -7,7 +7,7 @@ says nothing of its types. Only what users see has the types that Dask gives it.
 from __future__ import annotations
 
 from importlib import import_module
-from typing import TYPE_CHECKING, Any
+from typing import Any
 
 from .._numpy import require_numpy
 
@@ -34,8 +34,6 @@ slices_from_chunks: Any = da.core.slices_from_chunks
 tokenize: Any = dask.base.tokenize
 
 __all__ = [
-    "DaskArray",
-    "DaskDelayed",
     "Delayed",
     "HighLevelGraph",
     "da",
@@ -50,10 +48,3 @@ __all__ = [
     "slices_from_chunks",
     "tokenize",
 ]
-
-if TYPE_CHECKING:
-    from dask.array import Array as DaskArray
-    from dask.delayed import Delayed as DaskDelayed
-else:
-    DaskArray = da.Array
-    DaskDelayed = Delayed

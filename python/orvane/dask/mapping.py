@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 from collections.abc import Callable, Sequence
-from typing import Any
+from typing import TYPE_CHECKING, Any
 
 import numpy as np
 from numpy.typing import NDArray
@@ -14,7 +14,10 @@ from .blocks import block_of_array, by, checked, size_of_shape
 from .calling import Caller, held
 from .chunks import Chunks
 from .layout import Layout
-from .library import DaskArray, da, funcname, has_keyword
+from .library import da, funcname, has_keyword
+
+if TYPE_CHECKING:
+    from dask.array import Array
 from .trial import Trial
 
 
@@ -28,7 +31,7 @@ def map_blocks(
     new_axis: int | Sequence[int] | None = None,
     name: str | None = None,
     **keywords: Any,
-) -> DaskArray:
+) -> Array:
     """A Dask array of what a function of arrays gives for each block of Dask arrays.
 
     As ``dask.array.map_blocks``, but the function takes and gives arrays of ``orvane``. Of
@@ -61,7 +64,7 @@ def map_blocks(
     fitted = layout.fit_chunks(extents)
     blocks_at = tuple(isinstance(each, da.Array) for each in arrays)
     wrapper = AppliedWithInfo if has_keyword(function, "block_info") else Applied
-    mapped: DaskArray = da.map_blocks(
+    mapped: Array = da.map_blocks(
         wrapper(function, called, blocks_at, kind, fitted),
         *map(held, arrays),
         token=called,

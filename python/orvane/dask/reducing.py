@@ -4,7 +4,7 @@ from __future__ import annotations
 
 from collections.abc import Callable, Iterable
 from functools import reduce
-from typing import Any
+from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
@@ -14,8 +14,6 @@ from .blocks import checked, noted, shared
 from .calling import Caller, held
 from .layout import Layout
 from .library import (
-    DaskArray,
-    DaskDelayed,
     Delayed,
     HighLevelGraph,
     da,
@@ -25,6 +23,9 @@ from .library import (
     optimize,
     tokenize,
 )
+
+if TYPE_CHECKING:
+    from dask.delayed import Delayed as DaskDelayed
 
 
 def tree_reduce(
@@ -120,7 +121,7 @@ class Finisher:
             return self._finish(_all_shared(combined))
 
 
-def _combined(parts: DaskArray, combine: Callable[[Any, Any], Any], every: int) -> Reduced:
+def _combined(parts: Any, combine: Callable[[Any, Any], Any], every: int) -> Reduced:
     keys = list(flatten(parts.__dask_keys__()))
     combiner = Combiner(combine)
     name = f"{combiner.__name__}-{tokenize(parts, combine, every)}"
