@@ -92,7 +92,9 @@ class Declared(SphinxDirective):
         if "members" in self.options:
             lines += members(known[self.options["members"]])
         for name in self.content:
-            node = known[name]
+            node = known.get(name)
+            if node is None:
+                raise self.error(f"{self.arguments[0]} declares no {name}")
             text = ast.get_docstring(node) or ""
             if isinstance(node, ast.ClassDef):
                 kind = "exception" if ast.unparse(node.bases[0]) == "Exception" else "class"
