@@ -1,8 +1,8 @@
 """A directive that shows what Python sources and stubs declare, without importing anything.
 
-`{declared} FILE` with names as its content: functions with their signatures, classes with all
-members that have a docstring. `members` shows the members of a class that has no page of its own
-under the name of another.
+`{declared} FILE` with names as its content: functions with their signatures, classes as they are
+called. `members` names classes whose members are shown, as far as they have a docstring, under the
+name of another class.
 """
 
 from __future__ import annotations
@@ -89,15 +89,15 @@ class Declared(SphinxDirective):
             if isinstance(node, Function | ast.ClassDef)
         }
         lines = []
-        if "members" in self.options:
-            lines += members(known[self.options["members"]])
+        for name in self.options.get("members", "").split():
+            lines += members(known[name])
         for name in self.content:
             node = known.get(name)
             if node is None:
                 raise self.error(f"{self.arguments[0]} declares no {name}")
             text = ast.get_docstring(node) or ""
             if isinstance(node, ast.ClassDef):
-                kind = "exception" if ast.unparse(node.bases[0]) == "Exception" else "class"
+                kind = "exception" if name.endswith("Error") else "class"
                 lines += describe(kind, constructor(node), text)
             else:
                 lines += describe("function", signature(node, is_method=False), text)
