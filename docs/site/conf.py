@@ -30,6 +30,7 @@ copybutton_exclude = ".linenos, .gp, .go"  # prompts and what Python answers
 html_theme = "furo"
 html_title = project
 html_copy_source = False
+html_use_index = False
 html_theme_options = {"top_of_page_buttons": []}
 pygments_dark_style = "github-dark"
 html_static_path = ["static"]
