@@ -97,6 +97,8 @@ if TYPE_CHECKING:
     from typing import Any, TypeAlias
 
     from . import dask as dask
+    from . import files as files
+    from . import mpi as mpi
     from .convert import asarray, from_dlpack, to_dlpack, to_numpy, tolist, writable
     from .display import load_ipython_extension as load_ipython_extension
     from .display import unload_ipython_extension as unload_ipython_extension
@@ -123,7 +125,7 @@ else:
     _LATER |= dict.fromkeys(("load_ipython_extension", "unload_ipython_extension"), "display")
 
     # So are packages that are for another library.
-    _PACKAGES = ("dask",)
+    _PACKAGES = ("dask", "files", "mpi")
 
     def __getattr__(name):
         if name in _PACKAGES:

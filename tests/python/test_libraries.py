@@ -14,6 +14,7 @@ np = pytest.importorskip("numpy", "1.26")
 
 MODULES = {
     "dask": "dask.array",
+    "feather": "pyarrow.feather",
     "h5py": "h5py",
     "image": "PIL.Image",
     "io": "scipy.io",
@@ -93,6 +94,8 @@ h5py.File("f", "w")["x"] = to_numpy(a).T -> [h5py.File("f")["x"].read_direct(x.T
 h5py.File("f", "w")["x"] = to_numpy(a).astype(">i2") -> asarray(h5py.File("f")["x"], float)
 zarr.save_array("f", to_numpy(a)) -> asarray(zarr.open_array("f"))
 zarr.create_array("f", data=np.tile(to_numpy(a).astype(">f4"), (9**6, 1)), chunks=(10**5, 3)) -> asarray(zarr.open_array("f"), float)[-2:].clone()
+dask.from_array(to_numpy(a), chunks=2).to_zarr("f") -> asarray(dask.from_zarr("f"))
+feather.write_feather(pa.table([pa.array(c) for c in to_numpy(a).T], [*"xyz"]), "f") -> asarray(feather.read_table("f"))
 joblib.dump(a, "f") -> joblib.load("f")
 json.dump(tolist(a), open("f", "w")) -> asarray(json.load(open("f")))
 1 -> asarray(xr.DataArray(np.asfortranarray(tolist(a))), copy=False)

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import os
+from importlib import import_module
 from typing import TYPE_CHECKING, Any
 
 from .. import AnyArray
@@ -57,8 +58,7 @@ def _refuse_what_arrow_lacks(kind: Kind) -> None:
 
 def _arrow() -> Any:
     try:
-        import pyarrow
-        import pyarrow.ipc
+        import_module("pyarrow.ipc")
     except ImportError as error:
         raise ImportError("orvane.files needs PyArrow: pip install orvane[pyarrow]") from error
-    return pyarrow
+    return import_module("pyarrow")

@@ -14,10 +14,11 @@ from ..convert.exports import to_numpy
 from ..convert.kinds import kind_of_dtype
 
 if TYPE_CHECKING:
+    from dask.array import Array as _DaskArray  # type: ignore[import-not-found, unused-ignore]
     from numpy.typing import NDArray
 
 
-def save_npy(name: str | os.PathLike[str], array: AnyArray | Any) -> None:
+def save_npy(name: str | os.PathLike[str], array: AnyArray | _DaskArray) -> None:
     """Writes an array or view, or a Dask array, to a ``.npy`` file in column-major order.
 
     ``numpy.load(name, mmap_mode="c")`` opens it, and `asarray` takes that over without a copy. The
@@ -27,10 +28,11 @@ def save_npy(name: str | os.PathLike[str], array: AnyArray | Any) -> None:
     """
     require_numpy("orvane.files")
     if isinstance(array, ARRAY_TYPES):
-        numbers = to_numpy(array)
+        numbers: NDArray[Any] = to_numpy(array)
         _save(name, numbers, lambda target: target.__setitem__((), numbers))
     elif type(array).__module__.startswith("dask.array"):
-        _save(name, array, lambda target: array.store(target, lock=False))
+        blocks: Any = array
+        _save(name, blocks, lambda target: blocks.store(target, lock=False))
     else:
         raise TypeError(f"expected an orvane array or a Dask array, got {type(array).__name__}")
 
@@ -70,7 +72,8 @@ def _save(name: str | os.PathLike[str], source: Any, write: Any) -> None:
     path = final.with_name(f"{final.name}.{os.getpid()}.part")
     try:
         if math.prod(source.shape):
-            np.lib.format.open_memmap(path, "w+", source.dtype, source.shape, fortran_order=True)
+            make: Any = np.lib.format.open_memmap
+            make(path, "w+", source.dtype, source.shape, fortran_order=True)
             write(_Blocks(path, source))
         else:  # nothing cannot be mapped
             with path.open("wb") as file:
