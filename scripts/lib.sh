@@ -5,6 +5,8 @@
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 export PIP_DISABLE_PIP_VERSION_CHECK=1
 export PYTHONUTF8=1
+# Where there is a cache of compilations, one checkout finds what another has compiled.
+export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=true
 unset PYTHONHOME PYTHONPATH
 
 # The interpreters that are looked for, the preferred one first.

@@ -30,16 +30,15 @@ run_cpp_tests() { # ENVIRONMENT BUILD_DIRECTORY
     "$1/bin/ctest" --test-dir "$2" --output-on-failure --parallel 2
 }
 
-run_python_tests() { # ENVIRONMENT BUILD_DIRECTORY
-    ORVANE_REPLACEMENT_LIBRARY=$2/replacement/libOrvaneDataArray.so ORVANE_NATIVE_BUILD=$2/native-clients \
+run_python_tests() { # ENVIRONMENT BUILD_DIRECTORY [BUILD_DIRECTORY_OF_THE_CPP_TESTS]
+    ORVANE_REPLACEMENT_LIBRARY=${3:-$2}/replacement/libOrvaneDataArray.so ORVANE_NATIVE_BUILD=$2/native-clients \
         "$1/bin/python" -m pytest "$root/tests/python" -q "${rest[@]}"
 }
 
-test_on() { # PYTHON
-    local version environment build
+build_on() { # PYTHON WITH_CPP_TESTS
+    local version environment
     version=$(version_of "$1")
     environment=$root/.venv/$version
-    build=$root/build/$version
     say "CPython $version: environment"
     prepare_environment "$1" "$environment"
     if [[ $1 == "$with_libraries" ]]; then
@@ -47,11 +46,38 @@ test_on() { # PYTHON
         install_libraries "$environment"
     fi
     say "CPython $version: build (the first time this takes some minutes)"
-    install_package "$environment" "$build" ORVANE_BUILD_TESTS=ON "${strictness[@]}"
-    say "CPython $version: C++ tests"
-    run_cpp_tests "$environment" "$build"
+    install_package "$environment" "$root/build/$version" "ORVANE_BUILD_TESTS=$2" "${strictness[@]}"
+}
+
+test_on() { # PYTHON PYTHON_OF_THE_CPP_TESTS
+    local version
+    version=$(version_of "$1")
     say "CPython $version: Python tests"
-    run_python_tests "$environment" "$build"
+    run_python_tests "$root/.venv/$version" "$root/build/$version" "$root/build/$(version_of "$2")"
+}
+
+# The newest interpreter beside the documentation and the preferred one, as neither tests nor pip keep more than one core busy. What the C++
+# tests are about knows no Python, so they are built and run once, and so is the library that stands in for ours.
+test_on_both() { # PREFERRED NEWEST
+    local log=$root/build/newest.log first second status=0
+    set -m # so that both can be interrupted, each by itself
+    trap 'kill -TERM -- "-$first" "-$second"' INT TERM
+    {
+        "$root/scripts/docs.sh" --python "$2"
+        test_on "$1" "$1"
+    } &
+    first=$!
+    {
+        build_on "$2" OFF
+        test_on "$2" "$1"
+    } >"$log" 2>&1 &
+    second=$!
+    wait "$first" || status=$?
+    wait "$second" || status=$?
+    trap - INT TERM
+    set +m
+    cat "$log"
+    return "$status"
 }
 
 # What the tests ask for beyond all memory has to come back as a null pointer, as it does without the sanitizers.
@@ -89,11 +115,14 @@ with_libraries=''
 [[ ${option[libraries]} == no ]] || with_libraries=$preferred
 
 "$root/scripts/lint.sh"
-[[ ${option[all]} == no ]] || "$root/scripts/docs.sh" --python "$newest"
-# Once, clients are also run with an extension that has been built anew.
-[[ ${option[all]} == no ]] || export ORVANE_TEST_REBUILD=1
-test_on "$preferred"
-unset ORVANE_TEST_REBUILD
-if [[ ${option[all]} == yes && $(version_of "$newest") != "$(version_of "$preferred")" ]]; then
-    test_on "$newest"
+build_on "$preferred" ON
+say "C++ tests"
+run_cpp_tests "$root/.venv/$(version_of "$preferred")" "$root/build/$(version_of "$preferred")"
+if [[ ${option[all]} == no ]]; then
+    test_on "$preferred" "$preferred"
+elif [[ $(version_of "$newest") == "$(version_of "$preferred")" ]]; then
+    "$root/scripts/docs.sh" --python "$newest"
+    test_on "$preferred" "$preferred"
+else
+    test_on_both "$preferred" "$newest"
 fi
