@@ -8,11 +8,9 @@ from contextlib import suppress
 import pytest
 
 import orvane
-import orvanemultidimarrayforpython as native
 from native_clients import build_directory, run
 from support import nested, refused
 from test_native_capsule import capsule, object_at
-from test_packaging import ELEMENT_TYPES
 
 
 def python(program: str, *arguments: object) -> str:
@@ -170,13 +168,3 @@ names = [name for name in vars(first) if not name.startswith("__")]
 print(first is second, len(names), all(getattr(first, n) is getattr(second, n) for n in names))
 """
     assert python(program) == "False 15 True\n"
-
-
-def test_the_exported_symbols_are_these():
-    tables = ("Type", "SequenceMethods", "MappingMethods")
-    expected = {f"OCPyArray_{t}_{element}" for t in tables for element in ELEMENT_TYPES.values()}
-    expected |= {"OCPyArray_BufferProcs", "OCPyArray_GetSetMethods", "OCPyIter_Type", "init_types"}
-    expected |= {"TypeAsChar", "TypeObjectPointers", f"PyInit_{native.__name__}"}
-    expected |= {"OCPyError::shapeErr", "OCPyError::sizeErr"}
-    listed = run("nm", "-D", "-C", "--defined-only", native.__file__).splitlines()
-    assert {line.split(maxsplit=2)[2] for line in listed} == expected
