@@ -101,7 +101,9 @@ sanitize_on() { # PYTHON
 strictness=()
 [[ ${CI:-false} == false ]] || strictness=(CMAKE_COMPILE_WARNING_AS_ERROR=ON)
 
-ensure python compiler googletest lapack eigen
+needs=(python compiler googletest lapack eigen)
+[[ ${option[all]} == no ]] || needs+=(doxygen)
+ensure "${needs[@]}"
 preferred=$(chosen_or_preferred_python)
 
 if [[ ${option[sanitize]} == yes ]]; then

@@ -66,6 +66,21 @@ class LabelledCells(SphinxPostTransform):
                             entry[0].insert(0, nodes.inline("", f"{name}: ", classes=["column"]))
 
 
+class BreakableCode(SphinxPostTransform):
+    """Code in tables may go on in the next line behind a bracket and the like."""
+
+    default_priority = 500
+    formats = ("html",)
+
+    def run(self, **_):
+        for entry in self.document.findall(nodes.entry):
+            for code in entry.findall(nodes.literal):
+                first, *others = re.split(r"(?<=\w[(<.])(?=\w)|(?<=::)", code.astext())
+                code[:] = [nodes.Text(first)]
+                for part in others:
+                    code += [nodes.raw("", "<wbr>", format="html"), nodes.Text(part)]
+
+
 class WithoutParameters:
     """Their names would stand before the rest in what the search finds."""
 
@@ -88,5 +103,6 @@ def setup(app):
     app.connect("doctree-read", without_namespaces)
     app.connect("doctree-read", without_last_line)
     app.add_post_transform(LabelledCells)
+    app.add_post_transform(BreakableCode)
     logging.getLogger("sphinx.sphinx.domains.cpp").addFilter(tells_more_than_namespaces)
     return {"parallel_read_safe": True, "version": "1"}
