@@ -16,7 +16,7 @@ TEXT
 
 read_options "upgrade" "$@"
 
-groups=(installer lock build boost-headers test bench coverage wheels demo mpi docs lint)
+groups=(installer lock build boost-headers test bench coverage wheels demo mpi cluster docs lint)
 arguments=(--quiet --universal --python-version "3.${maintained_minors[0]}" --generate-hashes --no-header)
 [[ ${option[upgrade]} == no ]] || arguments+=(--upgrade)
 

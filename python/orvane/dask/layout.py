@@ -52,7 +52,7 @@ class Layout:
         labels = [label for axis, label in enumerate(reversed(range(rank))) if axis not in dropped]
         added = _axes("new_axis", who, new_axis, len(labels) + _count(new_axis))
         for axis in added:
-            labels.insert(axis, -1 - axis)
+            labels.insert(axis, rank + axis)
         return Layout(who, chunks, tuple(labels), dropped, added)
 
     @property

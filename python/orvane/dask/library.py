@@ -28,6 +28,7 @@ funcname: Any = dask.utils.funcname
 get_scheduler: Any = dask.base.get_scheduler
 has_keyword: Any = dask.utils.has_keyword
 is_dask_collection: Any = dask.base.is_dask_collection
+layers: Any = import_module("dask.layers")
 normalize_chunks: Any = da.core.normalize_chunks
 optimize: Any = da.optimization.optimize
 slices_from_chunks: Any = da.core.slices_from_chunks
@@ -43,6 +44,7 @@ __all__ = [
     "get_scheduler",
     "has_keyword",
     "is_dask_collection",
+    "layers",
     "normalize_chunks",
     "optimize",
     "slices_from_chunks",

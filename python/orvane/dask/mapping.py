@@ -11,10 +11,9 @@ from numpy.typing import NDArray
 from .. import AnyArray
 from ..convert.kinds import Kind, kind_of, read_wish
 from .blocks import block_of_array, by, checked, size_of_shape
-from .calling import Caller, held
-from .chunks import Chunks
+from .calling import Caller
 from .layout import Layout
-from .library import da, funcname, has_keyword
+from .library import funcname
 
 if TYPE_CHECKING:
     from dask.array import Array
@@ -45,8 +44,8 @@ def map_blocks(
     by two calls with small blocks of ones (twos on the diagonal).
 
     ``drop_axis`` and ``new_axis`` are dimensions that the result has not, and has besides; blocks
-    are given side by side along those that are dropped. The function gets ``block_id`` and
-    ``block_info`` where it has such keywords, and all other ``keywords``. Tasks are named after the
+    are given side by side along those that are dropped. The function gets ``block_id``, the place
+    of the block, where it has such a keyword, and all other ``keywords``. Tasks are named after the
     function, or ``name``.
 
     What does not fit raises an error that names the function and the block: TypeError when the
@@ -62,18 +61,9 @@ def map_blocks(
     else:
         kind, extents = Kind(wish.array_type, bool(wish.is_complex)), chunks
     fitted = layout.fit_chunks(extents)
-    blocks_at = tuple(isinstance(each, da.Array) for each in arrays)
-    wrapper = AppliedWithInfo if has_keyword(function, "block_info") else Applied
-    mapped: Array = da.map_blocks(
-        wrapper(function, called, blocks_at, kind, fitted),
-        *map(held, arrays),
-        token=called,
-        chunks=fitted,
-        drop_axis=layout.dropped,
-        new_axis=layout.added or None,
-        meta=np.empty((0,) * len(fitted), kind.dtype),
-        **{word: held(value) for word, value in keywords.items()},
-    )
+    applied = Applied(function, called, arrays, kind)
+    meta = np.empty((0,) * len(fitted), kind.dtype)
+    mapped: Array = applied.over_blocks(layout, arrays, keywords, fitted, meta)
     return mapped
 
 
@@ -81,43 +71,20 @@ class Applied(Caller):
     """A function of arrays as a function of blocks."""
 
     def __init__(
-        self,
-        function: Callable[..., AnyArray],
-        called: str,
-        blocks_at: tuple[bool, ...],
-        kind: Kind,
-        chunks: Chunks,
+        self, function: Callable[..., AnyArray], called: str, arrays: Sequence[Any], kind: Kind
     ) -> None:
-        super().__init__(function, called, blocks_at)
+        super().__init__(function, called, arrays)
         self._kind = kind
-        self._chunks = chunks
 
-    def __call__(self, *given: Any, block_id: tuple[int, ...], **keywords: Any) -> NDArray[Any]:
-        where = f"{self.__name__}, block {block_id}"
-        result = self._call(given, where, keywords | {"block_id": block_id})
-        return self._block(result, block_id, where)
-
-    def _block(self, result: Any, block_id: tuple[int, ...], where: str) -> NDArray[Any]:
-        array = checked(result, f"{where}: the function")
+    def checked(self, result: Any, shape: tuple[int, ...], giver: str) -> NDArray[Any]:
+        array = checked(result, giver)
         kind = kind_of(array)
         if kind != self._kind:
-            raise TypeError(f"{where}: the function gave {kind}, where {self._kind} was to come")
-        shape = tuple(extents[place] for extents, place in zip(self._chunks, block_id, strict=True))
+            raise TypeError(f"{giver} gave {kind}, where {self._kind} was to come")
         given, wanted = size_of_shape(array.size), size_of_shape(shape)
         if given != wanted:
-            raise ValueError(
-                f"{where}: the function gave {by(given)}, where {by(wanted)} was to come"
-            )
+            raise ValueError(f"{giver} gave {by(given)}, where {by(wanted)} was to come")
         return block_of_array(array, shape)
 
     def __dask_tokenize__(self) -> tuple[Any, ...]:
-        return *super().__dask_tokenize__(), str(self._kind), self._chunks
-
-
-class AppliedWithInfo(Applied):
-    """Of a function that wants to know of all blocks."""
-
-    def __call__(
-        self, *given: Any, block_id: tuple[int, ...], block_info: Any = None, **keywords: Any
-    ) -> NDArray[Any]:
-        return super().__call__(*given, block_id=block_id, block_info=block_info, **keywords)
+        return *super().__dask_tokenize__(), str(self._kind)

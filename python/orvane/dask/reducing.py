@@ -11,12 +11,11 @@ import numpy as np
 from .. import ARRAY_TYPES
 from ..convert.kinds import Kind, kind_of
 from .blocks import checked, noted, shared
-from .calling import Caller, held
+from .calling import Caller
 from .layout import Layout
 from .library import (
     Delayed,
     HighLevelGraph,
-    da,
     dask,
     flatten,
     funcname,
@@ -57,13 +56,9 @@ def tree_reduce(
     every = dask.config.get("split_every", 4) if split_every is None else split_every
     if not isinstance(every, int) or every < 2:
         raise ValueError(f"tree_reduce, {called}: split_every must be 2 or more, not {every!r}")
-    parts = da.map_blocks(
-        Part(chunk, called, tuple(isinstance(each, da.Array) for each in arrays)),
-        *map(held, arrays),
-        token=called,
-        meta=np.empty((0,) * len(layout.labels_out), object),
-        **{word: held(value) for word, value in keywords.items()},
-    )
+    ones = tuple((1,) * layout.blocks_along(axis) for axis in range(len(layout.labels_out)))
+    meta = np.empty((0,) * len(ones), object)
+    parts = Part(chunk, called, arrays).over_blocks(layout, arrays, keywords, ones, meta)
     if not parts.npartitions:
         raise ValueError(f"tree_reduce, {called}: there is no block")
     combined = _combined(parts, combine, every)
@@ -80,11 +75,9 @@ class Reduced(Delayed):  # type: ignore[misc]  # it is anything
 class Part(Caller):
     """The function of a block."""
 
-    def __call__(self, *given: Any, block_id: tuple[int, ...], **keywords: Any) -> Any:
-        where = f"{self.__name__}, block {block_id}"
-        part = self._call(given, where, keywords | {"block_id": block_id})
-        _kinds(part, f"{where}: the function")
-        return part
+    def checked(self, result: Any, shape: tuple[int, ...], giver: str) -> Any:
+        _kinds(result, giver)
+        return result
 
 
 class Combiner:
