@@ -18,6 +18,7 @@ import dask
 import dask.array as da
 import numpy as np
 from distributed import Client, LocalCluster, wait
+from distributed.comm.tcp import TCP
 
 import orvane
 import orvane.dask
@@ -25,28 +26,22 @@ import orvane.dask
 ROWS, COLUMNS, BLOCKS = 16_000, 500, 8  # 64 MB in blocks of 8
 
 
-class Sent:
-    """Bytes that this process has sent to others, counted where they are handed to a socket."""
+def begin_counting() -> None:
+    """Has this process count the bytes that it hands to sockets for others."""
+    write = TCP.write
+    TCP.bytes_sent = 0
 
-    count = 0
+    @functools.wraps(write)
+    async def counted(self: TCP, *arguments: Any, **keywords: Any) -> int:
+        size = await write(self, *arguments, **keywords)
+        TCP.bytes_sent += size
+        return size
 
-    @classmethod
-    def begin(cls) -> None:
-        from distributed.comm.tcp import TCP
+    TCP.write = counted
 
-        write = TCP.write
 
-        @functools.wraps(write)
-        async def counted(self: Any, *arguments: Any, **keywords: Any) -> int:
-            size = await write(self, *arguments, **keywords)
-            cls.count += size
-            return size
-
-        TCP.write = counted
-
-    @classmethod
-    def so_far(cls) -> int:
-        return cls.count
+def bytes_sent() -> int:
+    return TCP.bytes_sent
 
 
 Prepared: TypeAlias = Callable[[], object]
@@ -140,7 +135,7 @@ def rows_of(client: Client) -> Iterator[Row]:
     yield Row(
         "64 MB are cut into 8 blocks of rows, and sent",
         done(lambda: orvane.dask.to_dask(ours, in_blocks)),
-        done(lambda: da.from_array(whole, in_blocks, name=False)),
+        done(lambda: da.from_array(whole, in_blocks)),
     )
     yield Row(
         "a function of 8 blocks of 8 MB, which are cut anew, by columns",
@@ -156,12 +151,12 @@ def rows_of(client: Client) -> Iterator[Row]:
 
 def measured(client: Client, prepare: Callable[[], Prepared]) -> tuple[int, float]:
     do = prepare()
-    before = Sent.so_far() + sum(client.run(Sent.so_far).values())
+    before = bytes_sent() + sum(client.run(bytes_sent).values())
     started = time.perf_counter()
     result = do()
     seconds = time.perf_counter() - started
     del result
-    after = Sent.so_far() + sum(client.run(Sent.so_far).values())
+    after = bytes_sent() + sum(client.run(bytes_sent).values())
     return after - before, seconds
 
 
@@ -175,8 +170,8 @@ def main() -> None:
         LocalCluster(silence_logs=logging.CRITICAL, **options) as cluster,
         Client(cluster) as client,
     ):
-        Sent.begin()
-        client.run(Sent.begin)
+        begin_counting()
+        client.run(begin_counting)
         print("| what | MB sent | NumPy's | ratio | ms | NumPy's | ratio |")
         print("|---|---|---|---|---|---|---|")
         for row in rows_of(client):

@@ -32,8 +32,8 @@ def code_on(page: str) -> str:
 )
 def test_the_examples(page):
     code = code_on(page)
-    if "import numpy" in code:
-        pytest.importorskip("numpy")
+    for library in re.findall(r"import (numpy|dask\.array)", code):
+        pytest.importorskip(library)
     examples = doctest.DocTestParser().get_doctest(code, {}, page, page, 0)
     outcome = doctest.DocTestRunner().run(examples)
     assert outcome == doctest.TestResults(failed=0, attempted=len(examples.examples))
