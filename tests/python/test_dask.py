@@ -131,38 +131,22 @@ reduce(with_sum, each_added, x[:8])[1].compute() -> [[1128.0]]
 name(reduce(sums, added, x, finish=partial(twice)).key) -> "twice"
 name(map(partial(added, sign=-1), x, x).name) -> "added"
 map(fails, x) -> ValueError: map_blocks, fails: give type= and chunks=, as {TRIED}
-map(gram, x.rechunk((5, 3))) -> ValueError: map_blocks, gram: give chunks=, as dimension 0 of the
- result is neither the same for all blocks nor as long as theirs: of ones of 5 x 3 come 3 x 3, of ones of
- 6 x 4 4 x 4
-map(twice, x, d) -> ValueError: map_blocks, twice: give type= and chunks=, as they cannot be found out
- before argument 2 is computed
-map(lists, x) -> TypeError: map_blocks, lists: tried on ones of 4 x 6, the function gave an object of type
- list, not an array of orvane
-map(lists, u, {KNOWN}).compute() -> TypeError: lists, block (0, 0): the function gave an object of type
- list, not an array of orvane
-map(views, u, {KNOWN}).compute() -> ValueError: views, block (0, 0): the function gave 1 x 6, where 10 x 6
- was to come
-map(twice, u, type="int8", chunks=u.chunks).compute() -> TypeError: twice, block (0, 0): the function gave
- orvane.double, where orvane.int8 was to come
-map(added, x, x.rechunk((5, 6))) -> ValueError: map_blocks, added: the chunks of arguments 1 and 2 do not
- fit: along dimension 0 of the latter, block 0 has 4 and 5; call its rechunk() first
-map(twice, x, chunks=(4,)) -> ValueError: map_blocks, twice: chunks=(4,) tells of 1 dimensions, and the
- result has 2; say which it has besides by new_axis, and which not by drop_axis
-map(twice, x, chunks=((4, 4), 6)) -> ValueError: map_blocks, twice: chunks=((4, 4), 6) tells of 2 blocks
- along dimension 0, where there are 3
-map(twice, unknown) -> ValueError: map_blocks, twice, argument 1: the extents of block (0, 0) of
- x are not known before it is computed; call its compute_chunk_sizes() first
-map(twice, o) -> TypeError: map_blocks, twice, argument 1: block (0,) of o, as all others: arrays have no
- elements of NumPy's type object: give numbers, or the type to convert them to by .astype
-collect(t) -> TypeError: from_dask: block (0, 0) of t, as all others: arrays have no
- elements of NumPy's type datetime64[s]: convert dates to numbers first: .astype('int64'), or a difference
- of them
+map(gram, x.rechunk((5, 3))) -> ValueError: map_blocks, gram: give chunks=, as dimension 0 of the result is neither the same for all blocks nor as long as theirs: of ones of 5 x 3 come 3 x 3, of ones of 6 x 4 4 x 4
+map(twice, x, d) -> ValueError: map_blocks, twice: give type= and chunks=, as they cannot be found out before argument 2 is computed
+map(lists, x) -> TypeError: map_blocks, lists: tried on ones of 4 x 6, the function gave an object of type list, not an array of orvane
+map(lists, u, {KNOWN}).compute() -> TypeError: lists, block (0, 0): the function gave an object of type list, not an array of orvane
+map(views, u, {KNOWN}).compute() -> ValueError: views, block (0, 0): the function gave 1 x 6, where 10 x 6 was to come
+map(twice, u, type="int8", chunks=u.chunks).compute() -> TypeError: twice, block (0, 0): the function gave orvane.double, where orvane.int8 was to come
+map(added, x, x.rechunk((5, 6))) -> ValueError: map_blocks, added: the chunks of arguments 1 and 2 do not fit: along dimension 0 of the latter, block 0 has 4 and 5; call its rechunk() first
+map(twice, x, chunks=(4,)) -> ValueError: map_blocks, twice: chunks=(4,) tells of 1 dimensions, and the result has 2; say which it has besides by new_axis, and which not by drop_axis
+map(twice, x, chunks=((4, 4), 6)) -> ValueError: map_blocks, twice: chunks=((4, 4), 6) tells of 2 blocks along dimension 0, where there are 3
+map(twice, unknown) -> ValueError: map_blocks, twice, argument 1: the extents of block (0, 0) of x are not known before it is computed; call its compute_chunk_sizes() first
+map(twice, o) -> TypeError: map_blocks, twice, argument 1: block (0,) of o, as all others: arrays have no elements of NumPy's type object: give numbers, or the type to convert them to by .astype
+collect(t) -> TypeError: from_dask: block (0, 0) of t, as all others: arrays have no elements of NumPy's type datetime64[s]: convert dates to numbers first: .astype('int64'), or a difference of them
 collect(big, "int8") -> ValueError: block (0, 0) of big: the element at [2][1], 130.0, does not fit into orvane.int8
 collect(lie) -> ValueError: block (0, 0) of lie is 10 x 6, where its chunk is 4 x 6
-reduce(lists, added, u).compute() -> TypeError: lists, block (0, 0): the function gave an object of type list,
- not an array of orvane
-reduce(sums, lists, x).compute() -> TypeError: lists, blocks (0, 0) to (2, 0): the function gave an object of
- type list, not an array of orvane
+reduce(lists, added, u).compute() -> TypeError: lists, block (0, 0): the function gave an object of type list, not an array of orvane
+reduce(sums, lists, x).compute() -> TypeError: lists, blocks (0, 0) to (2, 0): the function gave an object of type list, not an array of orvane
 """)  # noqa: E501
 def test_answers(expression, answer):
     names = {"x": da.from_array(NUMBERS, (4, 6), name="x"), "v": da.arange(6, chunks=6)}
