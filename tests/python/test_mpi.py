@@ -37,7 +37,7 @@ allgather(a if r else z) -> RankError: allgather: rank 1: {a} does not fit to {z
 bcast(a, 4) -> RankError: bcast: rank 0: ValueError: root is 4, and there are 4 ranks
 bcast(long if r == 1 else a) -> RankError: bcast: rank 1: out is orvane.int8 of size {long}, what comes is {a}
 allreduce(a if r else z) -> RankError: allreduce: rank 1: {a} does not fit to {z} of rank 0
-allreduce(a, MPI.MAX if r else None) -> RankError: allreduce: rank 1: op is 1, on rank 0 it is 3
+allreduce(a, MPI.MAX if r else None) -> RankError: allreduce: rank 1: op is MAX, on rank 0 it is SUM
 allreduce(z, MPI.MAX) -> RankError: allreduce: rank 0: TypeError: elements of complex orvane.int16 can be summed, and nothing else
 without_rank_3(bcast, a) -> RankError: bcast: no word from rank 3 within the time that ORVANE_MPI_TIMEOUT gives
 """)  # noqa: E501

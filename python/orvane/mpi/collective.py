@@ -124,7 +124,7 @@ def _gathered(meeting: Meeting, receivers: Sequence[int]) -> Any:
 
 def _axis(meeting: Meeting, ranks: int, end: int) -> int:
     """The dimension that is meant; the same on all ranks, and so is the refusal."""
-    axis: int = meeting.settings["axis"]
+    axis = int(meeting.settings["axis"])
     if not -ranks <= axis < end:
         raise meeting.refusal(0, f"axis is {axis}, and there are {ranks} dimensions")
     return axis if axis >= 0 else axis + ranks

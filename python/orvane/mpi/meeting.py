@@ -43,7 +43,7 @@ class Told(NamedTuple):
     """What one rank says."""
 
     operation: str
-    settings: dict[str, int]
+    settings: dict[str, int | str]
     given: Form | None = None
     taken: Form | None = None
     counts: tuple[int, ...] | None = None
@@ -68,7 +68,7 @@ class Meeting:
         if self.comm.Is_inter():
             raise ValueError(f"{operation} is for a communicator of one group of ranks")
         self.operation = operation
-        self.settings = settings
+        self.settings: dict[str, int | str] = {**settings}
         self.given: Block | None = None
         self.taken: Block | None = None
         self.counts: tuple[int, ...] | None = None
@@ -83,8 +83,7 @@ class Meeting:
 
     @property
     def root(self) -> int:
-        root: int = self.settings["root"]
-        return root
+        return int(self.settings["root"])
 
     @property
     def is_root(self) -> bool:
@@ -131,10 +130,11 @@ class Meeting:
         return RankError(f"{self.operation}: rank {rank}: {words}", rank)
 
     def _check_settings(self) -> None:
-        self.settings = {name: index(value) for name, value in self.settings.items()}
-        root = self.settings.get("root", 0)
-        if not 0 <= root < self.comm.size:
-            raise ValueError(f"root is {root}, and there are {self.comm.size} ranks")
+        for name in ("root", "axis"):
+            if name in self.settings:
+                self.settings[name] = index(self.settings[name])  # type: ignore[arg-type]
+        if "root" in self.settings and not 0 <= self.root < self.comm.size:
+            raise ValueError(f"root is {self.root}, and there are {self.comm.size} ranks")
 
     def _tell(self, failure: str | None = None, cause: Exception | None = None) -> None:
         given = self.given.form if self.given else None

@@ -14,6 +14,11 @@ if TYPE_CHECKING:
     from mpi4py.MPI import Comm as _Comm  # type: ignore[import-not-found, unused-ignore]
     from mpi4py.MPI import Op as _Op  # type: ignore[import-not-found, unused-ignore]
 
+_OPERATIONS = (
+    *("MAX", "MIN", "SUM", "PROD", "LAND", "BAND", "LOR", "BOR", "LXOR", "BXOR"),
+    *("MAXLOC", "MINLOC", "REPLACE", "NO_OP"),
+)
+
 
 def reduce(
     array: AnyArray,
@@ -51,7 +56,7 @@ def _reduced(meeting: Meeting, array: Any, op: Any, out: Any) -> Any:
         meeting.take(out)
         op = MPI.SUM if op is None else op
         assert meeting.given
-        meeting.settings["op"] = _number_of(op, meeting.given.kind)
+        meeting.settings["op"] = _name_of(op, meeting.given.kind)
     forms = [told.given for told in meeting.told]
     for rank, form in enumerate(forms):
         if form != forms[0]:
@@ -77,13 +82,13 @@ def _reduced(meeting: Meeting, array: Any, op: Any, out: Any) -> Any:
     return taken.array
 
 
-def _number_of(op: Any, kind: Kind) -> int:
+def _name_of(op: Any, kind: Kind) -> str:
     """What tells an operation from others, on all ranks; those that programs define are alike."""
     MPI = engine()  # noqa: N806
     if not isinstance(op, MPI.Op):
         raise TypeError(f"expected an operation of mpi4py, got {type(op).__name__}")
     if not op.is_predefined:
-        return -1
+        return "one of the program's"
     if is_pair(kind) and op != MPI.SUM:
         raise TypeError(f"elements of {kind} can be summed, and nothing else")
-    return int(op.py2f())
+    return next(name for name in _OPERATIONS if getattr(MPI, name) == op)
