@@ -67,22 +67,24 @@ def message_in_time(comm: Any, source: int, tag: int, status: Any) -> Any:
 def missing_ranks(comm: Any, sent: list[Any], heard: list[Any]) -> list[int]:
     """Has all ranks hear what each sends: nobody, when that is done; else those who have not come.
 
-    It is this rank itself where all others have waited and gone.
+    It is this rank itself where all others have waited and gone. As what they had sent may have
+    come all the same, a barrier tells that they are still there.
     """
     limit = time_limit()
     if limit is None:
         comm.Allgather(sent, heard)
         return []
-    request = comm.Iallgather(sent, heard)
     MPI = engine()  # noqa: N806
     tag = comm.Get_attr(MPI.TAG_UB)
-    deadline = time.monotonic() + limit
-    while not request.Test():
-        if time.monotonic() > deadline or comm.Iprobe(MPI.ANY_SOURCE, tag):
-            _ABANDONED.extend((request, sent, heard))
-            return _those_who_do_not_answer(comm, tag)
-        time.sleep(_PAUSE)
-    return [comm.rank] if comm.Iprobe(MPI.ANY_SOURCE, tag) else []
+    for begin, messages in ((comm.Iallgather, (sent, heard)), (comm.Ibarrier, ())):
+        request = begin(*messages)
+        deadline = time.monotonic() + limit
+        while not request.Test():
+            if time.monotonic() > deadline or comm.Iprobe(MPI.ANY_SOURCE, tag):
+                _ABANDONED.extend((request, messages))
+                return _those_who_do_not_answer(comm, tag)
+            time.sleep(_PAUSE)
+    return []
 
 
 def _those_who_do_not_answer(comm: Any, tag: int) -> list[int]:
