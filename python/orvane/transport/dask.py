@@ -10,6 +10,12 @@ from typing import Any
 from .. import ARRAY_TYPES, AnyArray
 from .reduction import Carried, array_from_elements
 
+_AHEAD = memoryview(bytearray(1))
+_OWN_FRAME = 1 << 17
+"""Bytes from which on a message comes in several reads: the first of its buffers with all headers,
+at whatever address is next to them, and each of the others into a block of its own. So one is sent
+ahead of the elements, which then are aligned where they arrive, and need not be copied."""
+
 
 def register_sizes(sizeof: Any) -> None:
     for array_type in ARRAY_TYPES:
@@ -42,13 +48,15 @@ def token_of(array: AnyArray) -> tuple[Any, ...]:
     return "orvane", *told, hashing.hash_buffer_hex(Carried(array).block())
 
 
-def serialize(array: AnyArray) -> tuple[dict[str, Any], list[PickleBuffer]]:
+def serialize(array: AnyArray) -> tuple[dict[str, Any], list[Any]]:
     told = {"type": type(array).__name__, "size": array.size, "is_complex": array._is_complex}
-    return told | {"byteorder": sys.byteorder}, [PickleBuffer(Carried(array).block())]
+    elements = PickleBuffer(Carried(array).block())
+    frames = [_AHEAD, elements] if elements.raw().nbytes >= _OWN_FRAME else [elements]
+    return told | {"byteorder": sys.byteorder}, frames
 
 
 def deserialize(header: dict[str, Any], frames: list[Any]) -> AnyArray:
     array_type = next(each for each in ARRAY_TYPES if each.__name__ == header["type"])
     size, is_complex = tuple(header["size"]), header["is_complex"]
-    elements = frames[0] if frames else b""
+    elements = frames[-1] if frames else b""
     return array_from_elements(array_type, size, is_complex, elements, header["byteorder"])
