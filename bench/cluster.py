@@ -2,8 +2,9 @@
 
 Each row is done by arrays and by NumPy's in turn, many times, on two worker processes of this
 machine. Bytes are all that the processes of the cluster send each other meanwhile, what they say of
-themselves included; seconds are those that pass. Printed are medians, and medians of the ratios of
-neighbours in time. `scripts/cluster.sh --bench` prepares what is needed and runs this.
+themselves included; seconds are those of the processor, user and system, in all of these processes:
+others that run meanwhile do not count. Printed are medians and their ratios.
+`scripts/cluster.sh --bench` prepares what is needed and runs this.
 """
 
 import argparse
@@ -40,8 +41,9 @@ def begin_counting() -> None:
     TCP.write = counted
 
 
-def bytes_sent() -> int:
-    return TCP.bytes_sent
+def spent() -> tuple[int, float]:
+    """Bytes and seconds of this process."""
+    return TCP.bytes_sent, time.process_time()
 
 
 Prepared: TypeAlias = Callable[[], object]
@@ -151,13 +153,15 @@ def rows_of(client: Client) -> Iterator[Row]:
 
 def measured(client: Client, prepare: Callable[[], Prepared]) -> tuple[int, float]:
     do = prepare()
-    before = bytes_sent() + sum(client.run(bytes_sent).values())
-    started = time.perf_counter()
+    before = [spent(), *client.run(spent).values()]
     result = do()
-    seconds = time.perf_counter() - started
+    after = [spent(), *client.run(spent).values()]
     del result
-    after = bytes_sent() + sum(client.run(bytes_sent).values())
-    return after - before, seconds
+    count, seconds = (
+        sum(b) - sum(a)
+        for a, b in zip(zip(*before, strict=False), zip(*after, strict=False), strict=False)
+    )
+    return count, seconds
 
 
 def main() -> None:
@@ -186,9 +190,9 @@ def line_of(row: Row, client: Client, repeats: int) -> str:
     cells = [row.name]
     for place, unit, digits in ((0, 1e6, 2), (1, 1e-3, 0)):
         ours, peers = ([each[place] / unit for each in side[1:]] for side in sides)
-        ratio = statistics.median(a / b for a, b in zip(ours, peers, strict=True))
-        cells += [f"{statistics.median(each):.{digits}f}" for each in (ours, peers)]
-        cells.append(f"{ratio:.2f}")
+        medians = [statistics.median(each) for each in (ours, peers)]
+        cells += [f"{each:.{digits}f}" for each in medians]
+        cells.append(f"{medians[0] / medians[1]:.2f}")
     return f"| {' | '.join(cells)} |"
 
 

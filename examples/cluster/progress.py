@@ -1,5 +1,6 @@
 """What a cluster is doing, in a line that a person can follow."""
 
+import asyncio
 import contextlib
 import shutil
 import sys
@@ -36,7 +37,7 @@ def follow(client: Client, future: Future, tasks: Tasks, names: list[str]) -> No
     line = Line()
     while not future.done():
         line.show(client, tasks, names)
-        with contextlib.suppress(TimeoutError):
+        with contextlib.suppress(asyncio.TimeoutError):
             wait(future, timeout=0.2)
     line.show(client, tasks, names)
     if line.is_terminal:
