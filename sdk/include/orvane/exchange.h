@@ -39,7 +39,7 @@ typedef struct OrvaneLoan {
 } OrvaneLoan;
 
 /** What `lend` is asked for. */
-enum {
+enum OrvaneLoanFlag {
     /** The elements may be written to. The writes show in Python at once. */
     ORVANE_LOAN_WRITABLE = 1,
     /** Column-major and without gaps. For reading, a view that is not so is gathered into a block of the loan's own;
