@@ -25,14 +25,24 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wshadow
 add_link_options("LINKER:-z,relro,-z,now")
 
 if(ORVANE_SANITIZE)
-    set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=undefined)
+    # What a test needs that runs inside the interpreter, which is not instrumented itself: the runtimes before all
+    # else, Python's objects in blocks of their own, and no judgement on leaks, as an interpreter keeps memory to its end.
+    if(ORVANE_SANITIZE STREQUAL "thread")
+        set(sanitizers -fsanitize=thread)
+        set(runtimes tsan)
+        # What native modules inline of the headers is judged too.
+        set(settings "CXXFLAGS=-fsanitize=thread -g1" "LDFLAGS=-fsanitize=thread"
+            TSAN_OPTIONS=allocator_may_return_null=1:ignore_noninstrumented_modules=1)
+    else()
+        set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=undefined)
+        set(runtimes asan ubsan)
+        set(settings ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=0)
+    endif()
     add_compile_options(${sanitizers} -fno-omit-frame-pointer -g1)
     add_compile_definitions(_GLIBCXX_ASSERTIONS)
     add_link_options(${sanitizers})
 
-    # What a test needs that runs inside the interpreter, which is not instrumented itself: the runtimes before all
-    # else, Python's objects in blocks of their own, and no judgement on leaks, as an interpreter keeps memory to its end.
-    foreach(runtime IN ITEMS asan ubsan)
+    foreach(runtime IN LISTS runtimes)
         execute_process(COMMAND "${CMAKE_CXX_COMPILER}" -print-file-name=lib${runtime}.so
                         OUTPUT_VARIABLE runtimeFile OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
         if(NOT IS_ABSOLUTE "${runtimeFile}")
@@ -41,8 +51,7 @@ if(ORVANE_SANITIZE)
         list(APPEND runtimeFiles "${runtimeFile}")
     endforeach()
     list(JOIN runtimeFiles ":" preloaded)
-    set(ORVANE_PYTHON_TEST_ENVIRONMENT "LD_PRELOAD=${preloaded}" PYTHONMALLOC=malloc
-        ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=0 ORVANE_SANITIZED=1)
+    set(ORVANE_PYTHON_TEST_ENVIRONMENT "LD_PRELOAD=${preloaded}" PYTHONMALLOC=malloc ${settings} ORVANE_SANITIZED=1)
     list(JOIN ORVANE_PYTHON_TEST_ENVIRONMENT "\n" lines)
     file(WRITE "${CMAKE_BINARY_DIR}/python-test-environment" "${lines}\n")
 endif()

@@ -4,6 +4,7 @@
 #include "element_address.hpp"
 #include "element_types.hpp"
 #include "function_resolver.hpp"
+#include "owner_count.hpp"
 #include "throw_if_error.hpp"
 
 #include <orvane_data_array/status.hpp>
@@ -93,8 +94,9 @@ public:
     /// The library's array, borrowed: valid as long as a handle holds it.
     impl::ArrayImpl* impl() const noexcept { return m_impl.get(); }
 
-    /// How many handles share the array, this one included.
-    long useCount() const noexcept { return m_impl.use_count(); }
+    /// How many handles share the array, this one included. When no other is left, what was done through others that
+    /// went on other threads has happened before.
+    long useCount() const noexcept { return detail::ownerCount(m_impl); }
 
     /// Makes this handle the only owner of its array, by a copy of the elements if need be. Throws for want
     /// of memory and then leaves the handle as it was.
@@ -152,7 +154,7 @@ protected:
     }
 
     /// Whether no other handle shares the array and nobody lent it. Only arrays that this layer owns have `Destroy`.
-    bool isUnique() const noexcept { return m_impl.use_count() == 1 && std::get_deleter<Destroy>(m_impl) != nullptr; }
+    bool isUnique() const noexcept { return useCount() == 1 && std::get_deleter<Destroy>(m_impl) != nullptr; }
 
     std::shared_ptr<impl::ArrayImpl> m_impl;
 
