@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 #include <vector>
 
 #include "blocks/strided_dimensions.hpp"
@@ -79,7 +80,8 @@ private:
 /// rows are places in the first few dimensions and whose columns are places in the last few. Along the rows the
 /// target has no gaps, along the columns the source has none.
 template <class Unit, Transfer transfer>
-void reorderUnits(Unit* target, const std::byte* source, std::span<const Dimension> dimensions) {
+bool reorderUnits(Unit* target, const std::byte* source, std::span<const Dimension> dimensions,
+                  PlainItemsWatch* watch) {
     std::size_t first = 0;
     std::size_t last = dimensions.size();
     MatrixSide rows;
@@ -107,47 +109,65 @@ void reorderUnits(Unit* target, const std::byte* source, std::span<const Dimensi
                                              j * columns.outermost().sourceStride);
                 const Tile tile{std::span(rowOffsets).first(rowCount), std::span(columnOffsets).first(columnCount)};
                 transposeTile<Unit, transfer>(to, from, tile);
+                if (watch != nullptr && !watch->pass(rowCount * columnCount))
+                    return false;
             }
         }
         return true;
     };
 
-    visitPositions(dimensions.subspan(first, last - first), transposeMatrix); // the middle dimensions
+    return visitPositions(dimensions.subspan(first, last - first), transposeMatrix); // the middle dimensions
+}
+
+void copyPiece(std::byte* target, const std::byte* source, std::size_t bytes, Transfer transfer) {
+    if (transfer == Transfer::Bytewise) {
+        std::memcpy(target, source, bytes);
+        return;
+    }
+    auto* out = reinterpret_cast<std::uint8_t*>(target);
+    for (std::size_t i = 0; i < bytes; ++i)
+        out[i] = source[i] != std::byte{0};
 }
 
 } // namespace
 
-void copyInOrder(void* target, const void* source, std::size_t count, std::size_t elementSize, Transfer transfer) {
-    if (transfer == Transfer::Bytewise) {
-        std::memcpy(target, source, count * elementSize);
-        return;
+bool copyInOrder(void* target, const void* source, std::size_t count, std::size_t elementSize, Transfer transfer,
+                 PlainItemsWatch* watch) {
+    const std::size_t together = watch != nullptr ? PlainItemsWatch::itemsBetween : count;
+    for (std::size_t start = 0; start < count; start += together) {
+        const std::size_t items = std::min(together, count - start);
+        copyPiece(static_cast<std::byte*>(target) + start * elementSize,
+                  static_cast<const std::byte*>(source) + start * elementSize, items * elementSize, transfer);
+        if (watch != nullptr && !watch->pass(items))
+            return false;
     }
-    auto* out = static_cast<std::uint8_t*>(target);
-    const auto* in = static_cast<const std::byte*>(source);
-    for (std::size_t i = 0; i < count; ++i)
-        out[i] = in[i] != std::byte{0};
+    return true;
 }
 
-void reorderToColumnMajor(void* target, const void* source, std::span<const std::size_t> dims, std::size_t elementSize,
-                          Transfer transfer) {
+bool reorderToColumnMajor(void* target, const void* source, std::span<const std::size_t> dims, std::size_t elementSize,
+                          Transfer transfer, PlainItemsWatch* watch) {
     const Dimensions decisive = decisiveDimensions(dims);
     const std::span<const Dimension> dimensions(decisive.data(), decisive.size());
     const auto* bytes = static_cast<const std::byte*>(source);
     if (dimensions.size() < 2)
-        return copyInOrder(target, source, dimensions.empty() ? 1 : dimensions[0].extent, elementSize, transfer);
+        return copyInOrder(target, source, dimensions.empty() ? 1 : dimensions[0].extent, elementSize, transfer, watch);
+    const auto reorder = [&]<class Unit>(std::type_identity<Unit>) {
+        return reorderUnits<Unit, Transfer::Bytewise>(static_cast<Unit*>(target), bytes, dimensions, watch);
+    };
     if (transfer == Transfer::TruthValues)
-        return reorderUnits<std::uint8_t, Transfer::TruthValues>(static_cast<std::uint8_t*>(target), bytes, dimensions);
+        return reorderUnits<std::uint8_t, Transfer::TruthValues>(static_cast<std::uint8_t*>(target), bytes, dimensions,
+                                                                 watch);
     switch (elementSize) {
     case 1:
-        return reorderUnits<std::uint8_t, Transfer::Bytewise>(static_cast<std::uint8_t*>(target), bytes, dimensions);
+        return reorder(std::type_identity<std::uint8_t>());
     case 2:
-        return reorderUnits<std::uint16_t, Transfer::Bytewise>(static_cast<std::uint16_t*>(target), bytes, dimensions);
+        return reorder(std::type_identity<std::uint16_t>());
     case 4:
-        return reorderUnits<std::uint32_t, Transfer::Bytewise>(static_cast<std::uint32_t*>(target), bytes, dimensions);
+        return reorder(std::type_identity<std::uint32_t>());
     case 8:
-        return reorderUnits<std::uint64_t, Transfer::Bytewise>(static_cast<std::uint64_t*>(target), bytes, dimensions);
-    case 16:
-        return reorderUnits<Wide, Transfer::Bytewise>(static_cast<Wide*>(target), bytes, dimensions);
+        return reorder(std::type_identity<std::uint64_t>());
+    default:
+        return reorder(std::type_identity<Wide>());
     }
 }
 

@@ -68,7 +68,8 @@ bool BlockNesting::readItems(PyObject* list, std::size_t level, const StridedEle
         if (level + 1 < m_levels) {
             if (!readItems(item, level + 1, place, writer))
                 return false;
-        } else if (!openItem(block, item) || !readBlock(block.numbers(), place, writer)) {
+        } else if (!openItem(block, item) || !(level == 0 ? readHeedingSignals(block, place, writer)
+                                                          : readBlock(block.numbers(), place, writer))) {
             return false;
         }
         block.close();

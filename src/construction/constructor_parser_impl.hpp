@@ -276,10 +276,10 @@ bool FinalConstructorParser<T>::walkInitializer(PyObject* initializer) {
     const auto count = checkedProduct(asSpan(m_shape.initializerDims()));
     if (!isCollected || !settleDims(static_cast<std::size_t>(count.value_or(0))))
         return false;
-    if (T* target = bufferFor(m_elements.size()))
-        reorderToColumnMajor(target, m_elements.data(), asSpan(m_shape.initializerDims()), sizeof(T),
-                             Transfer::Bytewise);
-    return true;
+    T* const target = bufferFor(m_elements.size());
+    PlainItemsWatch watch;
+    return target == nullptr || reorderToColumnMajor(target, m_elements.data(), asSpan(m_shape.initializerDims()),
+                                                     sizeof(T), Transfer::Bytewise, &watch);
 }
 
 /// Common to the short cuts: `read` is given the block for the elements of `extents` and fills it. Where the extents
@@ -380,13 +380,12 @@ bool FinalConstructorParser<T>::processBufferInitializer(const Py_buffer& view) 
     if (!readBufferDims(view, *count, dims, isColumnMajor) || !settleDims(*count))
         return false;
     T* target = bufferFor(*count);
+    PlainItemsWatch watch;
     if (target == nullptr)
         return true;
     if (isColumnMajor)
-        copyInOrder(target, view.buf, *count, sizeof(T), detail::foreignTransfer<T>);
-    else
-        reorderToColumnMajor(target, view.buf, asSpan(dims), sizeof(T), detail::foreignTransfer<T>);
-    return true;
+        return copyInOrder(target, view.buf, *count, sizeof(T), detail::foreignTransfer<T>, &watch);
+    return reorderToColumnMajor(target, view.buf, asSpan(dims), sizeof(T), detail::foreignTransfer<T>, &watch);
 }
 
 // ---- Nested values in reading order ----

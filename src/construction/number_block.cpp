@@ -132,8 +132,8 @@ Extents gaplessStrides(std::span<const long> counts, ElementOrder order, long el
     return strides;
 }
 
-bool readGapless(const NumberBlock& block, ElementOrder order, std::byte* target, const ElementWriter& writer) {
-    const Extents strides = gaplessStrides(block.counts(), order, writer.elementSize);
+bool readHeedingSignals(const NumberBlock& block, const StridedElements& target, const ElementWriter& writer) {
+    const auto& strides = target.strides;
     // In slices of the slowest dimension that has several places, with a look for signals between them.
     std::size_t slowest = 0;
     for (std::size_t d = 1; d < strides.size(); ++d) {
@@ -151,10 +151,15 @@ bool readGapless(const NumberBlock& block, ElementOrder order, std::byte* target
         numbers.first = numbers.first.from(start);
         counts[slowest] = std::min(places - start, together);
         numbers.counts = {counts.data(), counts.size()};
-        if (!readBlock(numbers, {target + start * strides[slowest], {strides.data(), strides.size()}}, writer))
+        if (!readBlock(numbers, {target.address + start * strides[slowest], strides}, writer))
             return false;
     }
     return true;
+}
+
+bool readGapless(const NumberBlock& block, ElementOrder order, std::byte* target, const ElementWriter& writer) {
+    const Extents strides = gaplessStrides(block.counts(), order, writer.elementSize);
+    return readHeedingSignals(block, {target, {strides.data(), strides.size()}}, writer);
 }
 
 } // namespace orvane::python

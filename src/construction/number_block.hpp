@@ -63,8 +63,11 @@ enum class ElementOrder { RowMajor, ColumnMajor };
 /// The distances in bytes between elements that lie without gaps.
 Extents gaplessStrides(std::span<const long> counts, ElementOrder order, long elementSize);
 
-/// Reads all of a block into elements without gaps, as one of the kinds that `writer` takes. False when a number does
-/// not fit, and with an error set by the handler of a signal; the target is then partly filled.
+/// Reads all of a block, as one of the kinds that `writer` takes, and has signals answered on the way. False when a
+/// number does not fit, and with an error set by the handler of a signal; the target is then partly filled.
+bool readHeedingSignals(const NumberBlock& block, const StridedElements& target, const ElementWriter& writer);
+
+/// The same into elements without gaps.
 bool readGapless(const NumberBlock& block, ElementOrder order, std::byte* target, const ElementWriter& writer);
 
 } // namespace orvane::python

@@ -19,7 +19,8 @@ const data::Array* OCppPyArray::materialised() {
         return nullptr;
     if (!m_snapshot)
         m_snapshot = std::make_unique<Snapshot>();
-    m_snapshot->array = std::move(array);
+    if (!m_snapshot->array) // the handler of a signal may have been here first
+        m_snapshot->array = std::move(array);
     return &*m_snapshot->array;
 }
 

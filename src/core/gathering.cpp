@@ -28,6 +28,7 @@ std::shared_ptr<std::byte> gatherElements(const OCppPyArray& view, const Selecti
         T* target = block.get();
         visitRuns(selection, [&](unsigned long offset, long length, long stride) {
             target = copyRun(target, view.wrapper().elements() + offset, length, stride);
+            return true;
         });
     }
     return {block, reinterpret_cast<std::byte*>(block.get())};

@@ -2,6 +2,7 @@
 
 #include <Python.h>
 
+#include <algorithm>
 #include <complex>
 #include <cstring>
 #include <limits>
@@ -11,11 +12,15 @@
 #include "core/selection.hpp"
 #include "data_client/array_factory.hpp"
 #include "elements/narrowing.hpp"
+#include "vocabulary/caller_code.hpp"
 #include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 
 namespace {
+
+/// So many elements of a run are copied between two looks for signals.
+constexpr auto itemsTogether = static_cast<long>(PlainItemsWatch::itemsBetween);
 
 /// Whether an element may change on the road through a Python number and back.
 template <class T>
@@ -75,12 +80,21 @@ void copyRun(T* target, const std::byte* source, long count, long stride, std::o
         target[i] = afterTheRoad<T>(source + i * stride, refused);
 }
 
-/// Copies a selection that is inside and not empty, in column-major order.
+/// Copies a selection that is inside and not empty, in column-major order. False with an error set by the handler of a
+/// signal; one that set none may have moved the elements.
 template <class T>
-void copySelection(T* target, const std::byte* elements, const Selection& selection, std::optional<double>& refused) {
-    visitRuns(selection, [&](unsigned long offset, long count, long stride) {
-        copyRun(target, elements + offset, count, stride, refused);
-        target += count;
+bool copySelection(T* target, const OCppPyArray& view, const Selection& selection, std::optional<double>& refused) {
+    PlainItemsWatch watch;
+    return visitRuns(selection, [&](unsigned long offset, long length, long stride) {
+        for (long start = 0; start < length; start += itemsTogether) {
+            const long count = std::min(length - start, itemsTogether);
+            const auto first = static_cast<long>(offset) + start * stride;
+            copyRun(target, view.wrapper().elements() + first, count, stride, refused);
+            target += count;
+            if (!watch.pass(static_cast<unsigned long>(count)))
+                return false;
+        }
+        return true;
     });
 }
 
@@ -109,14 +123,14 @@ std::vector<unsigned long> extentsOfResult(const Selection& selection) {
 }
 
 template <class T>
-std::optional<data::Array> materialiseAs(const Selection& selection, const std::byte* elements) {
+std::optional<data::Array> materialiseAs(const OCppPyArray& view, const Selection& selection) {
     data::ArrayFactory factory;
     auto buffer = factory.createBuffer<T>(static_cast<unsigned long>(selection.elementCount));
     std::optional<double> refused;
-    if (selection.elementCount > 0)
-        copySelection<T>(buffer.get(), elements, selection, refused);
+    if (selection.elementCount > 0 && !copySelection<T>(buffer.get(), view, selection, refused))
+        return std::nullopt;
     if (refused) {
-        raiseRefused<T>(elements, selection);
+        raiseRefused<T>(view.wrapper().elements(), selection);
         return std::nullopt;
     }
     return factory.createArrayFromBuffer<T>(extentsOfResult(selection), std::move(buffer),
@@ -131,7 +145,7 @@ std::optional<data::Array> materialise(const OCppPyArray& view) {
         raiseUnreadable(selection);
         return std::nullopt;
     }
-    return visitElementTypeOf(view, [&]<class T>() { return materialiseAs<T>(selection, view.wrapper().elements()); });
+    return visitElementTypeOf(view, [&]<class T>() { return materialiseAs<T>(view, selection); });
 }
 
 } // namespace orvane::python

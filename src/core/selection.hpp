@@ -45,10 +45,10 @@ Selection selectionIgnoringSlice(const OCppPyArray& view);
 void raiseUnreadable(const Selection& selection);
 
 /// Calls `visit(offset, count, stride)` for the runs of a selection that is inside and not empty, in column-major
-/// order: so many elements from a byte offset on, so many bytes apart. Leading dimensions that follow each other
-/// without a gap are one run.
+/// order: so many elements from a byte offset on, so many bytes apart; for as long as that is true, whether it was to
+/// the end. Leading dimensions that follow each other without a gap are one run.
 template <class Visit>
-void visitRuns(const Selection& selection, Visit&& visit) {
+bool visitRuns(const Selection& selection, Visit&& visit) {
     std::size_t outer = 1;
     long run = selection.counts[0];
     while (outer < selection.rank() && selection.strides[outer] == run * selection.strides[0])
@@ -56,8 +56,7 @@ void visitRuns(const Selection& selection, Visit&& visit) {
 
     unsigned long offset = selection.origin;
     DimensionVector<long> places(selection.rank(), 0);
-    while (true) {
-        visit(offset, run, selection.strides[0]);
+    while (visit(offset, run, selection.strides[0])) {
         std::size_t d = outer;
         for (; d < selection.rank(); ++d) {
             offset += static_cast<unsigned long>(selection.strides[d]);
@@ -67,8 +66,9 @@ void visitRuns(const Selection& selection, Visit&& visit) {
             places[d] = 0;
         }
         if (d >= selection.rank())
-            return;
+            return true;
     }
+    return false;
 }
 
 /// Steps through all positions of a selection in index order.

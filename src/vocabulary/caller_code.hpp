@@ -30,6 +30,8 @@ Result withRecursionCounted(Result failure, Body&& body) {
 template <unsigned long itemsBetweenLooks>
 class SignalWatch {
 public:
+    static constexpr unsigned long itemsBetween = itemsBetweenLooks;
+
     /// To be told of items that were passed. False with an error set when the handler of a signal has raised one.
     /// Handlers are code of the caller's: nothing borrowed may be kept across a call that has looked.
     bool pass(unsigned long items = 1) {
