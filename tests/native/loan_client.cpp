@@ -34,7 +34,8 @@ public:
         const data::ColumnMajorSpan<T> span = *m_loan;
         return std::pair(span.extents(), span.strides());
     }
-    void write(std::size_t place, double value) { m_loan->data()[place] = value; }
+    /// Gives what stood there.
+    double write(std::size_t place, double value) { return std::exchange(m_loan->data()[place], value); }
     void giveBack() { m_loan.reset(); }
     /// On a thread that Python does not know, while this one waits for it with the lock.
     void giveBackElsewhere() {
@@ -53,6 +54,7 @@ py::class_<Open<T>> defineOpen(py::module_& module, const char* name) {
         .def("values", &Open<T>::values)
         .def("shape", &Open<T>::shape)
         .def("give_back", &Open<T>::giveBack)
+        .def("give_back_unlocked", &Open<T>::giveBack, py::call_guard<py::gil_scoped_release>())
         .def("give_back_elsewhere", &Open<T>::giveBackElsewhere);
 }
 
@@ -80,7 +82,7 @@ python::Reference adopted(bool isReadOnly, std::vector<std::size_t> extents) {
 PYBIND11_MODULE(loan_client, module) {
     python::importOrvane();
     defineOpen<const double>(module, "Reading");
-    defineOpen<double>(module, "Writing").def("write", &Open<double>::write);
+    defineOpen<double>(module, "Writing").def("write", &Open<double>::write, py::call_guard<py::gil_scoped_release>());
 
     module.def("lend", [](const py::object& array, bool forWriting, bool withoutGaps) {
         PyObject* const object = array.ptr();
