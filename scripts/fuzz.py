@@ -68,12 +68,18 @@ def main() -> int:
     parser.add_argument("--seed", type=int, help="of the first program; else told by the clock")
     parser.add_argument("--operations", default="", help="of the program, only these: 1,4,7")
     parser.add_argument("--faults", type=int, default=1, help="after how many to stop (1)")
+    parser.add_argument("--load", action="store_true", help="eight threads at the same arrays")
+    parser.add_argument("--soak", action="store_true", help="the same programs, memory watched")
     parser.add_argument("--as-it-is", action="store_true", help="does not shorten what fails")
     options = parser.parse_args()
     if options.operations:
         options.programs = 1
     if "ORVANE_FUZZ_NATIVE" not in os.environ:
         build_native_clients()
+    if options.load or options.soak:
+        work = "fuzzing.load" if options.load else "fuzzing.leaks"
+        command = [sys.executable, "-X", "faulthandler", "-m", work, str(options.minutes)]
+        return subprocess.call(command, cwd=TESTS, env=os.environ | {"PYTHONHASHSEED": "0"})
     start = time.monotonic()
     first = seed = int(time.time()) * BATCH if options.seed is None else options.seed
     end = first + (options.programs or sys.maxsize)

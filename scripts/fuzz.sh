@@ -5,14 +5,20 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 usage() {
     cat <<'TEXT'
-usage: scripts/fuzz.sh [--sanitize | --native] [--python EXECUTABLE] [-- ARGUMENT...]
+usage: scripts/fuzz.sh [--load | --soak] [--sanitize | --sanitize-threads | --native] [--python EXECUTABLE]
+                       [-- ARGUMENT...]
 
 Runs random programs on arrays and all that is derived from them, against the reference model, for ten minutes or
 as long as is told. A program that fails or dies is told by its seed, and by those of its operations that it takes.
 
-  --sanitize   under AddressSanitizer and UndefinedBehaviorSanitizer
-  --native     instead: each program of tests/fuzz_targets under libFuzzer, for a minute or as long as --minutes says
-  --python     the interpreter to use in place of the preferred one
+  --load               instead: eight threads at the same arrays
+  --soak               instead: the same programs over and over in one process, of which the memory must stay where the
+                       first minute has left it
+  --sanitize           under AddressSanitizer and UndefinedBehaviorSanitizer
+  --sanitize-threads   under ThreadSanitizer
+  --native             instead: each program of tests/fuzz_targets under libFuzzer, for a minute or as long as --minutes
+                       says
+  --python             the interpreter to use in place of the preferred one
   -- --minutes M           how long (10)
   -- --programs N          how many programs instead
   -- --seed S              the first program; with --programs 1, or with --operations 3,7,9, that one again
@@ -42,7 +48,7 @@ run_fuzz_targets() {
     done
 }
 
-read_options "sanitize native" "$@"
+read_options "load soak sanitize sanitize-threads native" "$@"
 ensure python compiler
 preferred=$(chosen_or_preferred_python)
 version=$(version_of "$preferred")
@@ -57,13 +63,18 @@ if [[ ${option[native]} == yes ]]; then
     exit
 fi
 say "CPython $version: build"
-if [[ ${option[sanitize]} == yes ]]; then
-    build=$build-sanitize
-    build_sanitized "$environment" "$build"
+kind=$(sanitizer)
+if [[ -n $kind ]]; then
+    build=$build-$kind
+    build_sanitized "$kind" "$environment" "$build"
     use_sanitized "$build"
 else
     install_package "$environment" "$build"
 fi
-say "CPython $version: programs"
+work=()
+for one in load soak; do
+    [[ ${option[$one]} == no ]] || work+=("--$one")
+done
+say "CPython $version: ${work[*]:-programs}"
 export ORVANE_NATIVE_BUILD=$build/native-clients PATH=$environment/bin:$PATH
-"$environment/bin/python" "$root/scripts/fuzz.py" "${rest[@]}"
+"$environment/bin/python" "$root/scripts/fuzz.py" "${work[@]}" "${rest[@]}"

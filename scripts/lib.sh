@@ -72,6 +72,7 @@ declare -rA need_title=(
     [eigen]="Eigen, whose matrices native modules take"
     [libfuzzer]="Clang with libFuzzer"
     [doxygen]="Doxygen, which reads the headers for native modules"
+    [valgrind]="valgrind"
 )
 declare -rA need_packages=(
     [python]="python3 python3-dev python3-venv"
@@ -82,6 +83,7 @@ declare -rA need_packages=(
     [eigen]="libeigen3-dev"
     [libfuzzer]="clang libclang-rt-dev"
     [doxygen]="doxygen"
+    [valgrind]="valgrind"
 )
 # A package that is too old on the machine's release is not worth the minutes that installing takes.
 declare -rA need_release=([python]="python3 3.10" [compiler]="g++ 11")
@@ -239,6 +241,8 @@ has_doxygen() { command -v doxygen >/dev/null; }
 has_googletest() { compiles '#include <gtest/gtest.h>'; }
 
 has_google_benchmark() { compiles '#include <benchmark/benchmark.h>'; }
+
+has_valgrind() { command -v valgrind >/dev/null; }
 
 has_eigen() { compiles '#include <eigen3/Eigen/Core>' || compiles '#include <Eigen/Core>'; }
 
@@ -440,13 +444,19 @@ install_package() {
         --no-build-isolation --no-deps --force-reinstall "--config-settings=build-dir=$build" "${settings[@]}" "$root"
 }
 
-# build_sanitized ENVIRONMENT BUILD_DIRECTORY [CMAKE_DEFINITION...]: a build tree under the sanitizers, not installed.
+# sanitizer: what the options of the script ask for, as ORVANE_SANITIZE of the build names it; nothing without one.
+sanitizer() {
+    [[ ${option[sanitize]} == no ]] || echo address
+    [[ ${option[sanitize-threads]} == no ]] || echo thread
+}
+
+# build_sanitized SANITIZER ENVIRONMENT BUILD_DIRECTORY [CMAKE_DEFINITION...]: a build tree under it, not installed.
 build_sanitized() {
-    local environment=$1 build=$2
-    shift 2
+    local kind=$1 environment=$2 build=$3
+    shift 3
     clear_foreign_build "$build" "$root"
     PATH=$environment/bin:$PATH cmake -S "$root" -B "$build" -G Ninja "-DPython_EXECUTABLE=$environment/bin/python" \
-        -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O1 -DORVANE_SANITIZE=ON "${@/#/-D}" >/dev/null
+        -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O1 "-DORVANE_SANITIZE=$kind" "${@/#/-D}" >/dev/null
     PATH=$environment/bin:$PATH with_progress "$build.log" cmake --build "$build"
     export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 }

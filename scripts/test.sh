@@ -5,20 +5,23 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 usage() {
     cat <<'TEXT'
-usage: scripts/test.sh [--all] [--libraries] [--sanitize] [--python EXECUTABLE] [-- PYTEST_ARGUMENT...]
+usage: scripts/test.sh [--all] [--libraries] [--python EXECUTABLE] [-- PYTEST_ARGUMENT...]
+       scripts/test.sh --sanitize | --sanitize-threads | --valgrind [--python EXECUTABLE] [-- PYTEST_ARGUMENT...]
 
 Checks format and style, builds the package with its C++ tests, runs those, installs the package into an
 environment of its own and runs the Python tests against it, on CPython 3.10 where there is one, else the next later.
 
-  --all         the same on the newest installed CPython too, there with the libraries that arrays are converted from and
-                to, as far as they have a release for it; and the documentation site
-  --libraries   with those libraries on the first interpreter
-  --sanitize    instead: C++ and Python tests under AddressSanitizer and UndefinedBehaviorSanitizer
-  --python      the interpreter to use in place of the preferred one
+  --all                the same on the newest installed CPython too, there with the libraries that arrays are converted
+                       from and to, as far as they have a release for it; and the documentation site
+  --libraries          with those libraries on the first interpreter
+  --sanitize           instead: C++ and Python tests under AddressSanitizer and UndefinedBehaviorSanitizer
+  --sanitize-threads   instead: C++ tests and what threads do in Python, under ThreadSanitizer
+  --valgrind           instead: C++ tests under valgrind's memcheck
+  --python             the interpreter to use in place of the preferred one
 TEXT
 }
 
-read_options "all libraries sanitize" "$@"
+read_options "all libraries sanitize sanitize-threads valgrind" "$@"
 
 prepare_environment() { # PYTHON ENVIRONMENT
     local groups
@@ -30,9 +33,10 @@ run_cpp_tests() { # ENVIRONMENT BUILD_DIRECTORY
     "$1/bin/ctest" --test-dir "$2" --output-on-failure --parallel 2
 }
 
+python_tests=("$root/tests/python")
 run_python_tests() { # ENVIRONMENT BUILD_DIRECTORY [BUILD_DIRECTORY_OF_THE_CPP_TESTS]
     ORVANE_REPLACEMENT_LIBRARY=${3:-$2}/replacement/libOrvaneDataArray.so ORVANE_NATIVE_BUILD=$2/native-clients \
-        "$1/bin/python" -m pytest "$root/tests/python" -q "${rest[@]}"
+        "$1/bin/python" -m pytest "${python_tests[@]}" -q "${rest[@]}"
 }
 
 build_on() { # PYTHON WITH_CPP_TESTS
@@ -81,20 +85,39 @@ test_on_both() { # PREFERRED NEWEST
 }
 
 # What the tests ask for beyond all memory has to come back as a null pointer, as it does without the sanitizers.
-sanitize_on() { # PYTHON
-    local version environment build
+sanitize_on() { # PYTHON SANITIZER
+    local kind=$2 version environment build
     version=$(version_of "$1")
     environment=$root/.venv/$version
-    build=$root/build/$version-sanitize
+    build=$root/build/$version-$kind
     say "CPython $version: environment"
     prepare_environment "$1" "$environment"
     say "CPython $version: build under the sanitizers"
-    build_sanitized "$environment" "$build" ORVANE_BUILD_TESTS=ON
+    build_sanitized "$kind" "$environment" "$build" ORVANE_BUILD_TESTS=ON
     say "CPython $version: C++ tests under the sanitizers"
-    ASAN_OPTIONS=allocator_may_return_null=1 run_cpp_tests "$environment" "$build"
+    ASAN_OPTIONS=allocator_may_return_null=1 TSAN_OPTIONS=allocator_may_return_null=1 \
+        run_cpp_tests "$environment" "$build"
     say "CPython $version: Python tests under the sanitizers"
     use_sanitized "$build"
     run_python_tests "$environment" "$build"
+}
+
+# What is still reachable at the end is what statics and the runtimes keep.
+check_with_valgrind() { # PYTHON
+    local version environment build launcher
+    version=$(version_of "$1")
+    environment=$root/.venv/$version
+    build=$root/build/$version-valgrind
+    launcher="valgrind;--quiet;--error-exitcode=9;--leak-check=full;--errors-for-leak-kinds=definite,indirect,possible"
+    say "CPython $version: environment"
+    prepare_environment "$1" "$environment"
+    say "CPython $version: build of the C++ tests"
+    clear_foreign_build "$build" "$root"
+    PATH=$environment/bin:$PATH cmake -S "$root" -B "$build" -G Ninja "-DPython_EXECUTABLE=$environment/bin/python" \
+        -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVANE_BUILD_TESTS=ON "-DCMAKE_TEST_LAUNCHER=$launcher" >/dev/null
+    PATH=$environment/bin:$PATH with_progress "$build.log" cmake --build "$build" --target tests/cpp/all
+    say "CPython $version: C++ tests under valgrind"
+    run_cpp_tests "$environment" "$build"
 }
 
 # Compilers to come warn of more than those of today: where that is found out, in continuous integration, it is an error.
@@ -106,8 +129,15 @@ needs=(python compiler googletest lapack eigen)
 ensure "${needs[@]}"
 preferred=$(chosen_or_preferred_python)
 
-if [[ ${option[sanitize]} == yes ]]; then
-    sanitize_on "$preferred"
+if [[ ${option[valgrind]} == yes ]]; then
+    ensure valgrind
+    check_with_valgrind "$preferred"
+    exit
+fi
+kind=$(sanitizer)
+if [[ -n $kind ]]; then
+    [[ $kind == address ]] || python_tests=("$root"/tests/python/test_{fuzz,lifecycle,loans}.py)
+    sanitize_on "$preferred" "$kind"
     exit
 fi
 
