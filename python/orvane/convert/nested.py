@@ -2,9 +2,9 @@
 
 from __future__ import annotations
 
-from collections.abc import Iterable
+from collections.abc import Collection
 from contextlib import suppress
-from itertools import chain
+from itertools import chain, islice
 from typing import Any
 
 from .. import ARRAY_TYPES, AnyArray, double, int64, logical, uint64
@@ -13,6 +13,9 @@ from .plain_fitting import array_of_flat
 
 NUMBERS = (bool, int, float, complex)
 SEQUENCES = (list, tuple, range)
+
+#: So many items are gone through in one step of the interpreter, which answers no signals in it.
+TOGETHER = 1 << 20
 
 
 def array_at_once(values: list[Any] | tuple[Any, ...], wish: Wish) -> AnyArray | None:
@@ -42,9 +45,11 @@ def _first_leaf(values: list[Any] | tuple[Any, ...]) -> Any:
     return None if any(leaf is None for leaf in leaves) else leaves[0]
 
 
-def leaf_types(values: Iterable[Any]) -> set[type]:
+def leaf_types(values: Collection[Any]) -> set[type]:
     """The types of all that stands in a nesting of lists, tuples and ranges."""
-    types = set(map(type, values))
+    items, types = iter(values), set[type]()
+    for _ in range(0, len(values), TOGETHER):
+        types.update(map(type, islice(items, TOGETHER)))
     nested = types & set(SEQUENCES)
     leaves = types - nested
     if nested:

@@ -14,6 +14,7 @@ from .memory import row_at_least
 from .nested import (
     NUMBERS,
     SEQUENCES,
+    TOGETHER,
     array_at_once,
     array_of_numbers,
     flattened,
@@ -43,7 +44,10 @@ def sequence_of(obj: Any) -> list[Any] | tuple[Any, ...]:
     is_sequence = hasattr(obj, "__len__") and hasattr(obj, "__getitem__")
     if hint or not is_sequence or isinstance(obj, (str, dict)) or hasattr(obj, "keys"):
         raise refuse_type(f"no numbers can be read from {name_of(obj)}{hint}")
-    return list(islice(obj, len(obj)))  # whose items need not end
+    items, values = islice(obj, len(obj)), []  # they need not end by themselves
+    while some := list(islice(items, TOGETHER)):
+        values += some
+    return values
 
 
 def array_of_plain(
