@@ -32,7 +32,7 @@ if(ORVANE_SANITIZE)
         set(runtimes tsan)
         # What native modules inline of the headers is judged too.
         set(settings "CXXFLAGS=-fsanitize=thread -g1" "LDFLAGS=-fsanitize=thread"
-            TSAN_OPTIONS=allocator_may_return_null=1:ignore_noninstrumented_modules=1)
+            TSAN_OPTIONS=allocator_may_return_null=1)
     else()
         set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=undefined)
         set(runtimes asan ubsan)
