@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from collections.abc import Iterator
 from contextlib import ExitStack
 from typing import TYPE_CHECKING, Any, NamedTuple
 
@@ -90,10 +91,11 @@ class Block:
     def message(self) -> list[Any]:
         """The elements as mpi4py takes messages: place, count and type.
 
-        Where they have no gaps, so many of them, which may be more than 2**31; else one of a type
-        that says where each lies.
+        Where they have no gaps, so many of them, as far as MPI counts; else one of a type that says
+        where each lies.
         """
-        if not self.numbers.size or self.numbers.flags.f_contiguous:
+        is_line = self.numbers.flags.f_contiguous and self.numbers.size <= _MOST
+        if is_line or not self.numbers.size:
             return [self.place(), self.numbers.size, self._element()]
         return [self.place(), 1, self.layout(self.numbers)]
 
@@ -125,11 +127,14 @@ class Block:
         mine, theirs = self.numbers, other.numbers
         return _address(mine) == _address(theirs) and mine.strides == theirs.strides
 
-    def terms(self, numbers: NDArray[Any], op: Any) -> list[Any]:
-        """The message for an operation: of complex integers, each part is a number by itself.
+    def terms_of(self, line: NDArray[Any], op: Any) -> Iterator[list[Any]]:
+        """The messages for an operation on elements without gaps, which the caller keeps."""
+        flat = line.reshape(-1, order="F")
+        for start in range(0, flat.size, _MOST // 2):
+            yield self._terms(flat[start : start + _MOST // 2], op)
 
-        The caller keeps the elements until the message is gone.
-        """
+    def _terms(self, numbers: NDArray[Any], op: Any) -> list[Any]:
+        """Of complex integers, each part is a number by itself."""
         place = engine().memory.fromaddress(_address(numbers), 0)
         if op.is_predefined and is_pair(self.kind):
             return [place, 2 * numbers.size, engine().Datatype.fromcode(self.kind.letter)]

@@ -67,16 +67,17 @@ def _reduced(meeting: Meeting, array: Any, op: Any, out: Any) -> Any:
     assert given
     if taken is None:
         line = given.in_line()
-        meeting.comm.Reduce(given.terms(line, op), None, op, root)
+        for terms in given.terms_of(line, op):
+            meeting.comm.Reduce(terms, None, op, root)
         return None
     total = taken.in_line()
     if not given.is_at(taken):
         total[...] = given.numbers
-    terms = taken.terms(total, op)
-    if root is None:
-        meeting.comm.Allreduce(MPI.IN_PLACE, terms, op)
-    else:
-        meeting.comm.Reduce(MPI.IN_PLACE, terms, op, root)
+    for terms in taken.terms_of(total, op):
+        if root is None:
+            meeting.comm.Allreduce(MPI.IN_PLACE, terms, op)
+        else:
+            meeting.comm.Reduce(MPI.IN_PLACE, terms, op, root)
     if total is not taken.numbers:
         taken.numbers[...] = total
     return taken.array
