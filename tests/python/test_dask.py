@@ -38,7 +38,7 @@ def twice(a):
 
 
 def added(a, b, sign=1):
-    return orvane.asarray(orvane.to_numpy(a) + sign * orvane.to_numpy(b))
+    return orvane.asarray(np.asfortranarray(orvane.to_numpy(a) + sign * orvane.to_numpy(b)))
 
 
 def gram(a):
@@ -99,7 +99,9 @@ def test_every_scheduler(scheduler, client):
     x = da.from_array(NUMBERS, (4, 6))
     with dask.config.set(scheduler=client if scheduler == "cluster" else scheduler):
         assert np.array_equal(orvane.dask.map_blocks(twice, x).compute(), 2 * NUMBERS)
-        assert np.array_equal(x.compute(), NUMBERS)  # what was written to was a copy
+        kept = orvane.dask.map_blocks(added, x, x).persist()  # in column-major order: not copied
+        assert np.array_equal(orvane.dask.map_blocks(twice, kept).compute(), 4 * NUMBERS)
+        assert np.array_equal(kept.compute(), 2 * NUMBERS)  # what was written to was a copy
         assert np.array_equal(orvane.to_numpy(orvane.dask.from_dask(x.T, "int8")), NUMBERS.T)
         total = orvane.dask.tree_reduce(sums, added, x, finish=twice, split_every=2)
         assert np.array_equal(orvane.to_numpy(total.compute()), [2 * NUMBERS.sum(axis=0)])

@@ -89,7 +89,7 @@ def _compute_here(x: Any, target: Target) -> None:
         nothing = tuple((0,) * count for count in x.numblocks)
         meta = np.empty((0,) * x.ndim, np.bool_)
         written = da.map_blocks(target, x, chunks=nothing, meta=meta, token="from_dask")
-        dask.compute(*written.to_delayed().ravel())
+        written.persist()
     else:
         for place, block in zip(np.ndindex(*x.numblocks), _computed_elsewhere(x), strict=True):
             target.take(block, place)
