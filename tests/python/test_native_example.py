@@ -59,6 +59,11 @@ def test_decompositions(spectral, shape, is_complex):
 svd(single([[1, 2]])) -> TypeError: expected a real orvane.double array, got orvane.single
 singular_values(double(size=(2, 2, 2))) -> ValueError: a matrix has two dimensions
 principal_components(double([[1, 2]]), 2) -> ValueError: there are not that many components
+moments(double([1, 2])[0]) -> ValueError: a matrix has two dimensions
+merge_moments(double(size=(2, 2)), double(size=(3, 3))) ->
+ ValueError: the moments are of different numbers of variables
+merge_moments(double(size=(2, 3)), double(size=(2, 3))) -> ValueError: moments are a square matrix
+components_of_moments(double(size=(3, 3)), 3) -> ValueError: there are not that many components
 svd(double([[1, 2], [3, 4]])[::-1], overwrite=True) ->
  ValueError: LAPACK works in place on whole columns or on neighbouring rows
 """)
