@@ -84,17 +84,25 @@ void copyRun(T* target, const std::byte* source, long count, long stride, std::o
 /// signal; one that set none may have moved the elements.
 template <class T>
 bool copySelection(T* target, const OCppPyArray& view, const Selection& selection, std::optional<double>& refused) {
-    PlainItemsWatch watch;
+    const std::byte* elements = view.wrapper().elements();
+    const T* nextLook = target + itemsTogether;
     return visitRuns(selection, [&](unsigned long offset, long length, long stride) {
-        for (long start = 0; start < length; start += itemsTogether) {
-            const long count = std::min(length - start, itemsTogether);
-            const auto first = static_cast<long>(offset) + start * stride;
-            copyRun(target, view.wrapper().elements() + first, count, stride, refused);
+        const std::byte* source = elements + offset;
+        for (long left = length; true;) {
+            const long count = std::min(left, static_cast<long>(nextLook - target));
+            copyRun(target, source, count, stride, refused);
             target += count;
-            if (!watch.pass(static_cast<unsigned long>(count)))
+            if (target < nextLook) [[likely]]
+                return true;
+            if (PyErr_CheckSignals() != 0)
                 return false;
+            nextLook = target + itemsTogether;
+            elements = view.wrapper().elements();
+            left -= count;
+            if (left == 0)
+                return true;
+            source = elements + offset + (length - left) * stride;
         }
-        return true;
     });
 }
 
