@@ -85,18 +85,19 @@ void copyRun(T* target, const std::byte* source, long count, long stride, std::o
 template <class T>
 bool copySelection(T* target, const OCppPyArray& view, const Selection& selection, std::optional<double>& refused) {
     const std::byte* elements = view.wrapper().elements();
-    const T* nextLook = target + itemsTogether;
+    long untilLook = itemsTogether;
     return visitRuns(selection, [&](unsigned long offset, long length, long stride) {
         const std::byte* source = elements + offset;
         for (long left = length; true;) {
-            const long count = std::min(left, static_cast<long>(nextLook - target));
+            const long count = std::min(left, untilLook);
             copyRun(target, source, count, stride, refused);
             target += count;
-            if (target < nextLook) [[likely]]
+            untilLook -= count;
+            if (untilLook > 0) [[likely]]
                 return true;
             if (PyErr_CheckSignals() != 0)
                 return false;
-            nextLook = target + itemsTogether;
+            untilLook = itemsTogether;
             elements = view.wrapper().elements();
             left -= count;
             if (left == 0)
