@@ -5,14 +5,15 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 usage() {
     cat <<'TEXT'
-usage: scripts/bare_machine.sh SUITE [--compiler PACKAGE] [--mirror URL] [--components LIST] [--path DIRECTORY]
-                               [--bind DIRECTORY]... [--only demo|test] [-- PYTEST_ARGUMENT...]
+usage: scripts/bare_machine.sh SUITE [--compiler PACKAGE] [--python PACKAGE] [--mirror URL] [--components LIST]
+                               [--path DIRECTORY] [--bind DIRECTORY]... [--only demo|test] [-- PYTEST_ARGUMENT...]
 
 Makes a change root of a Debian or Ubuntu suite (debootstrap --variant=minbase), clones the last commit into it, runs
 scripts/demo.sh and scripts/test.sh there and prints a row of a table: compiler, interpreter, results, minutes. What the
 commands said is kept in output/bare_machines/. Needs root, debootstrap and git.
 
   --compiler    a package that is installed first, such as clang-14; the suite's own g++ then stays away
+  --python      an interpreter that is installed first and that scripts/test.sh then takes, such as python3.15
   --mirror      where the suite's packages come from; unless given, this machine's own source of packages
   --components  the parts of the archive, main unless given; Ubuntu needs main,universe
   --path        where the clone stands in the change root, /home/newcomer/orvane unless given
@@ -26,12 +27,13 @@ are kept in the folder that the variable ORVANE_BASES names, or /var/tmp/orvane-
 TEXT
 }
 
-suite='' compiler='' mirror='' components=main path=/home/newcomer/orvane only='' binds=() chosen_tests=()
+suite='' compiler='' python='' mirror='' components=main path=/home/newcomer/orvane only='' binds=() chosen_tests=()
 while [[ $# -gt 0 ]]; do
     [[ $# -ge 2 || $1 != --?* || $1 == --help ]] || die "$1 needs a value"
     case $1 in
     --help) usage && exit ;;
     --compiler) compiler=$2 && shift ;;
+    --python) python=$2 && shift ;;
     --mirror) mirror=$2 && shift ;;
     --components) components=$2 && shift ;;
     --path) path=$2 && shift ;;
@@ -56,7 +58,7 @@ done
 
 bases=${ORVANE_BASES:-/var/tmp/orvane-bases}
 base=$bases/$suite.tar
-output=$root/output/bare_machines/$suite${compiler:+-$compiler}
+output=$root/output/bare_machines/$suite${compiler:+-$compiler}${python:+-$python}
 mkdir -p "$bases" "$output"
 machine=$(mktemp -d "$bases/$suite.XXXXXX")
 chmod 755 "$machine"
@@ -123,12 +125,14 @@ in_machine() {
     ' bash "$machine" "${binds[@]}" -- "${environment[@]}" chroot "$machine" "$@"
 }
 
-if [[ -n $compiler ]]; then
-    say "Installing $compiler"
+install_first() { # PACKAGE...
+    say "Installing $*"
     # shellcheck disable=SC2016 # the inner shell expands
-    in_machine sh -c 'apt-get update -qq && apt-get install -y -qq --no-install-recommends "$1" libc6-dev' sh "$compiler" \
-        >"$output/compiler.log" 2>&1 || die "It could not be installed: see $output/compiler.log"
-fi
+    in_machine sh -c 'apt-get update -qq && apt-get install -y -qq --no-install-recommends "$@"' sh "$@" \
+        >"$output/packages.log" 2>&1 || die "It could not be installed: see $output/packages.log"
+}
+[[ -z $compiler ]] || install_first "$compiler" libc6-dev
+[[ -z $python ]] || install_first "$python" "$python-dev" "$python-venv"
 
 # --- the two commands ------------------------------------------------------------------------------------------
 
@@ -138,15 +142,15 @@ for name in ${only:-demo test}; do
     say "$suite: scripts/$name.sh"
     started=$SECONDS result=passes
     arguments=()
-    [[ $name == demo ]] || arguments=("${chosen_tests[@]}")
+    [[ $name == demo ]] || arguments=(${python:+--python "$python"} "${chosen_tests[@]}")
     in_machine "$path/scripts/$name.sh" "${arguments[@]}" </dev/null 2>&1 | tee "$output/$name.log" || result=fails
     results+=" | $result${arguments[*]:+ ${arguments[*]}} ($(((SECONDS - started + 30) / 60)) min)"
 done
 # shellcheck disable=SC2016 # the inner shell expands
 facts=$(in_machine bash -c 'source "$1/scripts/lib.sh"
     has_compiler && echo "$("$CXX" --version | head -n 1),"
-    python=$(chosen_or_preferred_python) && [[ -n $python ]] && "$python" -c "import sys; print(\"CPython\", sys.version.split()[0])"
-    ' bash "$path" | paste -s -d ' ') || true
+    chosen=$2 python=$(chosen_or_preferred_python) && [[ -n $python ]] && "$python" -c "import sys; print(\"CPython\", sys.version.split()[0])"
+    ' bash "$path" "$python" | paste -s -d ' ') || true
 say "machine, tools, ${only:-demo, test}"
 printf '%s | %s%s |\n' "$row" "${facts:-nothing of use}" "$results" | tee "$output/row.md"
 [[ $results != *fails* ]]

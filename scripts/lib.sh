@@ -324,7 +324,9 @@ newest_python() {
     find_python "${descending[@]}"
 }
 
-version_of() { "$1" -c 'import sys; print("%d.%d" % sys.version_info[:2])'; }
+# version_of PYTHON: with the letter of its kind, as in 3.14t without the lock or 3.14d for debugging, as neither runs what is
+# built for another.
+version_of() { "$1" -c 'import sys; print("%d.%d" % sys.version_info[:2] + sys.abiflags)'; }
 
 # --- virtual environments and the build ------------------------------------------------------------------------
 
