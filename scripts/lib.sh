@@ -73,6 +73,7 @@ declare -rA need_title=(
     [libfuzzer]="Clang with libFuzzer"
     [doxygen]="Doxygen, which reads the headers for native modules"
     [valgrind]="valgrind"
+    [debug_python]="a debugging CPython with its headers"
 )
 declare -rA need_packages=(
     [python]="python3 python3-dev python3-venv"
@@ -84,6 +85,7 @@ declare -rA need_packages=(
     [libfuzzer]="clang libclang-rt-dev"
     [doxygen]="doxygen"
     [valgrind]="valgrind"
+    [debug_python]="python3-dbg python3-dev python3-venv"
 )
 # A package that is too old on the machine's release is not worth the minutes that installing takes.
 declare -rA need_release=([python]="python3 3.10" [compiler]="g++ 11")
@@ -305,6 +307,16 @@ has_python() {
     else
         [[ -n $(find_python "${maintained_minors[@]}") ]]
     fi
+}
+
+# has_debug_python: `debug_python` becomes the one that --python names, else the first that counts references.
+has_debug_python() {
+    for debug_python in ${chosen:-python3-dbg $(compgen -c python3. | grep -E '^python3\.[0-9]+-?d(bg)?$' | sort -uV)}; do
+        [[ -z $(python_fault "$debug_python") ]] || continue
+        debug_python=$("$debug_python" -c 'import sys; print(hasattr(sys, "gettotalrefcount") and sys.executable or "")')
+        [[ -z $debug_python ]] || return 0
+    done
+    return 1
 }
 
 # chosen_or_preferred_python: the one of the option --python, else the first that is found.
