@@ -15,6 +15,12 @@ std::byte* ownElementsOf(data::Array& array) {
     return static_cast<std::byte*>(array.writableElements());
 }
 
+/// Whether the elements may move when they are written to, and where they lie then be refused.
+bool mayLoseElements(const data::Array& array) {
+    return data::detail::complexElementsAreAskedByReference() &&
+           isComplexKind(static_cast<std::int32_t>(array.getType()));
+}
+
 } // namespace
 
 data::Array copyElements(const data::Array& source, const Layout& layout) {
@@ -136,8 +142,9 @@ void ODArrayWrapper::reshape(std::shared_ptr<const Layout> layout) {
 void ODArrayWrapper::prepareForWriting() {
     const bool mayMove = !data::elementsNeverMove();
     // Elements that move leave their former block, whose deleter may be native code's: a copy does that in good order.
-    if (m_array.useCount() > 1 || isReadOnly() || (mayMove && m_mayBeForeign))
-        replaceDataArrayByCopy();
+    // And where they have gone may be refused, which of a copy is no loss.
+    if (m_array.useCount() > 1 || isReadOnly() || (mayMove && (m_mayBeForeign || mayLoseElements(m_array))))
+        return replaceDataArrayByCopy();
     if (mayMove) {
         m_dataElements = ownElementsOf(m_array);
         if (!isSplit())

@@ -87,8 +87,9 @@ public:
     /// The same for writing, after the unshare step: what was asked for before may point elsewhere now. Valid until
     /// the array is unshared, released or destroyed.
     void* writableElements() {
+        const bool areComplex = isComplexKind(static_cast<std::int32_t>(getType())); // before anything can move
         unshare();
-        return addressOfElements(isComplexKind(static_cast<std::int32_t>(getType())), true);
+        return addressOfElements(areComplex, true);
     }
 
     /// The library's array, borrowed: valid as long as a handle holds it.

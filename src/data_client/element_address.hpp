@@ -29,6 +29,12 @@ inline IteratorImpl* beginOf(impl::ArrayImpl* array, bool forWriting) {
     return fcn4(array, forWriting);
 }
 
+/// Whether the address of a complex element can be refused, also when an iterator for writing has moved the elements.
+inline bool complexElementsAreAskedByReference() noexcept {
+    static const auto fcn = find<FunctionType::IteratorGetComplexElement>();
+    return fcn == nullptr;
+}
+
 /// The address of the element at which the library's iterator stands: to be written to when that is an iterator for
 /// writing. It stays valid as long as the array lives and is neither unshared nor released. Throws for want of memory,
 /// and only in libraries that know complex elements by references alone.

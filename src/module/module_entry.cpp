@@ -84,6 +84,22 @@ bool belongsToThisInterpreter() {
     return false;
 }
 
+/// Arrays rely on the interpreter's lock. A free-threaded build enables it for a module that does not say to do
+/// without, so it is missing only where PYTHON_GIL or -X gil has forbidden it.
+bool runsUnderTheLock() {
+#ifdef Py_GIL_DISABLED
+    PyObject* const isEnabled = PySys_GetObject("_is_gil_enabled"); // borrowed
+    const PyRef answer = PyRef::steal(isEnabled != nullptr ? PyObject_CallNoArgs(isEnabled) : Py_NewRef(Py_True));
+    if (!answer || answer.get() == Py_True)
+        return static_cast<bool>(answer);
+    setError(PyExc_ImportError,
+             "orvanemultidimarrayforpython needs the interpreter's lock, which PYTHON_GIL=0 or -X gil=0 keeps off.");
+    return false;
+#else
+    return true;
+#endif
+}
+
 /// What is made once in a process, so that a module that is imported anew offers the same. Owned.
 PyObject* capsule = nullptr;
 
@@ -108,7 +124,7 @@ void dropLastingObjects() {
 }
 
 int fillModule(PyObject* module) {
-    if (!belongsToThisInterpreter())
+    if (!belongsToThisInterpreter() || !runsUnderTheLock())
         return -1;
     if (!makeLastingObjects() || init_types(module) == nullptr ||
         PyModule_AddObjectRef(module, "ShapeError", OCPyError::shapeErr) < 0 ||

@@ -1,7 +1,6 @@
 /* Loaded before the interpreter: calls a Python function while some of the allocations that the thread makes fail, be
  * it for Python's objects (with PYTHONMALLOC=malloc), in C++ or of whole pages. */
 #include <errno.h>
-#include <malloc.h>
 #include <stdatomic.h>
 #include <stddef.h>
 #include <sys/mman.h>
@@ -33,14 +32,13 @@ void* call_short_of_memory(void* function, long from, long to, long* number) {
 
 static atomic_long handed_out;
 
-/* The bytes of all blocks that have not been given back. */
-long bytes_handed_out(void) {
+/* How many blocks have not been given back. */
+long blocks_handed_out(void) {
     return handed_out;
 }
 
 static void* noted(void* block) {
-    if (block)
-        handed_out += (long)malloc_usable_size(block);
+    handed_out += block != NULL;
     return block;
 }
 
@@ -63,17 +61,15 @@ void* calloc(size_t count, size_t size) {
 }
 
 void free(void* block) {
-    handed_out -= (long)malloc_usable_size(block);
+    handed_out -= block != NULL;
     __libc_free(block);
 }
 
 void* realloc(void* block, size_t size) {
     if (fails())
         return NULL;
-    const long before = (long)malloc_usable_size(block);
-    void* moved = noted(__libc_realloc(block, size));
-    if (moved || size == 0)
-        handed_out -= before;
+    void* moved = __libc_realloc(block, size);
+    handed_out += (moved != NULL && block == NULL) - (moved == NULL && block != NULL && size == 0);
     return moved;
 }
 

@@ -1,15 +1,20 @@
-"""Every operation again and again, with each of its allocations failing in turn.
+"""Every operation again and again, with each of its allocations failing in turn, or each call that
+the data-array library may refuse.
 
 What comes is the usual result or refusal, or MemoryError; the arrays are as they were or as the
-operation leaves them; nothing is lost, also where nothing fails. A child process does it, under
-`tests/native/scarce_memory.c`.
+operation leaves them; nothing is lost, also where nothing fails. What the library refuses for
+another reason is a RuntimeError of constructors, and else an exception for the program in C++ that
+has called. Child processes do it, under `tests/native/scarce_memory.c` and `refusals.cpp`.
 """
 
 import array
+import binascii
 import copy
 import ctypes
+import functools
 import gc
 import itertools
+import operator
 import os
 import pickle
 import re
@@ -24,6 +29,7 @@ from impostors import Sequence
 from native_clients import build_directory, run
 from orvane import _bridge as bridge
 from support import NAMESPACE, grid
+from test_packaging import REPLACEMENT
 
 READS = """
 a[1][2]; z[0][0]; a[0:1][0]; a[::-1][1:][0][1]; len(a); a.size; a.itemsize; a[1][2:][::-1].size
@@ -71,6 +77,16 @@ bridge.adopt(plane, 'd', (100, 100))[0]; bridge.adopt(plane, 'd', (10000, 1)).cl
 orvane.from_dlpack(orvane.to_dlpack(large), copy=False)[1]; orvane.asarray([[1, 2], [3, 4.5]])
 """
 
+# Functions and their arguments, for refusals that no code of the interpreter's is to be unwound by.
+CALLS = """
+getitem, a, 0; getitem, z[0], 0; getitem, a[0], 1; setitem, a[0], 1, 5; setitem, a, 0, [1, 2, 3]
+setitem, z[0], 0, 1j; setitem, a, 1, a[0]; setitem, kept, 0, [1, 2, 3]; setitem, a[0:1], 0, [7]
+next, iter(a); next, iter(z[0]); repr, z; str, a; contains, a[0], 5.0; eq, a, b; eq, z, z; len, a
+crc32, a; crc32, z; crc32, a[::-1]; a.clone; a[0].clone; a[:][1:].clone; z.real
+getattr, z, "_imag"; a[0].toarray; a.reshape, 3, 2; a.__reduce__; double, [[1, 2], [3, 4]]; double
+double, 5; double, buffer; double, rows, (2, 2); single, [1j], None, None, True; uint8, b"ab"
+"""
+
 # What runs code of the interpreter's that is written in Python is not tried with its objects
 # failing: such code loses them itself, and on some versions crashes.
 OF_PYTHON = re.compile(r"copy\.|pickle\.|orvane\.|Sequence|write")
@@ -81,9 +97,11 @@ def names():
     line, column, row = cube[1][1], b[3], orvane.double([3, 5, 7, 0])[0]
     cube.reshape(4, 2), b.reshape(2, 4)
     a, b, empty, count = grid(2, 3), grid(2, 3, first=1), orvane.double(), itertools.count(1)
+    kept = grid(2, 3)
+    export = memoryview(kept)
     buffer, rows = array.array("d", [1.0, 2.0]), numpy.arange(4.0).reshape(2, 2)
-    modules = {c.__name__: c for c in (Sequence, numpy, copy, pickle)}
-    return NAMESPACE | modules | locals()
+    modules = {c.__name__: c for c in (Sequence, numpy, copy, pickle, functools.partial)}
+    return vars(binascii) | vars(operator) | NAMESPACE | modules | locals()
 
 
 def write(array):
@@ -114,14 +132,22 @@ def arrays_in(space):
 
 
 class Tried:
-    """A statement, and how to carry it out while allocations fail."""
+    """A statement, or a call, and how to carry it out while allocations or calls fail."""
 
-    def __init__(self, library, statement, names):
-        self.call, self.in_use = library.call_short_of_memory, library.bytes_handed_out
+    failed = 0
+
+    def __init__(self, call, in_use, names, statement, is_call=False):
+        self.call, self.in_use = call, in_use
         self.call.restype, self.in_use.restype = ctypes.py_object, ctypes.c_long
-        self.statement, self.names = statement, names
-        value = "" if re.search(r" = |^del |^write", statement) else "return "
-        self.code = compile(f"def use(): {value}{statement}", statement, "exec")
+        self.statement, self.names, self.expected = statement, names, "MemoryError"
+        code = f"use = partial({statement})"
+        if is_call:
+            constructs = re.match("double|single|uint8", statement)
+            self.expected = f"{'Runtime' if constructs else 'System'}Error('Data type mismatch.')"
+        else:
+            value = "" if re.search(r" = |^del |^write", statement) else "return "
+            code = f"def use(): {value}{statement}"
+        self.code = compile(code, statement, "exec")
         self.before, (self.usual, self.after, _) = arrays_in(names()), self.run(0, 0)
 
     def run(self, first, end):
@@ -135,7 +161,7 @@ class Tried:
         except SystemError as error:  # of the frame of `use`, on some versions
             answer = "MemoryError" if "<function use" in str(error) else repr(error)
         except BaseException as error:
-            answer = type(error).__name__
+            answer = repr(error) if "(" in self.expected else type(error).__name__
         return answer, arrays_in(space), count.value
 
     def faults(self, number):
@@ -143,7 +169,8 @@ class Tried:
         interpreter does not recover."""
         for first in range(10_000):
             answer, left, count = self.run(first, first + number)
-            if answer not in (self.usual, "MemoryError"):
+            Tried.failed += answer == self.expected
+            if answer not in (self.usual, self.expected):
                 yield f"{self.statement}: allocation {first} fails, {answer[:200]}"
             if left not in (self.before, self.after) and "reshape" not in self.statement:
                 yield f"{self.statement}: allocation {first} fails, and leaves {left}"
@@ -151,7 +178,7 @@ class Tried:
                 return
 
     def growth(self):
-        """The bytes that each time leaves, at least."""
+        """The blocks that each time leaves, at least."""
         marks = []
         for _ in range(3):
             faults = list(self.faults(1))
@@ -160,32 +187,48 @@ class Tried:
             del faults
         return min(b - a for a, b in itertools.pairwise(marks))
 
+    def judge(self):
+        for fault in (*self.faults(1), *self.faults(5)):
+            print(fault)
+        growth = self.growth()
+        if growth > 0:
+            print(f"{self.statement}: {growth} blocks are lost")
 
-def main(preloaded, objects_fail):
+
+def main(memory, refusals, failing):
     orvane.enable_binary_pickles()
-    library = ctypes.PyDLL(preloaded)
+    for _ in range(10_000):  # what the other library keeps of the dead is as much as it ever will be
+        orvane.double()
+    memory, refusals = ctypes.PyDLL(memory), ctypes.PyDLL(refusals)
+    call = refusals.call_refused if failing == "statuses" else memory.call_short_of_memory
     for table, names_of in (READS + WRITES + FAILURES, names), (MORE, more_names):
         for statement in re.split(r"; |\n+", table.strip()):
-            if objects_fail == "yes" and OF_PYTHON.search(statement):
-                continue
-            tried = Tried(library, statement, names_of)
-            for fault in (*tried.faults(1), *tried.faults(5)):
-                print(fault)
-            growth = tried.growth()
-            if growth > 300:  # caches of the interpreter move by less
-                print(f"{statement}: {growth} bytes are lost")
+            if failing != "objects" or not OF_PYTHON.search(statement):
+                Tried(call, memory.blocks_handed_out, names_of, statement).judge()
+    assert Tried.failed > 100
+    if failing == "statuses":
+        ctypes.c_int.in_dll(refusals, "refusal").value = 8
+        for statement in re.split(r"; |\n+", CALLS.strip()):
+            Tried(call, memory.blocks_handed_out, names, statement, is_call=True).judge()
 
 
 @pytest.mark.skipif("ORVANE_SANITIZED" in os.environ, reason="a sanitizer has its own allocator")
-@pytest.mark.parametrize("objects_fail", ["yes", "no"])
-def test_no_allocation_is_taken_for_granted(objects_fail):
-    if objects_fail == "yes" and hasattr(sys, "gettotalrefcount"):
+@pytest.mark.parametrize(
+    ("failing", "library"),
+    [("objects", ""), ("elements", ""), ("statuses", ""), ("statuses", REPLACEMENT)],
+    ids=["objects", "elements", "statuses", "statuses of another library"],
+)
+def test_no_success_is_taken_for_granted(failing, library):
+    if failing == "objects" and hasattr(sys, "gettotalrefcount"):
         pytest.skip("an interpreter for debugging ends where its own frames run short")
-    library = str(build_directory() / "scarce_memory.so")
-    path = os.pathsep.join([str(Path(__file__).parent), *sys.path[1:]])
-    objects = {"yes": "malloc", "no": "pymalloc"}[objects_fail]
-    environment = {"LD_PRELOAD": library, "PYTHONMALLOC": objects, "PYTHONPATH": path}
-    assert run(sys.executable, __file__, library, objects_fail, **environment) == ""
+    preloaded = [str(build_directory() / f"{name}.so") for name in ("scarce_memory", "refusals")]
+    environment = {
+        "LD_PRELOAD": ":".join(preloaded),
+        "LD_LIBRARY_PATH": str(library and library.parent),
+        "PYTHONMALLOC": "malloc" if failing == "objects" else "pymalloc",
+        "PYTHONPATH": os.pathsep.join([str(Path(__file__).parent), *sys.path[1:]]),
+    }
+    assert run(sys.executable, __file__, *preloaded, failing, **environment) == ""
 
 
 if __name__ == "__main__":
