@@ -56,9 +56,10 @@ std::optional<Extents> extentsOf(const OrvaneBlock& block) {
     return extents;
 }
 
-/// Storage whose data array lies over the block. Elements of no number have no need of it.
+/// Storage whose data array lies over the block. Elements of no number have no need of it. The caller holds the owner
+/// too: the block outlives the data array also when that comes to nothing.
 std::shared_ptr<ODArrayWrapper> storageOver(const OrvaneBlock& block, const TypeAndComplexity& type,
-                                            const Extents& extents, long count, std::shared_ptr<void> owner) {
+                                            const Extents& extents, long count, const std::shared_ptr<void>& owner) {
     const auto layOver = [&]<class T>() -> data::Array {
         data::ArrayFactory factory;
         data::Buffer<T> buffer(static_cast<T*>(block.elements), [](T*) {});
@@ -73,10 +74,10 @@ std::shared_ptr<ODArrayWrapper> storageOver(const OrvaneBlock& block, const Type
         }
         return layOver.template operator()<T>();
     });
-    return ODArrayWrapper::adopt(std::move(array), {std::move(owner), block.isReadOnly != 0});
+    return ODArrayWrapper::adopt(std::move(array), {owner, block.isReadOnly != 0});
 }
 
-PyObject* newArray(const OrvaneBlock& block, std::shared_ptr<void> owner) {
+PyObject* newArray(const OrvaneBlock& block, const std::shared_ptr<void>& owner) {
     const auto arrayType = static_cast<data::ArrayType>(block.type);
     const TypeAndComplexity type = getTypeAndComplexityFromArrayType(arrayType);
     if (!type.supported) {
@@ -101,7 +102,7 @@ PyObject* newArray(const OrvaneBlock& block, std::shared_ptr<void> owner) {
         setError(PyExc_ValueError, "the block is not aligned as its elements have to be.");
         return nullptr;
     }
-    std::shared_ptr<ODArrayWrapper> storage = storageOver(block, type, *extents, *count, std::move(owner));
+    std::shared_ptr<ODArrayWrapper> storage = storageOver(block, type, *extents, *count, owner);
     PyRef object = PyRef::steal(allocOCPyArray(TypeObjectPointers[type.supportedArrayEnum]));
     if (object)
         fillShell(object.get(), std::move(storage), type.supportedArrayEnum, type.isComplex);

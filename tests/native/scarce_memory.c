@@ -32,7 +32,7 @@ void* call_short_of_memory(void* function, long from, long to, long* number) {
 
 static atomic_long handed_out;
 
-/* How many blocks have not been given back. */
+/* How many blocks and mappings have not been given back. */
 long blocks_handed_out(void) {
     return handed_out;
 }
@@ -85,5 +85,11 @@ int posix_memalign(void** block, size_t alignment, size_t size) {
 void* mmap(void* address, size_t size, int protection, int flags, int file, off_t offset) {
     if (flags & MAP_ANONYMOUS && fails())
         return MAP_FAILED;
-    return (void*)syscall(SYS_mmap, address, size, protection, flags, file, offset);
+    void* mapping = (void*)syscall(SYS_mmap, address, size, protection, flags, file, offset);
+    return mapping == MAP_FAILED ? mapping : noted(mapping);
+}
+
+int munmap(void* mapping, size_t size) {
+    --handed_out;
+    return (int)syscall(SYS_munmap, mapping, size);
 }
