@@ -36,12 +36,12 @@ a[1][2]; z[0][0]; a[0:1][0]; a[::-1][1:][0][1]; len(a); a.size; a.itemsize; a[1]
 list(a); [x for row in a for x in row]; [x for row in z for x in row]; iter(a); next(iter(a[0]))
 str(a); repr(z); str(a[0:1]); str(line); 5.0 in a[0]; a == a; a != z; a == b; a[0] == b[0]; a == 5
 z == z; a.clone(); a[0].clone(); a[:][1:].clone(); memoryview(a); memoryview(a[:][0]); bytes(a[0:1])
-a[0].toarray(); z.real(); z._imag; a.noncomplex(); a.buffer_info(); a.get_bytewise_strides()
-a.reshape(3, 2); a.__reduce__(); z.__reduce__(); copy.copy(a); copy.deepcopy(z)
-pickle.loads(pickle.dumps(a)); double(); double(5); double([[1, 2], [3, 4]]); double([1, 2], (2, 1))
-double(size=(2, 2)); double(vector=[1, 2, 3]); double(vector=range(4), size=(2, 2)); double(buffer)
-double(rows, size=(2, 2)); double({"initializer": [1.0], "is_complex": True}); double({}, [1])
-double(a); uint8(b""); double([[1j, 2]], is_complex=True)
+memoryview(shared); a[0].toarray(); z.real(); z._imag; a.noncomplex(); a.buffer_info()
+a.get_bytewise_strides(); a.reshape(3, 2); a.__reduce__(); z.__reduce__(); copy.copy(a)
+copy.deepcopy(z); pickle.loads(pickle.dumps(a)); double(); double(5); double([[1, 2], [3, 4]])
+double([1, 2], (2, 1)); double(size=(2, 2)); double(vector=[1, 2, 3]); double(buffer); double(a)
+double(vector=range(4), size=(2, 2)); double(rows, size=(2, 2)); double({}, [1]); uint8(b"")
+double({"initializer": [1.0], "is_complex": True}); double([[1j, 2]], is_complex=True)
 double(Sequence([1, 2])); empty.reshape(0, next(count)); kept.reshape(3, 2)
 """
 
@@ -96,8 +96,8 @@ def names():
     line, column, row = cube[1][1], b[3], orvane.double([3, 5, 7, 0])[0]
     cube.reshape(4, 2), b.reshape(2, 4)
     a, b, empty, count = grid(2, 3), grid(2, 3, first=1), orvane.double(), itertools.count(1)
-    kept, shared = grid(2, 3), grid(2, 3)
-    export, twin = memoryview(kept), shared.clone()
+    kept, origin = grid(2, 3), [grid(2, 3)]
+    export, shared = memoryview(kept), origin[0].clone()
     buffer, rows = array.array("d", [1.0, 2.0]), numpy.arange(4.0).reshape(2, 2)
     modules = {c.__name__: c for c in (Sequence, numpy, copy, pickle, functools.partial)}
     return vars(binascii) | vars(operator) | NAMESPACE | modules | locals()
@@ -161,6 +161,7 @@ class Tried:
             answer = "MemoryError" if "<function use" in str(error) else repr(error)
         except BaseException as error:
             answer = repr(error) if "(" in self.expected else type(error).__name__
+        space["origin"].clear()
         return answer, arrays_in(space), count.value
 
     def faults(self, number):
@@ -225,6 +226,7 @@ def test_no_success_is_taken_for_granted(failing, library):
         "LD_PRELOAD": ":".join(preloaded),
         "LD_LIBRARY_PATH": str(library and library.parent),
         "PYTHONMALLOC": "malloc" if failing == "objects" else "pymalloc",
+        "MALLOC_PERTURB_": "165",  # what is used after it is gone shows
         "PYTHONPATH": os.pathsep.join([str(Path(__file__).parent), *sys.path[1:]]),
     }
     assert run(sys.executable, __file__, *preloaded, failing, **environment) == ""
