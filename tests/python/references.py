@@ -4,6 +4,7 @@ be left behind, no block of the interpreter's and no byte, be it an array's.
 NumPy's releases do not count the references they take, so that it is hidden.
 """
 
+import gc
 import sys
 from array import array
 from itertools import pairwise
@@ -17,9 +18,12 @@ KINDS = "references", "blocks", "bytes"
 
 
 class Hidden(ModuleType):
+    asked = False
+
     def __getattr__(self, name):
         if name.startswith("__"):
             raise AttributeError(name)
+        Hidden.asked = True
         pytest.skip("NumPy does not count references", allow_module_level=True)
 
 
@@ -29,12 +33,20 @@ def pytest_configure():
 
 def pytest_collection_finish():
     del sys.modules["numpy"]
+    gc.freeze()
 
 
 @pytest.hookimpl(tryfirst=True)
 def pytest_pyfunc_call(pyfuncitem):
     names = pyfuncitem._fixtureinfo.argnames
     arguments = {name: pyfuncitem.funcargs[name] for name in names}
+    Hidden.asked = False
+    try:
+        pyfuncitem.obj(**arguments)
+    except AssertionError:  # of a test that expects another error
+        if Hidden.asked:
+            pytest.skip("NumPy does not count references")
+        raise
     for times in (6, 20, 60):  # what grows by chance, or for a while, is looked at longer
         marks = array("q", [0] * 3 * times)  # which leaves nothing itself
         for i in range(times):

@@ -4,6 +4,7 @@ import re
 import sys
 from array import array
 from contextlib import suppress
+from sysconfig import get_config_var
 
 import pytest
 
@@ -157,6 +158,14 @@ for failing in (*range(40), *range(40, 1400, 9)):
 print(ends)
 """
     assert python(program) == "{0, 7}\n"
+
+
+@pytest.mark.skipif(not get_config_var("Py_GIL_DISABLED"), reason="this one always has its lock")
+def test_a_free_threaded_interpreter_enables_its_lock_or_is_refused():
+    program = "import sys, orvane; print(sys._is_gil_enabled())"
+    assert run(sys.executable, "-W", "ignore", "-c", program) == "True\n"
+    program = "try: import orvane\nexcept ImportError as error: print(error)"
+    assert "PYTHON_GIL=0 or -X gil=0" in run(sys.executable, "-X", "gil=0", "-c", program)
 
 
 def test_an_import_anew_offers_the_same_objects():
