@@ -29,7 +29,9 @@ class Judge(Pool):
         if expected[0] == got[0] == "gave" and isinstance(expected[2], View):
             self.join(expected[2], got[2])
         else:
-            assert repr(got) == repr(expected), (*told, got, expected)
+            # From 3.15 on the interpreter refuses a slice's bounds in other words than lists do.
+            words = (repr(answer).replace(" or None or ", " or ") for answer in (got, expected))
+            assert next(words) == next(words), (*told, got, expected)
 
     def same(self, ask: Callable[..., Any], suits: Judgement = lambda ours: True) -> None:
         self.both(ask, *self.member(suits))
