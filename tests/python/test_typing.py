@@ -25,6 +25,7 @@ def directory(tmp_path_factory):
     """A place away from the sources, from which a type checker sees only what is installed."""
     directory = tmp_path_factory.mktemp("typing")
     libraries = "[mypy-dask.*]\nignore_missing_imports = True\n"
+    (directory / "running.ini").write_text(f"[mypy]\nstrict = True\n{libraries}")
     settings = f"[mypy]\nstrict = True\npython_version = 3.10\n{libraries}"
     (directory / "mypy.ini").write_text(settings)
     return directory
@@ -50,7 +51,11 @@ def check_by_pyright(directory, mode):
 def test_the_stubs_tell_what_the_module_has_and_are_typed_throughout(directory):
     unloadable = "" if find_spec("dask") else r"orvane\.dask.*"  # without its library
     (directory / "unloadable").write_text(unloadable)
-    options = ("--mypy-config-file=mypy.ini", "--allowlist=unloadable", "--ignore-unused-allowlist")
+    options = (
+        "--mypy-config-file=running.ini",
+        "--allowlist=unloadable",
+        "--ignore-unused-allowlist",
+    )
     check(directory, "mypy.stubtest", *options, *PACKAGES)
     check(directory, "mypy", *(f"--package={package}" for package in PACKAGES))
     linked = directory / "packages"  # as pyright looks into no folder such as .venv

@@ -42,9 +42,10 @@ def from_dask(x: Array, type: Any = None, *, is_complex: bool | None = None) -> 
     wish = read_wish(type, is_complex, None)
     require_known(x, "from_dask")
     kind = require_kind(x, "from_dask", wish)
-    whole = kind.make(size=row_at_least(x.shape))
+    shape = tuple(map(int, x.shape))
+    whole = kind.make(size=row_at_least(shape))
     with writable(whole) as numbers:
-        target = Target(numbers.reshape(x.shape, order="F"), kind, x)
+        target = Target(numbers.reshape(shape, order="F"), kind, x)
         client = _client_for(x)
         if client is None:
             _compute_here(x, target)

@@ -15,8 +15,8 @@ require_numpy("orvane.dask")
 try:
     da: Any = import_module("dask.array")
     highlevelgraph: Any = import_module("dask.highlevelgraph")
-except ImportError as error:
-    raise ImportError("orvane.dask needs Dask: pip install orvane[dask]") from error
+except ImportError as _cause:
+    raise ImportError("orvane.dask needs Dask: pip install orvane[dask]") from _cause
 
 dask: Any = import_module("dask")
 delayed: Any = import_module("dask.delayed")

@@ -69,7 +69,10 @@ class Reduced(Delayed):  # type: ignore[misc]  # it is anything
     """A value that is computed of arrays, so the way to it is made shorter as theirs is."""
 
     __slots__ = ()
-    __dask_optimize__ = staticmethod(optimize)
+
+    @staticmethod
+    def __dask_optimize__(graph: Any, keys: Any, **settings: Any) -> Any:
+        return optimize(graph, keys, **settings)
 
 
 class Part(Caller):
