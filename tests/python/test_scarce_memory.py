@@ -195,6 +195,14 @@ class Tried:
             print(f"{self.statement}: {growth} blocks are lost")
 
 
+def tried(table):
+    """The statements of a table; unless all are asked for every third, another on each interpreter
+    that is tested as a rule."""
+    statements = re.split(r"; |\n+", table.strip())
+    whole = "ORVANE_SCARCE_MEMORY" in os.environ
+    return statements if whole else statements[sys.version_info.minor // 2 % 3 :: 3]
+
+
 def main(memory, refusals, failing):
     orvane.enable_binary_pickles()
     for _ in range(10_000):  # the other library keeps so many that are gone
@@ -202,13 +210,13 @@ def main(memory, refusals, failing):
     memory, refusals = ctypes.PyDLL(memory), ctypes.PyDLL(refusals)
     call = refusals.call_refused if failing == "statuses" else memory.call_short_of_memory
     for table, names_of in (READS + WRITES + FAILURES, names), (MORE, more_names):
-        for statement in re.split(r"; |\n+", table.strip()):
+        for statement in tried(table):
             if failing != "objects" or not OF_PYTHON.search(statement):
                 Tried(call, memory.blocks_handed_out, names_of, statement).judge()
-    assert Tried.failed > 100
+    assert Tried.failed > 50
     if failing == "statuses":
         ctypes.c_int.in_dll(refusals, "refusal").value = 8
-        for statement in re.split(r"; |\n+", CALLS.strip()):
+        for statement in tried(CALLS):
             Tried(call, memory.blocks_handed_out, names, statement, is_call=True).judge()
 
 
