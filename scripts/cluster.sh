@@ -19,20 +19,8 @@ TEXT
 
 read_options "bench" "$@"
 
-ensure python compiler lapack
-python=$(chosen_or_preferred_python)
-version=$(version_of "$python")
-environment=$root/.venv/$version
-
-say "Environment for CPython $version"
-mapfile -t groups < <(build_groups)
-make_environment "$python" "$environment" "${groups[@]}" cluster
-say "Building the package (the first time this takes some minutes)"
-install_package "$environment" "$root/build/$version" ORVANE_BUILD_TESTS=OFF
-say "Building the native example against it"
-build_native_example "$environment" "$root/build/$version-native-example"
+prepare_for_example cluster
 say "On a cluster of processes"
-export PYTHONPATH=$root/build/$version-native-example
 program=examples/cluster/principal_components.py
 [[ ${option[bench]} == no ]] || program=bench/cluster.py
 exec "$environment/bin/python" "$root/$program" "${rest[@]}"

@@ -17,17 +17,5 @@ TEXT
 read_options "" "$@"
 [[ ${#rest[@]} -eq 0 ]] || die "demo.sh takes nothing behind --"
 
-ensure python compiler lapack
-python=$(chosen_or_preferred_python)
-version=$(version_of "$python")
-environment=$root/.venv/$version
-
-say "Environment for CPython $version"
-mapfile -t groups < <(build_groups)
-make_environment "$python" "$environment" "${groups[@]}" demo
-say "Building the package (the first time this takes some minutes)"
-install_package "$environment" "$root/build/$version" ORVANE_BUILD_TESTS=OFF
-say "Building the native example against it"
-build_native_example "$environment" "$root/build/$version-native-example"
-export PYTHONPATH=$root/build/$version-native-example
+prepare_for_example demo
 exec "$environment/bin/python" "$root/examples/digits/demo.py" --output "$root/output"

@@ -493,3 +493,21 @@ build_native_example() {
         "-DOrvane_DIR=$("$environment/bin/python" -m orvane --cmake-dir)" >/dev/null
     PATH=$environment/bin:$PATH with_progress "$build.log" cmake --build "$build"
 }
+
+# prepare_for_example GROUP: all that a script needs which runs an example: `environment` is set to one that has the
+# package and the dependency group, and Python imports the native example's module.
+prepare_for_example() {
+    local python version groups
+    ensure python compiler lapack
+    python=$(chosen_or_preferred_python)
+    version=$(version_of "$python")
+    environment=$root/.venv/$version
+    say "Environment for CPython $version"
+    mapfile -t groups < <(build_groups)
+    make_environment "$python" "$environment" "${groups[@]}" "$1"
+    say "Building the package (the first time this takes some minutes)"
+    install_package "$environment" "$root/build/$version" ORVANE_BUILD_TESTS=OFF
+    say "Building the native example against it"
+    build_native_example "$environment" "$root/build/$version-native-example"
+    export PYTHONPATH=$root/build/$version-native-example
+}

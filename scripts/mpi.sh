@@ -17,20 +17,8 @@ TEXT
 read_options "" "$@"
 [[ ${#rest[@]} -le 1 && ${rest[0]:-4} =~ ^[1-9][0-9]*$ ]] || die "mpi.sh takes the number of ranks behind --"
 
-ensure python compiler lapack
-python=$(chosen_or_preferred_python)
-version=$(version_of "$python")
-environment=$root/.venv/$version
-
-say "Environment for CPython $version"
-mapfile -t groups < <(build_groups)
-make_environment "$python" "$environment" "${groups[@]}" mpi
-say "Building the package (the first time this takes some minutes)"
-install_package "$environment" "$root/build/$version" ORVANE_BUILD_TESTS=OFF
-say "Building the native example against it"
-build_native_example "$environment" "$root/build/$version-native-example"
+prepare_for_example mpi
 say "Principal components by ${rest[0]:-4} ranks"
-export PYTHONPATH=$root/build/$version-native-example
 # More ranks than processors, and root as in a container, are what Open MPI asks about.
 export OMPI_ALLOW_RUN_AS_ROOT=1 OMPI_ALLOW_RUN_AS_ROOT_CONFIRM=1 PRTE_MCA_rmaps_default_mapping_policy=:oversubscribe
 exec "$environment/bin/mpiexec" -n "${rest[0]:-4}" "$environment/bin/python" -m mpi4py \
