@@ -35,4 +35,5 @@ html_theme_options = {"top_of_page_buttons": []}
 pygments_dark_style = "github-dark"
 html_static_path = ["static"]
 html_css_files = ["site.css"]
+html_search_scorer = str(HERE / "scorer.js")
 html_additional_pages = {"index": "to_first_page.html"}
