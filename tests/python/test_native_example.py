@@ -1,6 +1,7 @@
 """The example of a native module and that of the guide, built from the installed package alone."""
 
 import _thread
+import functools
 import math
 import re
 import signal
@@ -113,20 +114,43 @@ def test_a_native_thread_fills_an_array(tmp_path):
         recorder.Recording(orvane.double(size=(2, 2, 2)), 0)
 
 
-@pytest.mark.parametrize(("page", "name"), [("native.md", "columns"), ("start.md", "first")])
-def test_the_guides_lead_from_an_empty_folder_to_a_module(page, name, tmp_path):
+@pytest.fixture(scope="module")
+def followed(tmp_path_factory):
+    """A guide's text, and where the module lies that it leads to from an empty folder."""
     pybind11 = pytest.importorskip("pybind11").get_cmake_dir()
-    guide = (ROOT / "docs" / page).read_text("utf-8")
-    files = dict(re.findall(r"`([\w.]+)`:\n\n```\w+\n(.*?)```", guide, re.DOTALL))
-    assert list(files) == ["CMakeLists.txt", f"{name}.cpp"]
-    for file, text in files.items():
-        (tmp_path / file).write_text(text)
     settings = f"-DOrvane_DIR={ask_package('--cmake-dir')}", f"-Dpybind11_DIR={pybind11}"
-    build = cmake_build(tmp_path, tmp_path / "build", *settings)
-    (command,) = re.findall(r'PYTHONPATH=build python -c "(.*)"\n', guide)
-    prologue = f"import sys; sys.path.append({str(build)!r}); "
+
+    @functools.cache
+    def follow(page: str, name: str) -> tuple[str, Path]:
+        folder = tmp_path_factory.mktemp(name)
+        guide = (ROOT / "docs" / page).read_text("utf-8")
+        files = dict(re.findall(r"`([\w.]+)`:\n\n```\w+\n(.*?)```", guide, re.DOTALL))
+        assert list(files) == ["CMakeLists.txt", f"{name}.cpp"]
+        for file, text in files.items():
+            (folder / file).write_text(text)
+        return guide, cmake_build(folder, folder / "build", *settings)
+
+    return follow
+
+
+@pytest.mark.parametrize(("page", "name"), [("native.md", "columns"), ("start.md", "first")])
+def test_the_guides_lead_from_an_empty_folder_to_a_module(page, name, followed):
+    guide, build = followed(page, name)
+    (command,) = re.findall(r'PYTHONPATH=build python -c "(.*?)"\n```', guide, re.DOTALL)
+    prologue = f"import sys; sys.path.append({str(build)!r})\n"
     result = run(sys.executable, "-c", prologue + command)
     assert f"prints `{result.strip()}`" in guide
     ((call, error),) = re.findall(rf"`({name}\.[^`]*)` raises `(TypeError.*?)`", guide)
     check = f"import {name}\ntry: {call}\nexcept TypeError as error: print('TypeError:', error)"
     assert run(sys.executable, "-c", prologue + check).startswith(error)
+
+
+def test_the_function_of_the_guide_works_on_a_cluster(followed, tmp_path):
+    pytest.importorskip("distributed")
+    page = (ROOT / "docs" / "cluster.md").read_text("utf-8")
+    pattern = r"```python\n([^`]*import first\n[^`]*)```.*?prints `(.*?)`"
+    ((program, printed),) = re.findall(pattern, page, re.DOTALL)
+    (tmp_path / "on_cluster.py").write_text(program)
+    path = f"{followed('start.md', 'first')[1]}:{Path(orvane.__file__).parents[1]}"
+    told = run(sys.executable, tmp_path / "on_cluster.py", PYTHONPATH=path)
+    assert told.strip() == printed
