@@ -22,11 +22,15 @@ def add_contents(app, docname, source):
 
 
 def without_namespaces(app, doctree):
-    """What a header declares, without a level of indentation for each namespace around it."""
+    """What a header declares, without a level of indentation for each namespace around it.
+
+    Links to a namespace lead to where it is opened first.
+    """
     for described in list(doctree.findall(addnodes.desc)):
         if described.astext().startswith("namespace "):
-            place = described.parent.index(described)
-            described.parent[place : place + 1] = described[-1].children
+            around, place = described.parent, described.parent.index(described)
+            around["ids"] += [each for each in described[0]["ids"] if each not in around["ids"]]
+            around[place : place + 1] = described[-1].children
 
 
 def tells_more_than_namespaces(record):
