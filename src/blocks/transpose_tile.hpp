@@ -64,9 +64,11 @@ Vector interleave(Vector a, Vector b, std::index_sequence<I...>) noexcept {
 #endif
 }
 
-/// Reads from each row of the square its part of one vector, and writes as much of each column.
+/// Reads from each row of the square its part of one vector, and writes as much of each column. As part of the caller
+/// it shares the caller's guard of the stack, which takes as long as a small square.
 template <class Unit, Transfer transfer>
-void transposeSquare(Unit* const* columns, std::size_t row, const std::byte* const* rows, std::size_t column) noexcept {
+[[gnu::always_inline]] inline void transposeSquare(Unit* const* columns, std::size_t row, const std::byte* const* rows,
+                                                   std::size_t column) noexcept {
     constexpr std::size_t side = squareSide<Unit>;
     if constexpr (side == 1) {
         const Unit unit = load<Unit, transfer>(rows[0] + column * sizeof(Unit));

@@ -27,8 +27,17 @@ class Hidden(ModuleType):
         pytest.skip("NumPy does not count references", allow_module_level=True)
 
 
+processes = []
+
+
+def note_process(event, arguments):
+    if event == "subprocess.Popen":
+        processes.append(arguments[0])
+
+
 def pytest_configure():
     sys.modules["numpy"] = Hidden("numpy")
+    sys.addaudithook(note_process)
 
 
 def pytest_collection_finish():
@@ -41,12 +50,15 @@ def pytest_pyfunc_call(pyfuncitem):
     names = pyfuncitem._fixtureinfo.argnames
     arguments = {name: pyfuncitem.funcargs[name] for name in names}
     Hidden.asked = False
+    processes.clear()
     try:
         pyfuncitem.obj(**arguments)
     except AssertionError:  # of a test that expects another error
         if Hidden.asked:
             pytest.skip("NumPy does not count references")
         raise
+    if processes:  # what they do is not seen here, and takes long
+        return True
     for times in (6, 20, 60):  # what grows by chance, or for a while, is looked at longer
         marks = array("q", [0] * 3 * times)  # which leaves nothing itself
         for i in range(times):

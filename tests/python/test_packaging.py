@@ -122,6 +122,7 @@ EXPORTS = {
 def test_shared_objects_export_what_is_meant_and_are_hardened(file):
     symbols = run("readelf", "--dyn-syms", "--wide", file)
     assert set(re.findall(r" DEFAULT +\d+ (\S+)", symbols)) == EXPORTS[file]
+    assert "__stack_chk_fail" in symbols
     assert "GNU_RELRO" in run("readelf", "--program-headers", "--wide", file)
     assert "BIND_NOW" in run("readelf", "--dynamic", "--wide", file)
 
