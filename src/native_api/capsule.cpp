@@ -98,8 +98,10 @@ PyObject* OCPyArray_BufferObjectToOCPyArray(PyObject* object, int* typeCode) {
 }
 
 void OCPyArray_DestroyOCPyArray(PyObject* object) {
-    if (OCPyArray_Check(object))
-        OCPyArray_Delete(object);
+    if (!OCPyArray_Check(object))
+        return;
+    Py_SET_REFCNT(object, 1); // whatever it was; an interpreter that counts all references sees this one go
+    Py_DECREF(object);
 }
 
 bool OCPyArray_SatisfiesBufferProtocol(PyObject* object) {
