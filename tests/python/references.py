@@ -1,8 +1,8 @@
 """A plugin that runs every test again and again on an interpreter that counts references: none may
 be left behind, no block of the interpreter's and no byte, be it an array's.
 
-NumPy's releases do not count the references they take: it is hidden from the tests, and what imports it all the same is
-run once.
+NumPy's releases do not count the references they take: it is hidden from the tests, and what
+imports it all the same is run once.
 """
 
 import builtins
