@@ -185,7 +185,7 @@ def test_the_cluster_knows_what_it_carries(client):
     assert 0 <= travelled["compressed"] - 8 * 512**2 < 2000
     x = orvane.dask.map_blocks(twice, da.from_array(NUMBERS, (4, 6)))
     total = orvane.dask.tree_reduce(gram, added, x).persist()
-    distributed.wait(total)
+    distributed.wait([total, x.persist()])
     assert {"array-twice", "gram", "added"} <= client.run_on_scheduler(tasks)
     with dask.config.set(scheduler="processes", num_workers=1):
         assert np.array_equal(orvane.to_numpy(orvane.dask.from_dask(x)), 2 * NUMBERS)
