@@ -41,7 +41,10 @@ WORDS = {
 
 ERRORS = {
     **{e.__name__: e for e in (TypeError, ValueError, IndexError, OverflowError, RuntimeError)},
-    **{e.__name__: e for e in (BufferError, KeyError, MemoryError, ZeroDivisionError)},
+    **{
+        e.__name__: e
+        for e in (BufferError, FileExistsError, KeyError, MemoryError, ZeroDivisionError)
+    },
     **{e.__name__: e for e in (ShapeError, SizeError)},
 }
 NAMESPACE = {name: getattr(orvane, name) for name in NAMES} | {"BIG": BIG}

@@ -2,7 +2,8 @@
 
 from __future__ import annotations
 
-from collections.abc import Iterable
+from collections.abc import Iterable, Iterator
+from contextlib import contextmanager
 from typing import TYPE_CHECKING, Any
 
 if TYPE_CHECKING:
@@ -38,6 +39,16 @@ class Refusal(Exception):  # noqa: N818
         joint = "" if self._noun else ": "
         where = f"{self._noun or 'the value'} at {subscripts(self.place)}"
         return self._error(f"{where}{joint}{self._words}")
+
+
+@contextmanager
+def named(where: str) -> Iterator[None]:
+    """Refusals inside say first in what they happened, in which block for example."""
+    try:
+        yield
+    except Refusal as refusal:
+        told = refusal.told()
+        raise type(told)(f"{where}: {told}") from None
 
 
 def subscripts(place: Iterable[Any]) -> str:

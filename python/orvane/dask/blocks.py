@@ -19,7 +19,7 @@ from .. import ARRAY_TYPES, AnyArray, _bridge
 from ..convert import to_numpy
 from ..convert.kinds import Wish, kind_of, kind_of_dtype
 from ..convert.memory import row_at_least
-from ..convert.places import Refusal
+from ..convert.places import named
 from ..convert.reading import read_array
 
 _AS_IT_IS = Wish(None, None, None)
@@ -69,16 +69,6 @@ def size_of_shape(shape: Sequence[int]) -> tuple[int, ...]:
     while len(size) > 2 and size[-1] == 1:
         size = size[:-1]
     return size
-
-
-@contextmanager
-def named(where: str) -> Iterator[None]:
-    """Refusals of elements inside say in which block they are."""
-    try:
-        yield
-    except Refusal as refusal:
-        told = refusal.told()
-        raise type(told)(f"{where}: {told}") from None
 
 
 @contextmanager

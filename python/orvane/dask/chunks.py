@@ -9,7 +9,7 @@ import numpy as np
 
 from ..convert.kinds import Kind, Wish
 from ..convert.ndarrays import source_kind
-from .blocks import named
+from ..convert.places import named
 from .library import da
 
 if TYPE_CHECKING:

@@ -15,7 +15,8 @@ from ..convert.fitting import fit
 from ..convert.kinds import Kind, kind_of_dtype, read_wish
 from ..convert.memory import row_at_least
 from ..convert.ndarrays import without_mask
-from .blocks import by, named
+from ..convert.places import named
+from .blocks import by
 from .chunks import require_array, require_kind, require_known
 from .library import da, dask, get_scheduler, slices_from_chunks
 

@@ -10,6 +10,7 @@ from .. import AnyArray
 from ..convert.exports import to_numpy
 from ..convert.kinds import kind_of, kind_of_dtype
 from ..convert.memory import row_at_least
+from .whole import written_whole
 
 if TYPE_CHECKING:
     from ..convert.kinds import Kind
@@ -18,14 +19,20 @@ if TYPE_CHECKING:
 def save_arrow(name: str | os.PathLike[str], array: AnyArray) -> None:
     """Writes an array or view to a file that holds one tensor of Arrow's.
 
-    `open_arrow` maps it into memory, as programs in other languages do. Arrow has neither complex
-    numbers nor tensors of truth values.
+    `open_arrow` maps it into memory, as programs in other languages do. A view with gaps is copied
+    before it is written. The file has its name when it is complete.
+
+    TypeError for complex numbers and truth values, of which Arrow has no tensors; OSError for what
+    the system refuses, and for what is no regular file.
     """
+    import numpy as np
+
     arrow = _arrow()
     numbers = to_numpy(array)
     _refuse_what_arrow_lacks(kind_of(array))
-    with arrow.OSFile(os.fspath(name), "wb") as file:
-        arrow.ipc.write_tensor(arrow.Tensor.from_numpy(numbers), file)
+    tensor = arrow.Tensor.from_numpy(np.asfortranarray(numbers))
+    with written_whole(name) as path, arrow.OSFile(str(path), "wb") as file:
+        arrow.ipc.write_tensor(tensor, file)
 
 
 def open_arrow(name: str | os.PathLike[str]) -> AnyArray:
