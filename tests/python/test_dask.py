@@ -3,6 +3,7 @@
 import functools
 import operator
 import sys
+from array import array
 from itertools import product
 from pathlib import Path
 
@@ -16,6 +17,8 @@ np = pytest.importorskip("numpy", "1.26")
 da = pytest.importorskip("dask.array")
 distributed = pytest.importorskip("distributed")
 dask = sys.modules["dask"]
+
+pytestmark = pytest.mark.timeout(120)  # a cluster asks for what it cannot read again and again
 
 NUMBERS = np.arange(60.0).reshape(10, 6)
 
@@ -132,6 +135,9 @@ reduce(sums, beside, x[:3, :2].rechunk((1, 2))).compute() -> [[0.0, 1.0, 6.0, 7.
 reduce(with_sum, each_added, x[:8])[1].compute() -> [[1128.0]]
 name(reduce(sums, added, x, finish=partial(twice)).key) -> "twice"
 name(map(partial(added, sign=-1), x, x).name) -> "added"
+map(array("d", [2]).count, u, {KNOWN}).name == map(array("d", [2]).count, u, {KNOWN}).name -> True
+map(gram, u, chunks=np.array([6, 6])).chunks -> ((6,), (6,))
+collect(listed) -> [[1.0, 2.0]]
 map(fails, x) -> ValueError: map_blocks, fails: give type= and chunks=, as {TRIED}
 map(gram, x.rechunk((5, 3))) -> ValueError: map_blocks, gram: give chunks=, as dimension 0 of the result is neither the same for all blocks nor as long as theirs: of ones of 5 x 3 come 3 x 3, of ones of 6 x 4 4 x 4
 map(twice, x, d) -> ValueError: map_blocks, twice: give type= and chunks=, as they cannot be found out before argument 2 is computed
@@ -142,6 +148,7 @@ map(twice, u, type="int8", chunks=u.chunks).compute() -> TypeError: twice, block
 map(added, x, x.rechunk((5, 6))) -> ValueError: map_blocks, added: the chunks of arguments 1 and 2 do not fit: along dimension 0 of the latter, block 0 has 4 and 5; call its rechunk() first
 map(twice, x, chunks=(4,)) -> ValueError: map_blocks, twice: chunks=(4,) tells of 1 dimensions, and the result has 2; say which it has besides by new_axis, and which not by drop_axis
 map(twice, x, chunks=((4, 4), 6)) -> ValueError: map_blocks, twice: chunks=((4, 4), 6) tells of 2 blocks along dimension 0, where there are 3
+map(twice, x, chunks=(4.5, 6)) -> ValueError: map_blocks, twice: chunks=(4.5, 6) gives block 0 along dimension 0 the extent 4.5; it has to be a number of elements
 map(twice, unknown) -> ValueError: map_blocks, twice, argument 1: the extents of block (0, 0) of x are not known before it is computed; call its compute_chunk_sizes() first
 map(twice, o) -> TypeError: map_blocks, twice, argument 1: block (0,) of o, as all others: arrays have no elements of NumPy's type object: give numbers, or the type to convert them to by .astype
 collect(t) -> TypeError: from_dask: block (0, 0) of t, as all others: arrays have no elements of NumPy's type datetime64[s]: convert dates to numbers first: .astype('int64'), or a difference of them
@@ -159,6 +166,7 @@ def test_answers(expression, answer):
     names["unknown"] = da.Array(names["x"].dask, "x", ((float("nan"),) * 3, (6,)), float)
     names["d"] = dask.delayed(orvane.double)([1])
     names["lie"] = da.Array({("lie", 0, 0): NUMBERS}, "lie", ((4,), (6,)), float)
+    names["listed"] = da.Array({("listed", 0, 0): [[1.0, 2.0]]}, "listed", ((1,), (2,)), float)
     ours = {"map": "map_blocks", "reduce": "tree_reduce", "collect": "from_dask"}
     names |= {short: getattr(orvane.dask, name) for short, name in ours.items()}
     names["name"] = dask.utils.key_split

@@ -12,7 +12,7 @@ from ..transport.reduction import Carried, arrived
 from .blocks import array_of_block, noted, shared
 from .chunks import Chunks
 from .layout import Layout
-from .library import Delayed, HighLevelGraph, da, has_keyword, layers, tokenize
+from .library import Delayed, HighLevelGraph, da, has_keyword, layers, normalize_token, tokenize
 
 
 class Caller:
@@ -43,7 +43,11 @@ class Caller:
         """What Dask gets of the function's result; an error that names the giver."""
         raise NotImplementedError
 
-    def __dask_tokenize__(self) -> tuple[Any, ...]:
+    def __dask_tokenize__(self) -> Any:
+        return normalize_token(self._told_apart())
+
+    def _told_apart(self) -> tuple[Any, ...]:
+        """What makes two results different, besides the arguments."""
         return type(self).__name__, self._function, self._blocks_at
 
     def over_blocks(

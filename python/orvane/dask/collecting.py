@@ -80,7 +80,7 @@ class Target:
 
     def __call__(self, block: Any, block_id: Place) -> NDArray[Any]:
         self.take(block, block_id)
-        return np.empty((0,) * block.ndim, np.bool_)
+        return np.empty((0,) * len(block_id), np.bool_)
 
     def __dask_tokenize__(self) -> int:
         return id(self)

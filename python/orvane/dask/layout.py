@@ -2,9 +2,10 @@
 
 from __future__ import annotations
 
-from collections.abc import Sequence
+from collections.abc import Iterable, Sequence
 from dataclasses import dataclass
-from typing import Any
+from operator import index
+from typing import Any, SupportsIndex
 
 from ..convert.kinds import Wish
 from .chunks import Chunks, require_kind, require_known
@@ -67,27 +68,28 @@ class Layout:
         """The extents of all blocks; ValueError where there are not as many as blocks."""
         rank = len(self.labels_out)
         who = self.who
-        if len(chunks) != rank:
+        told = tuple(chunks) if isinstance(chunks, Iterable) else (chunks,)
+        if len(told) != rank:
             raise ValueError(
-                f"{who}: chunks={chunks!r} tells of {len(chunks)} dimensions, and the result has"
+                f"{who}: chunks={chunks!r} tells of {len(told)} dimensions, and the result has"
                 f" {rank}; say which it has besides by new_axis, and which not by drop_axis"
             )
         fitted = []
-        for axis, extents in enumerate(chunks):
+        for axis, extents in enumerate(told):
             count = self.blocks_along(axis)
-            each = (extents,) * count if isinstance(extents, int) else tuple(extents)
+            each = tuple(extents) if isinstance(extents, Iterable) else (extents,) * count
             if len(each) != count and axis not in self.added:
                 raise ValueError(
                     f"{who}: chunks={chunks!r} tells of {len(each)} blocks along dimension {axis},"
                     f" where there are {count}"
                 )
             for place, extent in enumerate(each):
-                if not isinstance(extent, int) or extent < 0:
+                if not isinstance(extent, SupportsIndex) or index(extent) < 0:
                     raise ValueError(
                         f"{who}: chunks={chunks!r} gives block {place} along dimension {axis} the"
-                        f" extent {extent!r}; it has to be known"
+                        f" extent {extent!r}; it has to be a number of elements"
                     )
-            fitted.append(each)
+            fitted.append(tuple(map(index, each)))
         return tuple(fitted)
 
 

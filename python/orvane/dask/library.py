@@ -30,6 +30,7 @@ has_keyword: Any = dask.utils.has_keyword
 is_dask_collection: Any = dask.base.is_dask_collection
 layers: Any = import_module("dask.layers")
 normalize_chunks: Any = da.core.normalize_chunks
+normalize_token: Any = dask.base.normalize_token
 optimize: Any = da.optimization.optimize
 slices_from_chunks: Any = da.core.slices_from_chunks
 tokenize: Any = dask.base.tokenize
@@ -46,6 +47,7 @@ __all__ = [
     "is_dask_collection",
     "layers",
     "normalize_chunks",
+    "normalize_token",
     "optimize",
     "slices_from_chunks",
     "tokenize",

@@ -57,7 +57,7 @@ def map_blocks(
     wish = read_wish(type, is_complex, None)
     if chunks is None or wish.array_type is None:
         trial = Trial(function, layout, arrays, keywords)
-        kind, extents = trial.kind(wish), chunks or trial.chunks()
+        kind, extents = trial.kind(wish), trial.chunks() if chunks is None else chunks
     else:
         kind, extents = Kind(wish.array_type, bool(wish.is_complex)), chunks
     fitted = layout.fit_chunks(extents)
@@ -86,5 +86,5 @@ class Applied(Caller):
             raise ValueError(f"{giver} gave {by(given)}, where {by(wanted)} was to come")
         return block_of_array(array, shape)
 
-    def __dask_tokenize__(self) -> tuple[Any, ...]:
-        return *super().__dask_tokenize__(), str(self._kind)
+    def _told_apart(self) -> tuple[Any, ...]:
+        return *super()._told_apart(), str(self._kind)

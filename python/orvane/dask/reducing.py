@@ -4,7 +4,8 @@ from __future__ import annotations
 
 from collections.abc import Callable, Iterable
 from functools import reduce
-from typing import TYPE_CHECKING, Any
+from operator import index
+from typing import TYPE_CHECKING, Any, SupportsIndex
 
 import numpy as np
 
@@ -54,7 +55,7 @@ def tree_reduce(
     called = name or funcname(chunk)
     layout = Layout.of(f"tree_reduce, {called}", arrays, None, None)
     every = dask.config.get("split_every", 4) if split_every is None else split_every
-    if not isinstance(every, int) or every < 2:
+    if not isinstance(every, SupportsIndex) or (every := index(every)) < 2:
         raise ValueError(f"tree_reduce, {called}: split_every must be 2 or more, not {every!r}")
     ones = tuple((1,) * layout.blocks_along(axis) for axis in range(len(layout.labels_out)))
     meta = np.empty((0,) * len(ones), object)
