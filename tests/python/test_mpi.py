@@ -25,6 +25,8 @@ scatter(a, counts=[3, 0, 2, 1]).size, scatter(a, out=int8(size=(2, r))).size -> 
 allgather(a, axis=2).size, allgather(a[r % 2][1:], axis=0).size -> ((2, 6, 4), (4, 5))
 allreduce(z), reduce(z, root=2) -> (total, total if r == 2 else None)
 allreduce(b[::2], MPI.MIN, out=b[1:4]) and b -> [[r], [0], [2], [4], [4 + r]]
+(lambda w: allgather(int8([[r], [r + 4]]), out=w[::-1]) and w)(int8(size=(2, 4))) -> [[4, 5, 6, 7], [0, 1, 2, 3]]
+scatter(int8([[i] for i in range(12)])[::-1] if r == 0 else None, axis=0) -> [[11 - 3 * r], [10 - 3 * r], [9 - 3 * r]]
 scatter(a, axis=r) -> RankError: scatter: rank 1: axis is 1, on rank 0 it is 0
 scatter(a, axis=2) -> RankError: scatter: rank 0: axis is 2, and there are 2 dimensions
 scatter(a, counts=[6]) -> RankError: scatter: rank 0: counts are [6], to divide {a} along axis 1 among 4 ranks

@@ -110,13 +110,27 @@ class Block:
             if extent == 1:
                 continue
             is_next = stride == run
-            made = self._keep(
-                made.Create_contiguous(extent)
+            made = (
+                self._keep(made.Create_contiguous(extent))
                 if is_next
-                else made.Create_hvector(extent, 1, stride)
+                else self._stepping(made, extent, stride)
             )
             run = extent * stride if is_next else None
         return self._keep(made.Create_hindexed([1], [offset])).Commit()
+
+    def _stepping(self, of: Any, extent: int, stride: int) -> Any:
+        """So many of a type, each so many bytes behind the one before.
+
+        Open MPI takes a step of -1 byte for none given, and leaves the array on the wrong side. So
+        single bytes that lie backwards go by pairs.
+        """
+        if stride != -1:
+            return self._keep(of.Create_hvector(extent, 1, stride))
+        pair = self._keep(of.Create_hindexed_block(1, [0, -1]))
+        pairs = self._keep(pair.Create_hvector(extent // 2, 1, -2))
+        if extent % 2 == 0:
+            return pairs
+        return self._keep(engine().Datatype.Create_struct([1, 1], [0, 1 - extent], [pairs, of]))
 
     def in_line(self) -> NDArray[Any]:
         """The elements without gaps, where MPI's operations can work on them; a copy if need be."""

@@ -31,7 +31,8 @@ def reduce(
     """The sum of the arrays of all ranks, or what ``op`` makes of them, on one rank.
 
     It comes into ``out``, which may be ``array`` itself, or into a new array. Elsewhere than on
-    ``root`` nothing comes back. Integers wrap around, as they do in MPI.
+    ``root`` nothing comes back. Integers that the type cannot hold are what MPI makes of them: they
+    wrap around, or stay at the limit.
     """
     with Meeting("reduce", comm, root=root) as meeting:
         return _reduced(meeting, array, op, out if meeting.is_root else None)
@@ -92,4 +93,7 @@ def _name_of(op: Any, kind: Kind) -> str:
         return "one of the program's"
     if is_pair(kind) and op != MPI.SUM:
         raise TypeError(f"elements of {kind} can be summed, and nothing else")
-    return next(name for name in _OPERATIONS if getattr(MPI, name) == op)
+    for name in _OPERATIONS:
+        if getattr(MPI, name) == op:
+            return name
+    raise ValueError("this operation does nothing")
