@@ -201,7 +201,7 @@ def use_clients_with(package: Path) -> None:
 def test_built_clients_work_with_a_package_elsewhere_and_another_library(tmp_path):
     installed = Path(orvanemultidimarrayforpython.__file__)
     shutil.copy(installed, tmp_path)
-    for package in ("orvane", "ovexceptions"):
+    for package in ("orvane", "orvane_carriers", "ovexceptions"):
         shutil.copytree(installed.parent / package, tmp_path / package)
     use_clients_with(tmp_path)
     shutil.copy(REPLACEMENT, tmp_path / "orvane" / "lib")
