@@ -3,7 +3,6 @@
 import functools
 import operator
 import sys
-from array import array
 from itertools import product
 from pathlib import Path
 

@@ -55,14 +55,14 @@ def tree_reduce(
     called = name or funcname(chunk)
     layout = Layout.of(f"tree_reduce, {called}", arrays, None, None)
     every = dask.config.get("split_every", 4) if split_every is None else split_every
-    if not isinstance(every, SupportsIndex) or (every := index(every)) < 2:
+    if not isinstance(every, SupportsIndex) or index(every) < 2:
         raise ValueError(f"tree_reduce, {called}: split_every must be 2 or more, not {every!r}")
     ones = tuple((1,) * layout.blocks_along(axis) for axis in range(len(layout.labels_out)))
     meta = np.empty((0,) * len(ones), object)
     parts = Part(chunk, called, arrays).over_blocks(layout, arrays, keywords, ones, meta)
     if not parts.npartitions:
         raise ValueError(f"tree_reduce, {called}: there is no block")
-    combined = _combined(parts, combine, every)
+    combined = _combined(parts, combine, index(every))
     return combined if finish is None else _finished(combined, finish)
 
 
