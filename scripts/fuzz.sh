@@ -16,8 +16,8 @@ as long as is told. A program that fails or dies is told by its seed, and by tho
                        first minute has left it
   --sanitize           under AddressSanitizer and UndefinedBehaviorSanitizer
   --sanitize-threads   under ThreadSanitizer
-  --native             instead: each program of tests/fuzz_targets under libFuzzer, for a minute or as long as --minutes
-                       says
+  --native             instead: each program of tests/fuzz_targets under libFuzzer, for a minute, or as long as --minutes
+                       says, or for the number of --runs
   --python             the interpreter to use in place of the preferred one
   -- --minutes M           how long (10)
   -- --programs N          how many programs instead
@@ -28,11 +28,12 @@ TEXT
 
 # What libFuzzer finds stands in a file beside the inputs that reached something new, which the next run begins with.
 run_fuzz_targets() {
-    local build=$root/build/fuzz-targets corpora=$root/output/fuzz seconds=60 target
+    local build=$root/build/fuzz-targets corpora=$root/output/fuzz limit=-max_total_time=60 target
     case ${rest[*]} in
     '') ;;
-    '--minutes '[0-9]*) seconds=$((rest[1] * 60)) ;;
-    *) die "After --native -- stands only --minutes and a whole number." ;;
+    '--minutes '[0-9]*) limit=-max_total_time=$((rest[1] * 60)) ;;
+    '--runs '[0-9]*) limit=-runs=${rest[1]} ;;
+    *) die "After --native -- stands only --minutes or --runs, and a whole number." ;;
     esac
     ensure libfuzzer
     export CXX=$fuzzing_compiler
@@ -41,9 +42,9 @@ run_fuzz_targets() {
         "-DPython_EXECUTABLE=$environment/bin/python" >/dev/null
     PATH=$environment/bin:$PATH with_progress "$build.log" cmake --build "$build"
     for target in subscripts reorder number_text data_array; do
-        say "$target: $seconds seconds"
+        say "$target: ${limit#-}"
         mkdir -p "$corpora/$target"
-        "$build/$target" "-max_total_time=$seconds" "-artifact_prefix=$corpora/$target." -print_final_stats=1 -verbosity=0 \
+        "$build/$target" "$limit" "-artifact_prefix=$corpora/$target." -print_final_stats=1 -verbosity=0 \
             "$corpora/$target"
     done
 }

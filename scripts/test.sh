@@ -12,7 +12,8 @@ Checks format and style, builds the package with its C++ tests, runs those, inst
 environment of its own and runs the Python tests against it, on CPython 3.10 where there is one, else the next later.
 
   --all                the same on the newest installed CPython too, there with the libraries that arrays are converted
-                       from and to, as far as they have a release for it; and the documentation site
+                       from and to, as far as they have a release for it; the documentation site; and some thousand
+                       runs of each target of libFuzzer
   --libraries          with those libraries on the first interpreter
   --sanitize           instead: C++ and Python tests under AddressSanitizer and UndefinedBehaviorSanitizer
   --sanitize-threads   instead: C++ tests and what threads do in Python, under ThreadSanitizer
@@ -125,7 +126,7 @@ strictness=()
 [[ ${CI:-false} == false ]] || strictness=(CMAKE_COMPILE_WARNING_AS_ERROR=ON)
 
 needs=(python compiler googletest lapack eigen)
-[[ ${option[all]} == no ]] || needs+=(doxygen)
+[[ ${option[all]} == no ]] || needs+=(doxygen libfuzzer)
 ensure "${needs[@]}"
 preferred=$(chosen_or_preferred_python)
 
@@ -150,6 +151,7 @@ with_libraries=''
 build_on "$preferred" ON
 say "C++ tests"
 run_cpp_tests "$root/.venv/$(version_of "$preferred")" "$root/build/$(version_of "$preferred")"
+[[ ${option[all]} == no ]] || "$root/scripts/fuzz.sh" --native -- --runs 20000
 if [[ ${option[all]} == no ]]; then
     test_on "$preferred" "$preferred"
 elif [[ $(version_of "$newest") == "$(version_of "$preferred")" ]]; then

@@ -85,6 +85,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     visitRuns(selection, [&](unsigned long offset, long steps, long stride) {
         for (; steps > 0; --steps, offset += stride)
             visited.push_back(offset);
+        return true;
     });
     require(visited == columns);
     for (std::size_t i = 0; i < visited.size(); ++i)
