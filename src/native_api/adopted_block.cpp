@@ -11,9 +11,9 @@
 
 #include "core/array_object.hpp"
 #include "data_client/array_factory.hpp"
+#include "native_api/block_owner.hpp"
 #include "vocabulary/boundary.hpp"
 #include "vocabulary/element_vocabulary.hpp"
-#include "vocabulary/error_state.hpp"
 #include "vocabulary/extents.hpp"
 #include "vocabulary/py_ref.hpp"
 #include "vocabulary/python_values.hpp"
@@ -24,17 +24,6 @@ using namespace orvane;
 using namespace orvane::python;
 
 namespace {
-
-/// The owner of a block; releases it when the last share goes, also when there is no memory to count the shares.
-std::shared_ptr<void> ownerOf(const OrvaneBlock& block) {
-    return {block.owner, [release = block.release](void* owner) {
-                if (release != nullptr) {
-                    // Code of others: it is not to see errors that are pending, nor to leave any.
-                    const PendingError kept;
-                    release(owner);
-                }
-            }};
-}
 
 bool raiseInvalidType() {
     setError(PyExc_RuntimeError, "invalid type.");

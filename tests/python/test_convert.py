@@ -33,6 +33,11 @@ def misaligned(x):
     return block.view(x.dtype).reshape(x.shape, order="F")
 
 
+def in_buffer(**told):
+    of_two = {"shape": (2,), "typestr": "|i1", "data": b"abc", "offset": 1, "version": 3}
+    return type("A", (), {"__array_interface__": of_two | told})()
+
+
 def read_only(x):
     x = np.asfortranarray(x)
     x.flags.writeable = False
@@ -231,6 +236,14 @@ np.ones((2, 2)).astype(np.dtype(float).newbyteorder("<")) -> double([[1, 1], [1,
 [orvane.to_dlpack(double([1])), [[2]]] -> double([[[1]], [[2]]])
 type("A", (), {{"__array__": lambda *_, **__: np.arange(2)}})() -> int64([0, 1])
 type("A", (), {{"__array_interface__": np.arange(2).__array_interface__}})() -> int64([0, 1])
+in_buffer(strides=(-1,)) -> int8([98, 97])
+in_buffer(shape=(0, 9), strides=(2**62, 1)) -> int8(size=(0, 9))
+in_buffer(shape=(3,)) -> {beyond}1 to 4 of a buffer of 3
+in_buffer(offset=-1) -> {beyond}-1 to 1 of a buffer of 3
+in_buffer(strides=(2**63 - 1,)) -> {beyond}1 to 9223372036854775809 of a buffer of 3
+in_buffer(typestr="|O", data=bytes(32)) ->
+ ValueError: an object of type A contradicts itself:
+ no extent is negative, and no object lies in a buffer
 np.ma.masked_array([1, 2], [0, 0]) -> int64([1, 2])
 np.ma.masked_array([[1, 2], [3, 4]], [[0, 0], [1, 1]]) ->
  ValueError: the value at [1][0] is missing (one of 2 that are masked): {unmask}
@@ -300,11 +313,12 @@ sparse.eye_array(2) -> TypeError: no numbers can be read from {sparse}; give x.t
 def test_what_is_made_of_others(expression, answer):
     modules = {"pd": "pandas", "pl": "polars", "pa": "pyarrow", "jnp": "jax.numpy"}
     modules |= {"torch": "torch", "sparse": "scipy.sparse"}
-    names = {"np": np, "orvane": orvane}
+    names = {"np": np, "orvane": orvane, "in_buffer": in_buffer}
     for short, module in modules.items():
         if f"{short}." in expression:
             names[short] = pytest.importorskip(module, exc_type=ImportError)
     words = {"long": np.dtype(np.longdouble)}
+    words["beyond"] = "ValueError: an object of type A contradicts itself: bytes "
     words["fill"] = (
         "fill it first (.fillna, .fill_null) or drop it (.dropna, .drop_nulls, .drop_null)"
     )

@@ -140,6 +140,17 @@ print(sys.stderr.getvalue().splitlines()[-1])
 > RuntimeError: toarray() failed.
 > SystemExit: 3
 """,
+    "arrays each of which is the last to hold the one before": """
+a = double([[1, 2]])
+for _ in range(200_000): a = orvane.from_dlpack(orvane.to_dlpack(a, writable=True))
+first = orvane.from_dlpack(orvane.to_dlpack(a, writable=True))
+first[0] = [3, 4]
+print(a)
+del a, first
+print(orvane.double(5))
+> [[3.0,4.0]]
+> [[5.0]]
+""",
     "keys that empty the dictionary in which they are looked up": """
 class Key(str):
     __hash__ = str.__hash__

@@ -189,7 +189,10 @@ def _ndarray_by_protocol(obj: Any, wish: Wish) -> NDArray[Any] | None:
     require_numpy(f"to read {name_of(obj)}")
     import numpy as np
 
-    return _with_numbers(np.asanyarray(obj), wish)
+    from .interfaces import ndarray_over_buffer
+
+    numbers = ndarray_over_buffer(obj)
+    return _with_numbers(np.asanyarray(obj) if numbers is None else numbers, wish)
 
 
 def _with_numbers(numbers: NDArray[Any], wish: Wish) -> NDArray[Any]:

@@ -1,0 +1,59 @@
+"""What objects tell by `__array_interface__`, where that can be checked."""
+
+from __future__ import annotations
+
+from operator import index
+from typing import TYPE_CHECKING, Any
+
+import numpy as np
+
+from .sequences import name_of
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
+    from typing_extensions import Buffer
+
+
+def ndarray_over_buffer(obj: Any) -> NDArray[Any] | None:
+    """What lies in the buffer that the interface names; none where it names an address.
+
+    NumPy itself follows extents and strides that lead out of the buffer.
+    """
+    told = getattr(obj, "__array_interface__", None)
+    if not isinstance(told, dict):
+        return None
+    buffer = told.get("data")
+    if buffer is None or isinstance(buffer, tuple):
+        return None
+    dtype = np.dtype(told["typestr"])
+    if dtype.kind == "V":
+        dtype = np.dtype(told.get("descr", dtype))
+    try:
+        return _laid_over(buffer, dtype, told)
+    except (ArithmeticError, BufferError, LookupError, TypeError, ValueError) as error:
+        raise ValueError(f"{name_of(obj)} contradicts itself: {error}") from error
+
+
+def _laid_over(buffer: Buffer, dtype: np.dtype[Any], told: dict[str, Any]) -> NDArray[Any]:
+    shape = tuple(map(index, told["shape"]))
+    offset = index(told.get("offset", 0))
+    strides = told.get("strides")
+    if strides is not None:
+        strides = tuple(map(index, strides))
+        if len(strides) != len(shape):
+            raise ValueError("it has not as many strides as extents")
+    if min(shape, default=0) < 0 or dtype.hasobject:
+        raise ValueError("no extent is negative, and no object lies in a buffer")
+    first, end = offset, offset + dtype.itemsize
+    step = dtype.itemsize
+    for dimension in reversed(range(len(shape))):
+        stride = step if strides is None else strides[dimension]
+        reach = (shape[dimension] - 1) * stride
+        first, end = first + min(reach, 0), end + max(reach, 0)
+        step *= shape[dimension]
+    if 0 in shape:
+        first, end, strides = offset, offset, None
+    length = memoryview(buffer).nbytes
+    if first < 0 or end > length:
+        raise ValueError(f"bytes {first} to {end} of a buffer of {length}")
+    return np.ndarray(shape, dtype, buffer, offset, strides)
