@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from collections.abc import Iterator
+from collections.abc import Iterator, Sequence
 from contextlib import ExitStack
 from typing import TYPE_CHECKING, Any, NamedTuple
 
@@ -11,6 +11,7 @@ from ..convert.exports import to_numpy, writable
 from ..convert.kinds import Kind, kind_of
 from ..convert.memory import row_at_least
 from .engine import engine
+from .shares import starts_of
 
 if TYPE_CHECKING:
     from numpy.typing import NDArray
@@ -21,7 +22,7 @@ _KINDS = {
 }
 
 
-_MOST = 2**31 - 1
+MOST = 2**31 - 1
 """What MPI counts with an `int` before its fourth version."""
 
 
@@ -71,6 +72,10 @@ class Block:
         self.numbers = lent.reshape(row_at_least(lent.shape))  # which moves nothing
         self.form = Form(self.kind.format, _trimmed(self.numbers.shape))
 
+    @property
+    def has_gaps(self) -> bool:
+        return not self.numbers.flags.f_contiguous
+
     def part(self, axis: int, start: int, extent: int) -> NDArray[Any]:
         numbers = self.numbers
         while numbers.ndim <= axis:
@@ -94,16 +99,20 @@ class Block:
         Where they have no gaps, so many of them, as far as MPI counts; else one of a type that says
         where each lies.
         """
-        is_line = self.numbers.flags.f_contiguous and self.numbers.size <= _MOST
+        is_line = not self.has_gaps and self.numbers.size <= MOST
         if is_line or not self.numbers.size:
             return [self.place(), self.numbers.size, self._element()]
         return [self.place(), 1, self.layout(self.numbers)]
+
+    def messages(self, counts: Sequence[int]) -> list[Any]:
+        """The elements, which have no gaps, as messages that follow each other, of so many each."""
+        return [self.place(), counts, starts_of(counts), self._element()]
 
     def layout(self, part: NDArray[Any]) -> Any:
         """MPI's type that says where each element of a part lies, seen from the block's place."""
         made = self._element()
         offset = _address(part) - _address(self.numbers)
-        if part.flags.f_contiguous and part.size <= _MOST:
+        if part.flags.f_contiguous and part.size <= MOST:
             return self._keep(made.Create_hindexed([part.size], [offset])).Commit()
         run: int | None = part.itemsize  # so many bytes without a gap
         for extent, stride in zip(part.shape, part.strides, strict=True):
@@ -134,7 +143,7 @@ class Block:
 
     def in_line(self) -> NDArray[Any]:
         """The elements without gaps, where MPI's operations can work on them; a copy if need be."""
-        return self.numbers if self.numbers.flags.f_contiguous else self.numbers.copy("F")
+        return self.numbers.copy("F") if self.has_gaps else self.numbers
 
     def is_at(self, other: Block) -> bool:
         """Whether both are the very same elements."""
@@ -144,8 +153,8 @@ class Block:
     def terms_of(self, line: NDArray[Any], op: Any) -> Iterator[list[Any]]:
         """The messages for an operation on elements without gaps, which the caller keeps."""
         flat = line.reshape(-1, order="F")
-        for start in range(0, flat.size, _MOST // 2):
-            yield self._terms(flat[start : start + _MOST // 2], op)
+        for start in range(0, flat.size, MOST // 2):
+            yield self._terms(flat[start : start + MOST // 2], op)
 
     def _terms(self, numbers: NDArray[Any], op: Any) -> list[Any]:
         """Of complex integers, each part is a number by itself."""

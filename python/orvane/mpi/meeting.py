@@ -48,6 +48,7 @@ class Told(NamedTuple):
     taken: Form | None = None
     counts: tuple[int, ...] | None = None
     failure: str | None = None
+    has_gaps: bool = False
 
 
 class Meeting:
@@ -140,7 +141,8 @@ class Meeting:
         given = self.given.form if self.given else None
         taken = self.taken.form if self.taken else None
         settings = {} if failure else self.settings
-        told = Told(self.operation, settings, given, taken, self.counts, failure)
+        has_gaps = any(each.has_gaps for each in (self.given, self.taken) if each)
+        told = Told(self.operation, settings, given, taken, self.counts, failure, has_gaps)
         self.told = exchange(self.comm, told)
         first = self.told[0]
         for rank, told in enumerate(self.told):
@@ -185,7 +187,5 @@ def _plain(value: Any) -> Any:
 
 
 def _read(record: bytes) -> Told:
-    operation, settings, given, taken, counts, failure = pickle.loads(record)
-    return Told(
-        operation, settings, given and Form(*given), taken and Form(*taken), counts, failure
-    )
+    operation, settings, given, taken, *others = pickle.loads(record)
+    return Told(operation, settings, given and Form(*given), taken and Form(*taken), *others)
