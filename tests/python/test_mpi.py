@@ -24,6 +24,8 @@ the_page() -> None
 scatter(a, counts=[3, 0, 2, 1]).size, scatter(a, out=int8(size=(2, r))).size -> ((2, [3, 0, 2, 1][r]), (2, r))
 allgather(a, axis=2).size, allgather(a[r % 2][1:], axis=0).size -> ((2, 6, 4), (4, 5))
 allreduce(z), reduce(z, root=2) -> (total, total if r == 2 else None)
+[{*allreduce(t([[n] * 40]))[0]} for t, n in sums] -> [{{-112}}, {{32}}, {{-11072}}, {{3392}}]
+[*{*allreduce(int8([[100 + 1j] * 40], is_complex=True))[0]}] -> [-112 + 4j]
 allreduce(b[::2], MPI.MIN, out=b[1:4]) and b -> [[r], [0], [2], [4], [4 + r]]
 (lambda w: allgather(int8([[r], [r + 4]]), out=w[::-1]) and w)(int8(size=(2, 4))) -> [[4, 5, 6, 7], [0, 1, 2, 3]]
 scatter(int8([[i] for i in range(12)])[::-1] if r == 0 else None, axis=0) -> [[11 - 3 * r], [10 - 3 * r], [9 - 3 * r]]
@@ -40,9 +42,20 @@ bcast(a, 4) -> RankError: bcast: rank 0: ValueError: root is 4, and there are 4 
 bcast(long if r == 1 else a) -> RankError: bcast: rank 1: out is orvane.int8 of size {long}, what comes is {a}
 allreduce(a if r else z) -> RankError: allreduce: rank 1: {a} does not fit to {z} of rank 0
 allreduce(a, MPI.MAX if r else None) -> RankError: allreduce: rank 1: op is MAX, on rank 0 it is SUM
-allreduce(z, MPI.MAX) -> RankError: allreduce: rank 0: TypeError: elements of complex orvane.int16 can be summed, and nothing else
+allreduce(z, MPI.MAX) -> RankError: allreduce: rank 0: TypeError: for elements of complex orvane.int16 there are SUM, not MAX
+reduce(single(), MPI.OP_NULL if r == 2 else None) -> RankError: reduce: rank 2: TypeError: for elements of orvane.single there are MAX, MIN, SUM, PROD, not OP_NULL
 without_rank_3(bcast, a) -> RankError: bcast: no word from rank 3 within the time that ORVANE_MPI_TIMEOUT gives
 """)  # noqa: E501
+
+
+PICKS = (
+    lambda x: x,
+    lambda x: x[1],
+    lambda x: x[::-2],
+    lambda x: x[1:4],
+    lambda x: x[::-1],
+    lambda x: x[4:0:-1],
+)
 
 
 def program() -> None:
@@ -54,6 +67,7 @@ def program() -> None:
     world, r, a = MPI.COMM_WORLD, MPI.COMM_WORLD.rank, orvane.int8(size=(2, 6))
     forms, to_numpy = sys.modules["orvane.mpi.blocks"].Form, orvane.to_numpy
     z, total = (orvane.int16([i * (2 + 3j), i], is_complex=True) for i in (1, 4))
+    sums = *((orvane.int8, 100), (orvane.uint8, 200), (orvane.int16, 30000)), (orvane.uint16, 50000)
     b, long = orvane.int8([[i + r] for i in range(5)]), orvane.int8(size=(*[1] * 60, 0))
     ERRORS["RankError"] = mpi.RankError
 
@@ -68,16 +82,28 @@ def program() -> None:
     def parts_of_all_kinds():
         for number, kind in enumerate(KINDS):
             root, whole = number % 4, grid(5, 3, 6, kind=kind)
-            for view in (whole, whole[1], whole[::-2], whole[1:4]):
-                numbers, room = to_numpy(view, copy=True), grid(5, 3, 6, kind=kind, first=1)
-                out = room[: len(view)] if view.size[2:] else room[0]
+            for pick in PICKS:
+                view, numbers = pick(whole), to_numpy(pick(whole), copy=True)
+
+                def fills(call, *settings, kind=kind, pick=pick, numbers=numbers, **keywords):
+                    """Whether it comes into a view, and nothing beside it is written to."""
+                    room = grid(5, 3, 6, kind=kind, first=1)
+                    wanted, out = to_numpy(room, copy=True), pick(room)
+                    pick(wanted)[...] = numbers
+                    return call(*settings, out=out, **keywords) is out and same(room, wanted)
+
                 assert same(mpi.bcast(view if r == root else None, root), numbers)
+                assert r == root or fills(lambda out, root=root: mpi.bcast(out, root))
+                assert r != root or mpi.bcast(view, root) is view
+                assert fills(mpi.sendrecv, view, r ^ 1, 5, r ^ 1, 5)
+                last = len(view.size)
+                four = mpi.allgather(view, axis=last)
+                assert fills(mpi.scatter, four if r == root else None, root, axis=last)
                 for axis, extent in enumerate(view.size):
                     part = mpi.scatter(view if r == root else None, root, axis=axis)
                     assert same(part, numbers.take(mpi.share(extent), axis))
                     assert (mpi.gather(part, root, axis=axis) is None) == (r != root)
-                    assert mpi.allgather(part, axis=axis, out=out) is out
-                    assert same(out, numbers)
+                    assert fills(mpi.allgather, part, axis=axis)
             mine = whole[1:3]
             mine[0][0][0] = r % 2
             assert mpi.sendrecv(mine, r ^ 1, 5, r ^ 1, 5, out=mine) is mine

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from functools import cache
 from typing import TYPE_CHECKING, Any
 
 from .. import AnyArray
@@ -14,10 +15,15 @@ if TYPE_CHECKING:
     from mpi4py.MPI import Comm as _Comm  # type: ignore[import-not-found, unused-ignore]
     from mpi4py.MPI import Op as _Op  # type: ignore[import-not-found, unused-ignore]
 
-_OPERATIONS = (
-    *("MAX", "MIN", "SUM", "PROD", "LAND", "BAND", "LOR", "BOR", "LXOR", "BXOR"),
-    *("MAXLOC", "MINLOC", "REPLACE", "NO_OP"),
-)
+_OPERATIONS = {
+    **dict.fromkeys(("MAX", "MIN"), "fiu"),
+    "SUM": "fciup",
+    "PROD": "fciu",
+    **dict.fromkeys(("LAND", "LOR", "LXOR"), "iub"),
+    **dict.fromkeys(("BAND", "BOR", "BXOR"), "iu"),
+    **dict.fromkeys(("MAXLOC", "MINLOC", "REPLACE", "NO_OP", "OP_NULL"), ""),
+}
+"""MPI's, and codes of elements they are for; "c" if these are complex, "p" if two integers."""
 
 
 def reduce(
@@ -31,8 +37,7 @@ def reduce(
     """The sum of the arrays of all ranks, or what ``op`` makes of them, on one rank.
 
     It comes into ``out``, which may be ``array`` itself, or into a new array. Elsewhere than on
-    ``root`` nothing comes back. Integers that the type cannot hold are what MPI makes of them: they
-    wrap around, or stay at the limit.
+    ``root`` nothing comes back. Sums of integers wrap around.
     """
     with Meeting("reduce", comm, root=root) as meeting:
         return _reduced(meeting, array, op, out if meeting.is_root else None)
@@ -66,6 +71,8 @@ def _reduced(meeting: Meeting, array: Any, op: Any, out: Any) -> Any:
     meeting.make_room([form if root in (None, rank) else None for rank, form in enumerate(forms)])
     given, taken = meeting.given, meeting.taken
     assert given
+    if op == MPI.SUM and given.kind.part_size in (1, 2):
+        op = _wrapping_sum(given.kind.part_size)
     if taken is None:
         line = given.in_line()
         for terms in given.terms_of(line, op):
@@ -84,6 +91,21 @@ def _reduced(meeting: Meeting, array: Any, op: Any, out: Any) -> Any:
     return taken.array
 
 
+@cache
+def _wrapping_sum(size: int) -> Any:
+    """The sum of integers of so many bytes, with a sign or without, or of pairs of them.
+
+    Open MPI's own stops at the largest number instead, but not where the array is short.
+    """
+    import numpy as np
+
+    def add(terms: Any, totals: Any, _: Any) -> None:
+        total = np.frombuffer(totals, f"u{size}")
+        np.add(total, np.frombuffer(terms, f"u{size}"), out=total)
+
+    return engine().Op.Create(add, commute=True)
+
+
 def _name_of(op: Any, kind: Kind) -> str:
     """What tells an operation from others, on all ranks; those that programs define are alike."""
     MPI = engine()  # noqa: N806
@@ -91,9 +113,9 @@ def _name_of(op: Any, kind: Kind) -> str:
         raise TypeError(f"expected an operation of mpi4py, got {type(op).__name__}")
     if not op.is_predefined:
         return "one of the program's"
-    if is_pair(kind) and op != MPI.SUM:
-        raise TypeError(f"elements of {kind} can be summed, and nothing else")
-    for name in _OPERATIONS:
-        if getattr(MPI, name) == op:
-            return name
-    raise ValueError("this operation does nothing")
+    code = "p" if is_pair(kind) else "c" if kind.is_complex else kind.code
+    usable = [name for name, codes in _OPERATIONS.items() if code in codes]
+    name = next((name for name in _OPERATIONS if getattr(MPI, name) == op), "another")
+    if name not in usable:
+        raise TypeError(f"for elements of {kind} there are {', '.join(usable)}, not {name}")
+    return name
