@@ -11,7 +11,6 @@ from .sequences import name_of
 
 if TYPE_CHECKING:
     from numpy.typing import NDArray
-    from typing_extensions import Buffer
 
 
 def ndarray_over_buffer(obj: Any) -> NDArray[Any] | None:
@@ -29,12 +28,12 @@ def ndarray_over_buffer(obj: Any) -> NDArray[Any] | None:
     if dtype.kind == "V":
         dtype = np.dtype(told.get("descr", dtype))
     try:
-        return _laid_over(buffer, dtype, told)
+        return _laid_over(memoryview(buffer), dtype, told)
     except (ArithmeticError, BufferError, LookupError, TypeError, ValueError) as error:
         raise ValueError(f"{name_of(obj)} contradicts itself: {error}") from error
 
 
-def _laid_over(buffer: Buffer, dtype: np.dtype[Any], told: dict[str, Any]) -> NDArray[Any]:
+def _laid_over(buffer: memoryview, dtype: np.dtype[Any], told: dict[str, Any]) -> NDArray[Any]:
     shape = tuple(map(index, told["shape"]))
     offset = index(told.get("offset", 0))
     strides = told.get("strides")
@@ -53,7 +52,6 @@ def _laid_over(buffer: Buffer, dtype: np.dtype[Any], told: dict[str, Any]) -> ND
         step *= shape[dimension]
     if 0 in shape:
         first, end, strides = offset, offset, None
-    length = memoryview(buffer).nbytes
-    if first < 0 or end > length:
-        raise ValueError(f"bytes {first} to {end} of a buffer of {length}")
+    if first < 0 or end > buffer.nbytes:
+        raise ValueError(f"bytes {first} to {end} of a buffer of {buffer.nbytes}")
     return np.ndarray(shape, dtype, buffer, offset, strides)

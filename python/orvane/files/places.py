@@ -31,7 +31,7 @@ class Places:
         import numpy as np
 
         numbers = np.asfortranarray(part).reshape(-1, order="F")
-        left = memoryview(numbers.view(np.uint8))
+        left = numbers.view(np.uint8).data
         run, places = self._runs(part.shape, firsts)
         with self._path.open("r+b", buffering=0) as file:
             for place in places:
