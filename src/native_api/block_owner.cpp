@@ -25,7 +25,9 @@ struct Releases {
 /// Each takes about half a kilobyte of the stack, and more where others' objects stand between two arrays.
 constexpr int deepest = 16;
 
-constinit thread_local Releases releases;
+/// In memory that each thread has from its start: any other is allocated when it is first touched, and glibc ends the
+/// process where that fails.
+[[gnu::tls_model("initial-exec")]] constinit thread_local Releases releases;
 
 void releaseNow(const BlockOwner& ended) {
     if (ended.release == nullptr)
