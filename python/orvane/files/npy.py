@@ -80,11 +80,11 @@ def _places(name: str | os.PathLike[str], source: Any) -> Iterator[Places]:
     if any(math.isnan(extent) for extent in source.shape):
         raise ValueError("not all chunks know how long they are: call compute_chunk_sizes() first")
     dtype, shape = source.dtype.newbyteorder("="), tuple(map(int, source.shape))
-    descr: Any = np.lib.format.dtype_to_descr(dtype)
-    header = {"descr": descr, "fortran_order": True, "shape": shape}
+    npy: Any = np.lib.format  # without types in older releases
+    header = {"descr": npy.dtype_to_descr(dtype), "fortran_order": True, "shape": shape}
     with written_whole(name) as path:
         with path.open("wb") as file:
-            np.lib.format.write_array_header_1_0(file, header)
+            npy.write_array_header_1_0(file, header)
             start = file.tell()
             file.truncate(start + math.prod(shape) * dtype.itemsize)
         yield Places(path, start, shape, dtype)
