@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-from functools import cache
 from typing import TYPE_CHECKING, Any
 
 from .. import AnyArray
@@ -91,7 +90,9 @@ def _reduced(meeting: Meeting, array: Any, op: Any, out: Any) -> Any:
     return taken.array
 
 
-@cache
+_wrapping_sums: dict[int, Any] = {}
+
+
 def _wrapping_sum(size: int) -> Any:
     """The sum of integers of so many bytes, with a sign or without, or of pairs of them.
 
@@ -103,7 +104,9 @@ def _wrapping_sum(size: int) -> Any:
         total = np.frombuffer(totals, f"u{size}")
         np.add(total, np.frombuffer(terms, f"u{size}"), out=total)
 
-    return engine().Op.Create(add, commute=True)
+    if size not in _wrapping_sums:
+        _wrapping_sums[size] = engine().Op.Create(add, commute=True)
+    return _wrapping_sums[size]
 
 
 def _name_of(op: Any, kind: Kind) -> str:
