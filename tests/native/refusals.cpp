@@ -5,8 +5,16 @@
 
 #include <dlfcn.h>
 
+#include <climits>
+
 struct PyObject;
 extern "C" [[gnu::weak]] PyObject* PyObject_CallNoArgs(PyObject*);
+extern "C" [[gnu::weak]] PyObject* PyObject_CallObject(PyObject*, PyObject*);
+extern "C" [[gnu::weak]] int PyObject_IsInstance(PyObject*, PyObject*);
+extern "C" [[gnu::weak]] PyObject* PyTuple_GetItem(PyObject*, long);
+extern "C" [[gnu::weak]] PyObject* PyTuple_GetSlice(PyObject*, long, long);
+extern "C" [[gnu::weak]] void Py_DecRef(PyObject*);
+extern "C" [[gnu::weak]] PyObject PyTuple_Type;
 extern "C" [[gnu::weak]] void PyErr_SetString(PyObject*, const char*);
 extern "C" [[gnu::weak]] PyObject* PyExc_SystemError;
 
@@ -71,19 +79,23 @@ extern "C" void* get_function_ptr(int number) noexcept {
     return function;
 }
 
-/// Calls a function with the statuses from `from` on refused, before `to`, from 0 on. Leaves in `number` how many there
-/// were.
+/// Calls a function, or that in the first place of a tuple with what follows it, with the statuses from `from` on
+/// refused, before `to`, from 0 on. Leaves in `number` how many there were.
 extern "C" [[gnu::visibility("default")]] PyObject* call_refused(PyObject* function, long from, long to, long* number) {
+    PyObject* const arguments =
+        PyObject_IsInstance(function, &PyTuple_Type) != 0 ? PyTuple_GetSlice(function, 1, LONG_MAX) : nullptr;
     counted = 0;
     first = from;
     end = to;
     PyObject* result = nullptr;
     try {
-        result = PyObject_CallNoArgs(function);
+        result = arguments != nullptr ? PyObject_CallObject(PyTuple_GetItem(function, 0), arguments)
+                                      : PyObject_CallNoArgs(function);
     } catch (const TypeMismatch& exception) {
         PyErr_SetString(PyExc_SystemError, exception.what());
     }
     end = 0;
+    Py_DecRef(arguments);
     *number = counted;
     return result;
 }

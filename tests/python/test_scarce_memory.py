@@ -11,7 +11,6 @@ import array
 import binascii
 import copy
 import ctypes
-import functools
 import gc
 import itertools
 import operator
@@ -99,7 +98,7 @@ def names():
     kept, origin = grid(2, 3), [grid(2, 3)]
     export, shared = memoryview(kept), origin[0].clone()
     buffer, rows = array.array("d", [1.0, 2.0]), numpy.arange(4.0).reshape(2, 2)
-    modules = {c.__name__: c for c in (Sequence, numpy, copy, pickle, functools.partial)}
+    modules = {c.__name__: c for c in (Sequence, numpy, copy, pickle)}
     return vars(binascii) | vars(operator) | NAMESPACE | modules | locals()
 
 
@@ -139,7 +138,7 @@ class Tried:
         self.call, self.in_use = call, in_use
         self.call.restype, self.in_use.restype = ctypes.py_object, ctypes.c_long
         self.statement, self.names, self.expected = statement, names, "MemoryError"
-        code = f"use = partial({statement})"
+        code = f"use = {statement}"
         if is_call:
             constructs = re.match("double|single|uint8", statement)
             self.expected = f"{'Runtime' if constructs else 'System'}Error('Data type mismatch.')"
