@@ -34,9 +34,9 @@ run_cpp_tests() { # ENVIRONMENT BUILD_DIRECTORY
     "$1/bin/ctest" --test-dir "$2" --output-on-failure --parallel 2
 }
 
-python_tests=("$root/tests/python")
+python_tests=("$root/tests/python") clients=native-clients
 run_python_tests() { # ENVIRONMENT BUILD_DIRECTORY [BUILD_DIRECTORY_OF_THE_CPP_TESTS]
-    ORVANE_REPLACEMENT_LIBRARY=${3:-$2}/replacement/libOrvaneDataArray.so ORVANE_NATIVE_BUILD=$2/native-clients \
+    ORVANE_REPLACEMENT_LIBRARY=${3:-$2}/replacement/libOrvaneDataArray.so ORVANE_NATIVE_BUILD=$2/$clients \
         "$1/bin/python" -m pytest "${python_tests[@]}" -q "${rest[@]}"
 }
 
@@ -54,6 +54,14 @@ build_on() { # PYTHON WITH_CPP_TESTS
     install_package "$environment" "$root/build/$version" "ORVANE_BUILD_TESTS=$2" "${strictness[@]}"
 }
 
+build_and_run_cpp_tests_on() { # PYTHON
+    local version
+    version=$(version_of "$1")
+    build_on "$1" ON
+    say "C++ tests"
+    run_cpp_tests "$root/.venv/$version" "$root/build/$version"
+}
+
 test_on() { # PYTHON PYTHON_OF_THE_CPP_TESTS
     local version
     version=$(version_of "$1")
@@ -61,20 +69,56 @@ test_on() { # PYTHON PYTHON_OF_THE_CPP_TESTS
     run_python_tests "$root/.venv/$version" "$root/build/$version" "$root/build/$(version_of "$2")"
 }
 
-# The newest interpreter beside the documentation and the preferred one, as neither tests nor pip keep more than one core busy. What the C++
-# tests are about knows no Python, so they are built and run once, and so is the library that stands in for ours.
+# Marks in build/ by which the two jobs below know of each other.
+note_failure() {
+    local status=$?
+    [[ $status == 0 ]] || touch "$root/build/failed"
+}
+
+wait_until_built() { # VERSION
+    until [[ -e $root/build/$1.built ]]; do
+        [[ ! -e $root/build/failed ]] || die "CPython $1: what is needed could not be built"
+        sleep 1
+    done
+}
+
+# Pytest ends with 5 where no test is left of those that were chosen.
+chosen_are_elsewhere() {
+    [[ $? == 5 && ${#rest[@]} -gt 0 ]]
+}
+
+# Two jobs side by side, as neither tests nor pip keep more than one core busy. The second is about the newest interpreter;
+# the first takes the preferred one, the site, libFuzzer, and then what the newest is asked of libraries. What the C++ tests
+# are about knows no Python, so they are built and run once, and so is the library that stands in for ours.
+# shellcheck disable=SC2030,SC2031 # each job has tests of its own
 test_on_both() { # PREFERRED NEWEST
-    local log=$root/build/newest.log first second status=0
+    local of_libraries=("$root"/tests/python/test_{convert,dask,files,fuzz,libraries,mpi,transport}.py)
+    local log=$root/build/newest.log old new first second status=0
+    old=$(version_of "$1")
+    new=$(version_of "$2")
+    mkdir -p "$root/build"
+    rm -f "$root"/build/{"$old.built","$new.built",failed}
     set -m # so that both can be interrupted, each by itself
     trap 'kill -TERM -- "-$first" "-$second"' INT TERM
     {
-        "$root/scripts/docs.sh" --python "$2"
+        trap note_failure EXIT
+        build_and_run_cpp_tests_on "$1"
+        touch "$root/build/$old.built"
         test_on "$1" "$1"
+        "$root/scripts/docs.sh" --python "$2"
+        "$root/scripts/fuzz.sh" --native -- --runs 20000
+        wait_until_built "$new"
+        python_tests=("${of_libraries[@]}") clients=clients-of-libraries
+        test_on "$2" "$1" || chosen_are_elsewhere
     } &
     first=$!
     {
+        trap note_failure EXIT
         build_on "$2" OFF
-        test_on "$2" "$1"
+        touch "$root/build/$new.built"
+        wait_until_built "$old"
+        python_tests+=("${of_libraries[@]/#/--ignore=}")
+        test_on "$2" "$1" || chosen_are_elsewhere
     } >"$log" 2>&1 &
     second=$!
     wait "$first" || status=$?
@@ -148,15 +192,13 @@ with_libraries=''
 [[ ${option[libraries]} == no ]] || with_libraries=$preferred
 
 "$root/scripts/lint.sh"
-build_on "$preferred" ON
-say "C++ tests"
-run_cpp_tests "$root/.venv/$(version_of "$preferred")" "$root/build/$(version_of "$preferred")"
-[[ ${option[all]} == no ]] || "$root/scripts/fuzz.sh" --native -- --runs 20000
-if [[ ${option[all]} == no ]]; then
-    test_on "$preferred" "$preferred"
-elif [[ $(version_of "$newest") == "$(version_of "$preferred")" ]]; then
-    "$root/scripts/docs.sh" --python "$newest"
-    test_on "$preferred" "$preferred"
-else
+if [[ ${option[all]} == yes && $(version_of "$newest") != "$(version_of "$preferred")" ]]; then
     test_on_both "$preferred" "$newest"
+    exit
+fi
+build_and_run_cpp_tests_on "$preferred"
+test_on "$preferred" "$preferred"
+if [[ ${option[all]} == yes ]]; then
+    "$root/scripts/docs.sh" --python "$newest"
+    "$root/scripts/fuzz.sh" --native -- --runs 20000
 fi

@@ -54,4 +54,5 @@ def _laid_over(buffer: memoryview, dtype: np.dtype[Any], told: dict[str, Any]) -
         first, end, strides = offset, offset, None
     if first < 0 or end > buffer.nbytes:
         raise ValueError(f"bytes {first} to {end} of a buffer of {buffer.nbytes}")
-    return np.ndarray(shape, dtype, buffer, offset, strides)
+    laid: NDArray[Any] = np.ndarray(shape, dtype, buffer, offset, strides)
+    return laid
