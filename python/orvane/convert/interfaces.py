@@ -24,16 +24,16 @@ def ndarray_over_buffer(obj: Any) -> NDArray[Any] | None:
     buffer = told.get("data")
     if buffer is None or isinstance(buffer, tuple):
         return None
-    dtype = np.dtype(told["typestr"])
-    if dtype.kind == "V":
-        dtype = np.dtype(told.get("descr", dtype))
     try:
-        return _laid_over(memoryview(buffer), dtype, told)
+        return _laid_over(memoryview(buffer), told)
     except (ArithmeticError, BufferError, LookupError, TypeError, ValueError) as error:
         raise ValueError(f"{name_of(obj)} contradicts itself: {error}") from error
 
 
-def _laid_over(buffer: memoryview, dtype: np.dtype[Any], told: dict[str, Any]) -> NDArray[Any]:
+def _laid_over(buffer: memoryview, told: dict[str, Any]) -> NDArray[Any]:
+    dtype = np.dtype(told["typestr"])
+    if dtype.kind == "V":
+        dtype = np.dtype(told.get("descr", dtype))
     shape = tuple(map(index, told["shape"]))
     offset = index(told.get("offset", 0))
     strides = told.get("strides")
