@@ -104,6 +104,13 @@ PYBIND11_MODULE(loan_client, module) {
         const auto address = reinterpret_cast<std::uintptr_t>(elements.data());
         return std::pair(taken(python::toPython(std::move(elements), extents)), address);
     });
+    // Owners that are asked beside being moved in, as callers write it.
+    module.def("moved_beside", [](std::vector<double> owner, std::vector<double> vector) {
+        const auto block = python::adoptBlock(owner.data(), {2, owner.size() / 2}, std::move(owner));
+        const auto array = python::toPython(python::Vector<double>(std::move(vector), {2, vector.size() / 2}));
+        return std::pair(py::reinterpret_borrow<py::object>(block.get()),
+                         py::reinterpret_borrow<py::object>(array.get()));
+    });
     module.def("given_up", [](std::size_t count) {
         auto array = data::ArrayFactory().createArray<double>({1, count});
         const auto address = reinterpret_cast<std::uintptr_t>(data::writableElementsOf(array).data());

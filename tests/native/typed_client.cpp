@@ -198,6 +198,8 @@ Reference throwFault(PyObject* arguments) {
         data::ArrayFactory().createBuffer<double>(1UL << 58);
     } else if (kind == "refusal") {
         data::TypedArray<float>(data::ArrayFactory().createScalar(1.0));
+    } else if (kind == "bytes") {
+        throw std::runtime_error("caf\xe9");
     }
     throw std::runtime_error("a fault of the client's own");
 }

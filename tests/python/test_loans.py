@@ -64,8 +64,8 @@ def test_refusals(loans):
         loans.lend(edge, True, False)
 
 
-@pytest.mark.parametrize("read_only", [False, True])
-def test_blocks_of_others(loans, read_only):
+@pytest.mark.parametrize(("read_only", "too_large"), [(False, 2**62), (True, 2**63)])
+def test_blocks_of_others(loans, read_only, too_large):
     before = loans.released()
     array = loans.adopted(read_only, [2, 3, 1])
     assert array == orvane.double([[1, 3, 5], [2, 4, 6]])
@@ -84,7 +84,7 @@ def test_blocks_of_others(loans, read_only):
     )  # whoever comes next does what is left
     assert loans.released() == before + 1
     with refused(ValueError, "the block cannot be as large as its extents make it."):
-        loans.adopted(read_only, [2**62, 2**62])
+        loans.adopted(read_only, [too_large, 4])
     assert loans.released() == before + 2
 
 
@@ -96,6 +96,7 @@ def test_what_is_given_up_is_not_copied(loans):
         assert array.buffer_info() == (address, 6)
     with refused(ValueError, "the vector has another number of elements than the extents make"):
         loans.moved([1, 2], [3])
+    assert loans.moved_beside([1, 2, 3, 4], [1, 2, 3, 4]) == (orvane.double([[1, 3], [2, 4]]),) * 2
 
 
 WITHOUT_TABLE = """

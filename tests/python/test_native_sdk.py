@@ -92,6 +92,7 @@ from_buffer(Exporter(bytes(8), '>d', 8, (1,))) -> RuntimeError: format character
 from_buffer(b'ab') -> [[97, 98]]
 throw_fault('memory') -> MemoryError: NO WORDS
 throw_fault('refusal') -> RuntimeError: Can't convert the Array to this TypedArray
+throw_fault('bytes') -> RuntimeError: caf\\xe9
 throw_fault('other') -> RuntimeError: a fault of the client's own
 """)
 def test_faults_become_errors_of_python(typed, expression, answer):
@@ -176,6 +177,15 @@ def test_flags_for_other_build_systems(tmp_path):
     path = f"import sys; sys.path.append({str(tmp_path)!r}); "
     assert run(sys.executable, "-c", path + use) == "[[0.0,0.0]]\n"
     assert f"-I{orvane.get_include()}" in flags
+
+
+@pytest.mark.parametrize("name", ["pybind11_client", "nanobind_client"])
+def test_a_module_tells_which_package_is_missing(name):
+    found = f"import sys; sys.path[:0] = [{str(build_directory())!r}]\n"
+    missing = "sys.modules['orvanemultidimarrayforpython'] = None\n"
+    load = f"try:\n  import {name}\nexcept ImportError as error:\n  print(error)"
+    told = run(sys.executable, "-c", found + missing + load)
+    assert "orvanemultidimarrayforpython" in told, told
 
 
 USE_OF_BUILT_CLIENTS = """

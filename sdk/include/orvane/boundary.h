@@ -107,8 +107,8 @@ typedef void (*OrvaneFactoryDestroy)(OrvaneFactory* factory);
 typedef int (*OrvaneFactoryCreateBuffer)(OrvaneFactory* factory, void** buffer, OrvaneDeleter* deleter, int type,
                                          unsigned long numElements);
 
-/** An array around a block of one's own or from number 13, column-major. The block has to be writable. It is the
- * library's from here on, also when the call fails, and goes through its deleter once. */
+/** An array around a block of one's own or from number 13, column-major. The block has to be writable, and aligned as
+ * its elements ask. It is the library's from here on, also when the call fails, and goes through its deleter once. */
 typedef int (*OrvaneFactoryCreateArrayFromColumnMajorBuffer)(OrvaneFactory* factory, int type, unsigned long* dims,
                                                              unsigned long numDims, void* buffer, OrvaneDeleter deleter,
                                                              OrvaneArray** out);

@@ -91,7 +91,8 @@ typedef struct OrvaneExchange {
     const OrvaneLoan* (*lend)(PyObject* array, unsigned flags);
 
     /** Gives a loan back; does nothing for null. On any thread, with the interpreter lock or without, also while the
-     * interpreter ends. Without the lock the rest of the work is left to a thread that has it. */
+     * interpreter ends. Without the lock the rest of the work is left to a thread that has it: freeing blocks, and
+     * bringing the array that was handed out up to date. */
     void (*giveBack)(const OrvaneLoan* loan);
 
     /** Position 0 of the capsule for who gives up every pointer to `impl`: the same array, and no element is copied.

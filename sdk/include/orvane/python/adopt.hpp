@@ -7,6 +7,8 @@
 #include <orvane/python/exchange.hpp>
 #include <orvane/python/reference.hpp>
 
+#include <algorithm>
+#include <concepts>
 #include <cstddef>
 #include <memory>
 #include <type_traits>
@@ -17,6 +19,15 @@ namespace orvane {
 namespace [[gnu::visibility("hidden")]] python {
 
 namespace detail {
+
+/// As the table takes them. ValueError for those that no memory has.
+inline std::vector<std::ptrdiff_t> signedExtents(const std::vector<std::size_t>& extents) {
+    if (!std::ranges::all_of(extents, [](std::size_t extent) { return std::in_range<std::ptrdiff_t>(extent); })) {
+        PyErr_SetString(PyExc_ValueError, "the block cannot be as large as its extents make it.");
+        throw PythonError();
+    }
+    return {extents.begin(), extents.end()};
+}
 
 /// A new Python array around a block whose elements have that number; the rest as by `adoptBlock`.
 template <class Owner>
@@ -52,19 +63,25 @@ Reference adopt(void* elements, int type, const std::vector<std::ptrdiff_t>& ext
 ///
 /// ValueError for a block that is null and has elements, is not aligned, or would be larger than memory can be,
 /// ImportError when the package at hand is too old.
+// The owner comes by reference: `adoptBlock(vector.data(), {1, vector.size()}, std::move(vector))` may have its
+// arguments worked out in any order, and a parameter by value would take the vector before it is asked.
 template <class T, class Owner>
-    requires PythonElement<std::remove_const_t<T>> && std::is_nothrow_destructible_v<Owner>
-Reference adoptBlock(T* elements, const std::vector<std::size_t>& extents, Owner owner) {
-    static_assert(!std::is_pointer_v<Owner> && !std::is_arithmetic_v<Owner>,
-                  "a pointer or a number keeps nothing: of a Python object take a Reference");
-    if constexpr (std::is_invocable_v<Owner&, T*>) {
-        return adoptBlock(elements, extents, std::unique_ptr<T, Owner>(elements, std::move(owner)));
-    } else if constexpr (std::is_invocable_v<Owner&>) {
-        return adoptBlock(elements, extents, [owner = std::move(owner)](T*) mutable { owner(); });
+    requires PythonElement<std::remove_const_t<T>> && std::constructible_from<std::decay_t<Owner>, Owner>
+Reference adoptBlock(T* elements, const std::vector<std::size_t>& extents, Owner&& owner) {
+    using Kept = std::decay_t<Owner>;
+    static_assert(std::is_nothrow_destructible_v<Kept>, "nobody could handle what an owner throws when it goes");
+    if constexpr (std::is_invocable_v<Kept&, T*>) {
+        return adoptBlock(elements, extents, std::unique_ptr<T, Kept>(elements, std::forward<Owner>(owner)));
+    } else if constexpr (std::is_invocable_v<Kept&>) {
+        return adoptBlock(elements, extents, [owner = Kept(std::forward<Owner>(owner))](T*) mutable { owner(); });
+    } else {
+        static_assert(!std::is_pointer_v<Kept> && !std::is_arithmetic_v<Kept>,
+                      "a pointer or a number keeps nothing: of a Python object take a Reference");
+        using Element = std::remove_const_t<T>;
+        Kept kept(std::forward<Owner>(owner)); // goes with all that is refused
+        return detail::adopt(const_cast<Element*>(elements), arrayTypeNumber<Element>, detail::signedExtents(extents),
+                             std::is_const_v<T>, std::move(kept));
     }
-    using Element = std::remove_const_t<T>;
-    return detail::adopt(const_cast<Element*>(elements), arrayTypeNumber<Element>, {extents.begin(), extents.end()},
-                         std::is_const_v<T>, std::move(owner));
 }
 
 /// A new Python array that takes a vector over, without a copy: a row, or of the extents told, whose product is the

@@ -174,9 +174,12 @@ Reference arrayOf(const TensorContent& content, DlpackTensor<Form> tensor) {
 /// No dimension makes an array of 1 by 1, one dimension a row; extents of 1 beyond the second are dropped at the end.
 ///
 /// BufferError for other devices, element types that arrays do not have (several lanes among them), extents and strides
-/// that cannot be true, and major versions that are not known.
+/// that cannot be true, and major versions that are not known. TypeError for a null pointer.
 template <DlpackForm Form>
 Reference fromDlpack(DlpackTensor<Form> tensor, DlpackCopy copy = DlpackCopy::IfNeeded) {
+    if (!tensor) {
+        detail::refuse("a DLPack tensor", nullptr);
+    }
     const detail::TensorContent content = detail::contentOf(*tensor, copy);
     return detail::arrayOf(content, std::move(tensor));
 }

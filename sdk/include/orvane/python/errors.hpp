@@ -39,10 +39,11 @@ public:
         detail::registerPendingTranslator();
     }
     PythonError(const PythonError& other) noexcept
-        : m_type(other.m_type), m_value(other.m_value), m_traceback(other.m_traceback) {
+        : m_type(other.m_type), m_value(other.m_value), m_traceback(other.m_traceback), m_words(other.m_words) {
         Py_XINCREF(m_type);
         Py_XINCREF(m_value);
         Py_XINCREF(m_traceback);
+        Py_XINCREF(m_words);
     }
     PythonError& operator=(const PythonError&) = delete;
     ~PythonError() override {
@@ -50,6 +51,7 @@ public:
             const PendingError kept;
             const Reference type(m_type), value(m_value), traceback(m_traceback);
         }
+        const Reference words(m_words); // bytes, with which no code of others goes
     }
 
     /// Sets the error again, for once. What is pending instead by then is reported as what nobody can handle.
@@ -60,17 +62,50 @@ public:
         }
     }
 
-    const char* what() const noexcept override { return "a Python error was set"; }
+    /// The error in words, "KeyError: 'name'", for handlers that know nothing of Python. Without the interpreter lock
+    /// only if they were kept.
+    const char* what() const noexcept override {
+        if (detail::holdsInterpreterLock()) {
+            keepWords();
+        }
+        return m_words != nullptr ? PyBytes_AsString(m_words) : "a Python error was set";
+    }
+
+    /// Has `what` know the words from now on. Runs the error's code, which makes them, and needs the lock.
+    void keepWords() const noexcept {
+        if (m_words != nullptr || m_type == nullptr) {
+            return;
+        }
+        detail::sleepIfEnded([this] {
+            const PendingError kept;
+            PyErr_NormalizeException(&m_type, &m_value, &m_traceback);
+            const Reference name(PyObject_GetAttrString(m_type, "__name__"));
+            const Reference text(name ? PyUnicode_FromFormat("%U: %S", name.get(), m_value) : nullptr);
+            m_words = text ? PyUnicode_AsEncodedString(text.get(), "utf-8", "backslashreplace") : nullptr;
+            PyErr_Clear();
+        });
+    }
 
 private:
     mutable PyObject* m_type = nullptr; ///< null once the error has been set again
     mutable PyObject* m_value = nullptr;
     mutable PyObject* m_traceback = nullptr;
+    mutable PyObject* m_words = nullptr; ///< bytes, or null
 };
 
 namespace detail {
 
 using OutOfMemory = data::detail::ArrayException<Exception, data::ExceptionType::OutOfMemory>;
+
+/// RuntimeError with the words of an exception, of whatever encoding: bytes that are not UTF-8 show as "\\xe9".
+inline void setRuntimeError(const char* words) {
+    PyErr_Clear();
+    const Reference text(PyUnicode_DecodeUTF8(words, static_cast<Py_ssize_t>(std::char_traits<char>::length(words)),
+                                              "backslashreplace"));
+    if (text) {
+        PyErr_SetObject(PyExc_RuntimeError, text.get());
+    }
+}
 
 /// Sets the Python errors of the exceptions that a binding library does not know, and lets all others go on.
 inline void translate(const std::exception_ptr& exception) {
@@ -131,7 +166,7 @@ PyObject* guarded(Body&& body) {
     } catch (const detail::OutOfMemory&) {
         PyErr_NoMemory();
     } catch (const std::exception& fault) {
-        PyErr_SetString(PyExc_RuntimeError, fault.what());
+        detail::setRuntimeError(fault.what());
     } catch (detail::ThreadEnd&) {
         throw;
     } catch (...) {

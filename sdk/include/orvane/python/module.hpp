@@ -88,7 +88,12 @@ bool isOfTypeOf(PyObject* object) {
 /// Fetches Orvane's module now, where otherwise the first use does it. Best done in the initialisation of the client's
 /// module: a package that is missing is told there, and a binding library knows this layer's errors from then on.
 inline void importOrvane() {
-    detail::module();
+    try {
+        detail::module();
+    } catch (const PythonError& error) {
+        error.keepWords(); // binding libraries make an ImportError of `what`
+        throw;
+    }
 }
 
 /// Whether an object is an array of that element type, real or complex as `T` is; false for null.

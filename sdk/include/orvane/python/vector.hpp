@@ -24,9 +24,12 @@ class Vector : public std::vector<T> {
 public:
     using std::vector<T>::vector;
     Vector() = default;
-    /// The extents' product has to be the number of elements.
-    Vector(std::vector<T> elements, std::vector<std::size_t> extents = {})
+    /// The extents' product has to be the number of elements. A vector that is moved in can still be asked for its size
+    /// in the extents, in whatever order the arguments are worked out.
+    Vector(std::vector<T>&& elements, std::vector<std::size_t> extents = {})
         : std::vector<T>(std::move(elements)), m_extents(std::move(extents)) {}
+    Vector(const std::vector<T>& elements, std::vector<std::size_t> extents = {})
+        : std::vector<T>(elements), m_extents(std::move(extents)) {}
 
     /// What Python's array is going to have: empty for a row.
     const std::vector<std::size_t>& extents() const noexcept { return m_extents; }
