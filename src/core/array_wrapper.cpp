@@ -121,9 +121,10 @@ ODArrayWrapper::Exported ODArrayWrapper::exportElements(bool isSnapshot) {
 }
 
 void ODArrayWrapper::reshape(std::shared_ptr<const Layout> layout) {
-    // What native code wrote into its side becomes visible here, as the mirror is made anew from the data array.
+    // What native code wrote into its side becomes visible here, as the mirror is made anew from the data array; but
+    // not while somebody writes to the mirror, perhaps on another thread, whose writes would be lost.
     catchUp();
-    if (isSplit() && m_layout->elementCount() > 0) // an empty block may be null
+    if (isSplit() && m_openWritings == 0 && m_layout->elementCount() > 0) // an empty block may be null
         std::memcpy(m_mirrorElements, dataElements(), static_cast<std::size_t>(m_layout->sizeInBytes()));
     if (m_isLayoutExported)
         rare().formerLayouts.insert(m_layout);
@@ -143,8 +144,12 @@ void ODArrayWrapper::prepareForWriting() {
     const bool mayMove = !data::elementsNeverMove();
     // Elements that move leave their former block, whose deleter may be native code's: a copy does that in good order.
     // And where they have gone may be refused, which of a copy is no loss.
-    if (m_array.useCount() > 1 || isReadOnly() || (mayMove && (m_mayBeForeign || mayLoseElements(m_array))))
-        return replaceDataArrayByCopy();
+    if (m_array.useCount() > 1 || isReadOnly() || (mayMove && (m_mayBeForeign || mayLoseElements(m_array)))) {
+        do {
+            replaceDataArrayByCopy();
+        } while (m_array.useCount() > 1); // again when code that ran on the way has handed the copy out
+        return;
+    }
     if (mayMove) {
         m_dataElements = ownElementsOf(m_array);
         if (!isSplit())
@@ -188,6 +193,8 @@ void ODArrayWrapper::split() {
         return copyMirror();
     // The block becomes the mirror, which assignments write to; whoever shares it so far must not see that.
     prepareForWriting();
+    if (isSplit()) // by code that ran on the way
+        return;
     data::Array copy = copyElements(m_array, *m_layout);
     std::byte* const elements = ownElementsOf(copy);
     rare();

@@ -5,6 +5,7 @@ from __future__ import annotations
 import gc
 import os
 import sys
+from threading import Thread
 from typing import Any
 
 import pytest
@@ -97,6 +98,17 @@ def test_what_is_given_up_is_not_copied(loans):
     with refused(ValueError, "the vector has another number of elements than the extents make"):
         loans.moved([1, 2], [3])
     assert loans.moved_beside([1, 2, 3, 4], [1, 2, 3, 4]) == (orvane.double([[1, 3], [2, 4]]),) * 2
+
+
+def test_a_reshape_loses_no_writes_of_another_thread(loans):
+    np, a = pytest.importorskip("numpy"), orvane.double(size=(1000, 1000))
+    loans.handed_out(a)
+    with orvane.writable(a) as n:
+        adding = Thread(target=lambda: [np.add(n, 1, out=n) for _ in range(50)])
+        adding.start()
+        while adding.is_alive():
+            a.reshape(500, 2000).reshape(1000, 1000)
+        assert n.min() == 50
 
 
 WITHOUT_TABLE = """
