@@ -17,15 +17,24 @@ constexpr std::size_t vectorPosition = 2;
 /// The values in the order of `keywords`; null for those that are absent.
 using Values = std::array<PyObject*, keywords.size()>;
 
+/// Fills what is missing; false, with no error set, where there is no memory for it. Not by a guarded initialisation:
+/// there, code of the caller's may run that comes back here, or another thread, which would wait for ever.
+[[gnu::cold]] bool internNames(Values& names) {
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (names[i] == nullptr && (names[i] = PyUnicode_InternFromString(keywords[i])) == nullptr) {
+            PyErr_Clear();
+            return false;
+        }
+    }
+    return true;
+}
+
 /// The position of an argument that is given under the very string object that programs have for its name: names
 /// written in a call are interned. Nothing for any other object, though it may be an equal string.
 std::optional<std::size_t> positionOfInternedName(PyObject* name) {
-    static const std::array names = [] {
-        Values interned;
-        std::ranges::transform(keywords, interned.begin(), PyUnicode_InternFromString);
-        PyErr_Clear(); // without memory for a name it will not be found
-        return interned;
-    }();
+    static constinit Values names{}; // owned to the end of the process
+    if (names.back() == nullptr && !internNames(names)) [[unlikely]]
+        return std::nullopt;
     const auto found = std::ranges::find(names, name);
     return found != names.end() ? std::optional(static_cast<std::size_t>(found - names.begin())) : std::nullopt;
 }

@@ -354,9 +354,11 @@ bool FinalConstructorParser<T>::readBlockInitializer(PyObject* initializer) {
         return false;
     const Dims extents(block.counts().begin(), block.counts().end());
     m_shape.initializerDims().assign(extents.begin(), extents.end());
-    if (PyRange_Check(initializer) && m_shape.agreementWithSize() != Agreement::Agrees &&
-        canStore<RealElement<T>>(*itemsOfRange(initializer)))
-        return settleDims(extents.front()); // which says so: there is no other fault, however long the range
+    if (PyRange_Check(initializer) && m_shape.agreementWithSize() != Agreement::Agrees) {
+        const auto items = itemsOfRange(initializer);
+        if (items && canStore<RealElement<T>>(*items))
+            return settleDims(extents.front()); // which says so: there is no other fault, however long the range
+    }
     return readByShortCut(asSpan(extents), [&](T* target) { return readBlockInto(block, target); });
 }
 

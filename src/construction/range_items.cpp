@@ -21,6 +21,7 @@ std::optional<long long> rangeAttribute(PyObject* range, const char* name) {
 } // namespace
 
 std::optional<RangeItems> itemsOfRange(PyObject* range) {
+    const PyRef held = PyRef::borrow(range); // raising an error may run code that empties the list in which it stands
     const auto first = rangeAttribute(range, "start");
     const auto step = rangeAttribute(range, "step");
     const Py_ssize_t length = PySequence_Size(range);

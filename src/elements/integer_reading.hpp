@@ -40,11 +40,18 @@ inline bool readInteger(PyObject* integer, long long& value) noexcept {
 
 /// The same for values that only an unsigned number can hold.
 inline bool readUnsignedInteger(PyObject* integer, std::uint64_t& value) {
+#if PY_VERSION_HEX < 0x030C0000
+    // No error is set, not even for a moment: where another is being handled, its exception would be made at once, and
+    // making it may run a collection, and code of the caller's with it.
+    value = PyLong_AsUnsignedLongLongMask(integer);
+    return _PyLong_Sign(integer) >= 0 && _PyLong_NumBits(integer) <= std::numeric_limits<std::uint64_t>::digits;
+#else
     value = PyLong_AsUnsignedLongLong(integer);
     if (value != std::numeric_limits<std::uint64_t>::max() || PyErr_Occurred() == nullptr)
         return true;
     PyErr_Clear();
     return false;
+#endif
 }
 
 } // namespace orvane::python

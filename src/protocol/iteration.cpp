@@ -64,9 +64,9 @@ PyObject* OCPyIterState::next() {
         return nullptr;
     }
     const long position = m_view.chain().absolutePosition(m_place);
-    PyObject* item = withMemoryErrors(static_cast<PyObject*>(nullptr), [&] { return itemAt(position); });
+    // Before the item is asked for: raising an error may run code of the caller's that lets go of the iterator.
     advance();
-    return item;
+    return withMemoryErrors(static_cast<PyObject*>(nullptr), [&] { return itemAt(position); });
 }
 
 PyObject* OCPyIterState::itemAt(long position) const {

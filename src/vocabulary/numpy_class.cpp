@@ -15,15 +15,23 @@ bool resembles(const PyTypeObject* type) {
            std::strcmp(type->tp_name, "numpy.ndarray") == 0;
 }
 
+/// What stands under a name in a dictionary, borrowed; null, with no error set, where there is nothing. The dictionary
+/// itself would ask keys of other classes than `str` whether they are equal, which is code of the caller's.
+PyObject* find(PyObject* dictionary, const char* name) {
+    PyObject* key = nullptr;
+    PyObject* value = nullptr;
+    for (Py_ssize_t place = 0; PyDict_Next(dictionary, &place, &key, &value) != 0;) {
+        if (PyUnicode_CheckExact(key) && PyUnicode_CompareWithASCIIString(key, name) == 0)
+            return value;
+    }
+    return nullptr;
+}
+
 /// The class among the loaded modules, borrowed; null, with no error set, where there is none.
 PyObject* lookUp() {
     PyObject* const modules = PyImport_GetModuleDict();
-    PyObject* const numpy =
-        modules != nullptr && PyDict_CheckExact(modules) ? PyDict_GetItemString(modules, "numpy") : nullptr;
-    PyObject* const found = numpy != nullptr && PyModule_CheckExact(numpy)
-                                ? PyDict_GetItemString(PyModule_GetDict(numpy), "ndarray")
-                                : nullptr;
-    return found;
+    PyObject* const numpy = modules != nullptr && PyDict_CheckExact(modules) ? find(modules, "numpy") : nullptr;
+    return numpy != nullptr && PyModule_CheckExact(numpy) ? find(PyModule_GetDict(numpy), "ndarray") : nullptr;
 }
 
 } // namespace
