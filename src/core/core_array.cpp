@@ -56,7 +56,8 @@ ODArrayWrapper* OCppPyArray::exportSource(bool& isSnapshot) {
         std::shared_ptr<ODArrayWrapper> wrapper = clonedWrapper();
         if (!wrapper)
             return nullptr;
-        m_snapshot->exported = std::move(wrapper);
+        if (!m_snapshot->exported) // the handler of a signal may have exported it, and what has been stays
+            m_snapshot->exported = std::move(wrapper);
     }
     return m_snapshot->exported.get();
 }

@@ -3,6 +3,7 @@
 #include "core/array_object.hpp"
 #include "vocabulary/boundary.hpp"
 #include "vocabulary/element_vocabulary.hpp"
+#include "vocabulary/py_ref.hpp"
 #include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
@@ -16,6 +17,7 @@ int refuse(Py_buffer* view, const char* message) {
 }
 
 int fillView(PyObject* self, OCppPyArray& core, Py_buffer* view, int flags) {
+    const PyRef held = PyRef::borrow(self); // `bytes.join` holds items no longer than they stand in their list
     bool isSnapshot = false;
     ODArrayWrapper* source = core.exportSource(isSnapshot);
     if (source == nullptr) {

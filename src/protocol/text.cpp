@@ -8,6 +8,7 @@
 #include "protocol/number_text.hpp"
 #include "vocabulary/boundary.hpp"
 #include "vocabulary/caller_code.hpp"
+#include "vocabulary/py_ref.hpp"
 
 namespace orvane::python {
 
@@ -91,6 +92,7 @@ PyObject* textOf(PyObject* self, bool withTypeName) {
     const OCppPyArray* core = requireCoreArray(self);
     if (core == nullptr)
         return nullptr;
+    const PyRef held = PyRef::borrow(self); // a list that is written holds its items no longer than they stand in it
     return withMemoryErrors(static_cast<PyObject*>(nullptr), [&] { return textFormAsPyObject(*core, withTypeName); });
 }
 
