@@ -45,6 +45,30 @@ bool fills(const std::vector<std::size_t>& extents, std::size_t elementSize, std
     throw python::PythonError();
 }
 
+/// Memory that an exporter shows for as long as this lives. A memoryview of our own has it, which does not hinder the
+/// exporter's from being released; and a buffer of that keeps it from being released itself, by who comes upon it among
+/// the objects that the garbage collector knows.
+class ShownMemory {
+public:
+    explicit ShownMemory(PyObject* exporter) {
+        const python::Reference view(PyMemoryView_FromObject(exporter));
+        if (!view || PyObject_GetBuffer(view.get(), &m_buffer, PyBUF_FULL_RO) != 0) {
+            throw python::PythonError();
+        }
+    }
+    ShownMemory(ShownMemory&& other) noexcept : m_buffer(std::exchange(other.m_buffer, {})) {}
+    ~ShownMemory() {
+        if (m_buffer.obj != nullptr) {
+            python::detail::releaseAtScopeEnd([this] { PyBuffer_Release(&m_buffer); });
+        }
+    }
+
+    const Py_buffer& operator*() const noexcept { return m_buffer; }
+
+private:
+    Py_buffer m_buffer{};
+};
+
 /// The array that `make` makes of the memory, the format and the size in the arguments: called for the element type,
 /// with the memory and the extents, which agree.
 template <class Make>
@@ -57,21 +81,16 @@ PyObject* arrayOfMemory(PyObject* arguments, const char* wanted, Make make) {
             throw python::PythonError();
         }
         const std::vector<std::size_t> extents = extentsOf(size);
-        // It is nobody else's, so that nobody can release it before its time.
-        python::Reference view(PyMemoryView_FromObject(source));
-        if (!view) {
-            throw python::PythonError();
-        }
-        const Py_buffer& buffer = *PyMemoryView_GET_BUFFER(view.get());
-        if (PyBuffer_IsContiguous(&buffer, 'A') == 0) {
+        ShownMemory memory(source);
+        if (PyBuffer_IsContiguous(&*memory, 'A') == 0) {
             refuse(PyExc_ValueError, "the memory has gaps");
         }
         python::Reference array;
         const auto makeAs = [&]<class T>() {
-            if (!fills(extents, sizeof(T), static_cast<std::size_t>(buffer.len))) {
+            if (!fills(extents, sizeof(T), static_cast<std::size_t>((*memory).len))) {
                 refuse(PyExc_ValueError, "the memory is not as large as the array");
             }
-            array = make.template operator()<T>(std::move(view), extents);
+            array = make.template operator()<T>(std::move(memory), extents);
         };
         if (!visitFormat(format, makeAs)) {
             PyErr_Format(PyExc_TypeError, "arrays have no elements of the format '%s'", format);
@@ -84,17 +103,17 @@ PyObject* arrayOfMemory(PyObject* arguments, const char* wanted, Make make) {
 } // namespace
 
 PyObject* adopt(PyObject*, PyObject* arguments) {
-    return arrayOfMemory(arguments, "OsO:adopt", []<class T>(python::Reference view, const auto& extents) {
-        const Py_buffer& buffer = *PyMemoryView_GET_BUFFER(view.get());
+    return arrayOfMemory(arguments, "OsO:adopt", []<class T>(ShownMemory memory, const auto& extents) {
+        const Py_buffer& buffer = *memory;
         T* const elements = buffer.len > 0 ? static_cast<T*>(buffer.buf) : nullptr;
-        return buffer.readonly != 0 ? python::adoptBlock(static_cast<const T*>(elements), extents, std::move(view))
-                                    : python::adoptBlock(elements, extents, std::move(view));
+        return buffer.readonly != 0 ? python::adoptBlock(static_cast<const T*>(elements), extents, std::move(memory))
+                                    : python::adoptBlock(elements, extents, std::move(memory));
     });
 }
 
 PyObject* copyMemory(PyObject*, PyObject* arguments) {
-    return arrayOfMemory(arguments, "OsO:copy_memory", []<class T>(python::Reference view, const auto& extents) {
-        const Py_buffer& buffer = *PyMemoryView_GET_BUFFER(view.get());
+    return arrayOfMemory(arguments, "OsO:copy_memory", []<class T>(ShownMemory memory, const auto& extents) {
+        const Py_buffer& buffer = *memory;
         const auto bytes = static_cast<std::size_t>(buffer.len);
         auto block = data::ArrayFactory().createBuffer<T>(bytes / sizeof(T));
         T* const elements = bytes > 0 ? block.get() : nullptr;

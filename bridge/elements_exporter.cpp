@@ -87,7 +87,7 @@ public:
         if (m_loan && m_isWritable) {
             // A view that a reshape has left without its elements cannot be lent again; then the first loan stays.
             Loan reading(exchange->lend(m_array.get(), 0));
-            if (reading && reading->elements == m_loan->elements) {
+            if (reading && m_loan && reading->elements == m_loan->elements) { // lending may run code that ends the use
                 m_loan = std::move(reading);
             } else if (!reading) {
                 PyErr_Clear();
