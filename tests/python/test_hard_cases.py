@@ -151,6 +151,23 @@ print(orvane.double(5))
 > [[3.0,4.0]]
 > [[5.0]]
 """,
+    "what is let go of, or exported once more, in the midst of an operation": """
+import pickle, weakref
+def drop(*_): global dirt; items.clear(); dirt = [bytearray([255] * 40) for _ in range(99)]
+def export(*_): kept.append(pickle.PickleBuffer(items[0]))
+for use, handle in ((repr, drop), (b"".join, drop), (lambda items: memoryview(items[0]), export)):
+    items, kept = [double(size=(2**21, 1, 1, 1, 1, 2))[:]], []
+    signal.signal(signal.SIGALRM, handle); signal.setitimer(signal.ITIMER_REAL, 0.002)
+    told(lambda: len(use(items)))
+others = [double(size=(3 + i, 2, 1, 1, 1, 2)) for i in range(300)]
+print(all(buffer.raw().nbytes == 2**25 for buffer in kept))
+for threshold in range(1, 60):
+    gc.disable(); gc.collect(); gc.set_threshold(threshold)
+    items, cycle = [2**70], Items(None); cycle.item, watch = cycle, weakref.ref(cycle, drop)
+    try: del cycle; raise ValueError
+    except ValueError: gc.enable(); told(lambda: orvane.uint64(items))
+> True
+""",
     "keys that empty the dictionary in which they are looked up": """
 class Key(str):
     __hash__ = str.__hash__
