@@ -31,8 +31,10 @@ inline Module& moduleSlot() noexcept {
 }
 
 /// The type's own attribute of that name, whose function is called without looking the name up.
-inline const PyGetSetDef* attributeOf(PyTypeObject* type, std::string_view name) {
-    auto* attribute = static_cast<const PyGetSetDef*>(PyType_GetSlot(type, Py_tp_getset));
+inline const PyGetSetDef* attributeOf(PyObject* type, std::string_view name) {
+    const bool isType = PyType_Check(type) != 0;
+    auto* attribute = static_cast<const PyGetSetDef*>(
+        isType ? PyType_GetSlot(reinterpret_cast<PyTypeObject*>(type), Py_tp_getset) : nullptr);
     while (attribute != nullptr && attribute->name != nullptr && attribute->name != name) {
         ++attribute;
     }
@@ -62,7 +64,7 @@ inline Module importModule() {
         if (!types[i]) {
             throw PythonError();
         }
-        module.kinds[i] = attributeOf(reinterpret_cast<PyTypeObject*>(types[i].get()), "_is_complex");
+        module.kinds[i] = attributeOf(types[i].get(), "_is_complex");
     }
     for (std::size_t i = 0; i < elementTypeCount; ++i) {
         module.types[i] = reinterpret_cast<PyTypeObject*>(types[i].release());
