@@ -187,8 +187,11 @@ Storage adopt(void* block, detail::BufferDeleter deleter) noexcept {
 }
 
 void* roomBefore(const Storage& storage) noexcept {
-    return storage.get_deleter().deleter == freeHeapBlock ? static_cast<std::byte*>(storage.get()) - heapFront
-                                                          : nullptr;
+    const bool isOnHeap = storage && storage.get_deleter().deleter == freeHeapBlock;
+    if (!isOnHeap || heapHeaderOf(storage.get()).holders.load(std::memory_order_acquire) != 1) {
+        return nullptr;
+    }
+    return static_cast<std::byte*>(storage.get()) - heapFront;
 }
 
 void partFromRoom(const Storage& storage) noexcept {

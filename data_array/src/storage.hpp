@@ -48,7 +48,8 @@ Storage adopt(void* block, detail::BufferDeleter deleter) noexcept;
 inline constexpr std::size_t roomSize = 72;
 inline constexpr std::size_t roomAlignment = 8;
 
-/// The room of a block on the heap; null for all other blocks. It goes with the block.
+/// The room of a block on the heap, which goes with the block. Null for all other blocks, and as long as the array that
+/// has given the block away stands in the room.
 void* roomBefore(const Storage& storage) noexcept;
 /// From now on, room and elements are each freed for itself, by `freeRoom` and as any block, and the memory goes with
 /// the last of the two.

@@ -111,9 +111,12 @@ TEST(TypedArrays, releaseHandsOverTheVeryBufferOrACopyOfASharedOne) {
         const auto copy = TypedArray<T>(array).release();
         EXPECT_NE(copy.get(), address);
         EXPECT_EQ(std::vector<T>(copy.get(), copy.get() + 6), values<T>());
-        const auto buffer = array.release();
+        auto buffer = array.release();
         EXPECT_EQ(buffer.get(), address);
         EXPECT_EQ(std::vector<T>(buffer.get(), buffer.get() + 6), values<T>());
+        const auto next = ArrayFactory().createArrayFromBuffer<T>({3, 2}, std::move(buffer));
+        EXPECT_NE(next.impl(), array.impl()) << "made where the first one still stands";
+        EXPECT_EQ(elements(ArrayFactory().createArrayFromBuffer<T>({0}, std::move(buffer))), std::vector<T>());
     });
 }
 
