@@ -4,7 +4,8 @@
 // Of constant elements it reads, of others it writes, in place, as a `ColumnMajorSpan` does. `std::layout_stride` takes
 // the strides of the view that came; `std::layout_left` asks for elements without gaps, so that a view that has some is
 // gathered for reading and refused for writing, as is one of descending order with either. Arrays of fewer dimensions
-// are filled up with extents of 1, and extents that are fixed are checked. It is lent until the function has returned.
+// are filled up with extents of 1, and extents that are fixed are checked, as is that the index type can count to the
+// last element. It is lent until the function has returned.
 #pragma once
 
 #include <version>
@@ -41,6 +42,20 @@ struct MdspanShape : ExtentsLike<std::array<std::size_t, sizeof...(Fixed)>{Fixed
     static std::string came(const auto& loan) { return shapeOf(loan); }
 };
 
+/// With strides: offsets are numbers of the index type, too, up to that of the last element, which in a view may be far
+/// more than there are elements.
+template <class Index>
+struct MdspanReach : AscendingOrder {
+    static bool isMetBy(const auto& loan) {
+        std::size_t reach = 1;
+        for (std::size_t d = 0; d < loan.rank() && loan.size() > 0; ++d) {
+            reach += (loan.extent(d) - 1) * static_cast<std::size_t>(loan.stride(d));
+        }
+        return AscendingOrder::isMetBy(loan) && std::in_range<Index>(reach);
+    }
+    static std::string expected() { return AscendingOrder::expected() + ", within the reach of the index type"; }
+};
+
 template <class T, class Index, std::size_t... Fixed, class Layout>
     requires PythonElement<std::remove_const_t<T>>
 struct Argument<std::mdspan<T, std::extents<Index, Fixed...>, Layout>> {
@@ -49,7 +64,7 @@ struct Argument<std::mdspan<T, std::extents<Index, Fixed...>, Layout>> {
     static constexpr bool isResult = false;
     static constexpr std::size_t rank = sizeof...(Fixed);
     static constexpr bool isStrided = std::is_same_v<Layout, std::layout_stride>;
-    using Place = std::conditional_t<isStrided, AscendingOrder, NoGaps>;
+    using Place = std::conditional_t<isStrided, MdspanReach<Index>, NoGaps>;
     static_assert(isStrided || std::is_same_v<Layout, std::layout_left>,
                   "Python's arrays are column-major: take std::layout_left or std::layout_stride");
 
@@ -69,7 +84,8 @@ private:
         std::array<Index, rank> extents{}, strides{};
         for (std::size_t d = 0; d < rank; ++d) {
             extents[d] = static_cast<Index>(elements.extent(d));
-            strides[d] = elements.size() > 0 ? static_cast<Index>(elements.stride(d)) : Index{1};
+            const bool hasSteps = elements.size() > 0 && elements.extent(d) > 1;
+            strides[d] = hasSteps ? static_cast<Index>(elements.stride(d)) : Index{1};
         }
         const std::extents<Index, Fixed...> shape(extents);
         if constexpr (isStrided) {

@@ -53,7 +53,7 @@ private:
     };
 
     static int dropWhenCalled(void*) {
-        s_isCallPending = false;
+        s_isCallPending.exchange(false); // reads what `add` has written, so that its note is seen
         drop();
         return 0;
     }
