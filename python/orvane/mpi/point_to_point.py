@@ -10,7 +10,7 @@ from .. import AnyArray
 from .blocks import Block, Form
 from .engine import communicator, engine
 from .meeting import RankError
-from .waiting import VARIABLE, is_done_in_time, message_in_time, time_limit
+from .waiting import VARIABLE, Begun, message_in_time, time_limit
 
 if TYPE_CHECKING:
     from mpi4py.MPI import Comm as _Comm  # type: ignore[import-not-found, unused-ignore]
@@ -71,20 +71,20 @@ def sendrecv(
             _finish(begun, dest, sendtag)
 
 
-def _begun(comm: Any, given: Block, dest: int, tag: int) -> list[tuple[Any, object]]:
-    """The requests of both messages, each with what has to be kept until it is done."""
+def _begun(comm: Any, given: Block, dest: int, tag: int) -> list[Begun]:
+    """Both messages."""
     # With a limit in time, who sends waits for who receives, even if the message were small.
     begin = comm.Isend if time_limit() is None else comm.Issend
     told = _MARK + pickle.dumps(tuple(given.form))
-    begun: list[tuple[Any, object]] = [(begin([told, engine().BYTE], dest, tag), told)]
+    begun = [Begun(begin, [told, engine().BYTE], dest, tag)]
     if given.numbers.size:
-        begun.append((begin(given.message(), dest, tag), given))
+        begun.append(Begun(begin, given.message(), dest, tag, used=given))
     return begun
 
 
-def _finish(begun: list[tuple[Any, object]], dest: int, tag: int) -> None:
-    for request, used in begun:
-        if not is_done_in_time(request, used, begun):
+def _finish(begun: list[Begun], dest: int, tag: int) -> None:
+    for each in begun:
+        if not each.is_done_in_time():
             words = f"rank {dest} has received nothing with tag {tag}"
             raise RankError(f"send: {words} within the time that {VARIABLE} gives", dest)
 

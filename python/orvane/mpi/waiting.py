@@ -9,7 +9,8 @@ from __future__ import annotations
 
 import os
 import time
-from typing import Any
+from collections.abc import Callable
+from typing import Any, ClassVar
 
 from .engine import engine
 
@@ -18,8 +19,41 @@ _PAUSE = 5e-4
 _GRACE = 1.0
 """Seconds from the first call to the verdict; those who wait look for calls all the time."""
 
-_ABANDONED: list[object] = []
-"""What MPI may still read or write."""
+
+class Begun:
+    """What MPI has begun, and does while the program goes on: one of its functions, called.
+
+    What it reads or writes stays where it is until that is known to be done: for good where nobody
+    waits so long, as after an interrupt.
+    """
+
+    _under_way: ClassVar[set[Begun]] = set()
+
+    def __init__(self, begin: Callable[..., Any], *arguments: Any, used: object = None) -> None:
+        self._used = arguments, used
+        self._under_way.add(self)
+        try:
+            self._request = begin(*arguments)
+        except Exception:
+            self._under_way.discard(self)
+            raise
+
+    def is_done(self) -> bool:
+        if self._request.Test():
+            self._under_way.discard(self)
+        return self not in self._under_way
+
+    def is_done_in_time(self) -> bool:
+        """Waits for what takes two ranks."""
+        limit = time_limit()
+        deadline = time.monotonic() + (limit or 0)
+        if limit is None:
+            self._request.Wait()
+        while not self.is_done():
+            if time.monotonic() > deadline:
+                return False
+            time.sleep(_PAUSE)
+        return True
 
 
 def time_limit() -> float | None:
@@ -34,21 +68,6 @@ def time_limit() -> float | None:
     if not limit > 0:
         raise ValueError(f"{VARIABLE} must be a number of seconds, not {told!r}")
     return limit
-
-
-def is_done_in_time(request: Any, *used: object) -> bool:
-    """Waits for what takes two ranks; `used` is kept where that never ends."""
-    limit = time_limit()
-    if limit is None:
-        request.Wait()
-        return True
-    deadline = time.monotonic() + limit
-    while not request.Test():
-        if time.monotonic() > deadline:
-            _ABANDONED.extend((request, *used))
-            return False
-        time.sleep(_PAUSE)
-    return True
 
 
 def message_in_time(comm: Any, source: int, tag: int, status: Any) -> Any:
@@ -77,11 +96,10 @@ def missing_ranks(comm: Any, sent: list[Any], heard: list[Any]) -> list[int]:
     MPI = engine()  # noqa: N806
     tag = comm.Get_attr(MPI.TAG_UB)
     for begin, messages in ((comm.Iallgather, (sent, heard)), (comm.Ibarrier, ())):
-        request = begin(*messages)
+        begun = Begun(begin, *messages)
         deadline = time.monotonic() + limit
-        while not request.Test():
+        while not begun.is_done():
             if time.monotonic() > deadline or comm.Iprobe(MPI.ANY_SOURCE, tag):
-                _ABANDONED.extend((request, messages))
                 return _those_who_do_not_answer(comm, tag)
             time.sleep(_PAUSE)
     return []
@@ -91,7 +109,8 @@ def _those_who_do_not_answer(comm: Any, tag: int) -> list[int]:
     MPI = engine()  # noqa: N806
     missing = {*range(comm.size)} - {comm.rank}
     nothing = [b"", 0, MPI.BYTE]
-    _ABANDONED.extend(comm.Isend(nothing, rank, tag) for rank in missing)
+    for rank in missing:
+        Begun(comm.Isend, nothing, rank, tag)
     status = MPI.Status()
     verdict = time.monotonic() + _GRACE
     while missing and time.monotonic() < verdict:
