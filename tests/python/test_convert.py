@@ -241,6 +241,8 @@ in_buffer(shape=(0, 9), strides=(2**62, 1)) -> int8(size=(0, 9))
 in_buffer(shape=(3,)) -> {beyond}1 to 4 of a buffer of 3
 in_buffer(offset=-1) -> {beyond}-1 to 1 of a buffer of 3
 in_buffer(strides=(2**63 - 1,)) -> {beyond}1 to 9223372036854775809 of a buffer of 3
+(lambda b: (asarray(in_buffer(data=b)), b.clear()))(bytearray(3)) ->
+ BufferError: Existing exports of data: object cannot be re-sized
 in_buffer(typestr="|O", data=bytes(32)) ->
  ValueError: an object of type A contradicts itself:
  no extent is negative, and no object lies in a buffer

@@ -3,6 +3,7 @@
 import pytest
 
 import orvane
+from orvane.transport import array_from_elements
 from support import check, grid, python, refused, table
 
 PROLOGUE = """
@@ -203,9 +204,10 @@ a[1:0:-2**60].__reduce__()[1][1] -> [[0.0, 2.0], [1.0, 3.0]]
 str(int8(size=(10, 10**18, 2, 0))[9][9]) -> '[[],[]]'
 double(size=(10**9, 10**18, 0))[-1][-1].__reduce__()[1][1] -> []
 double([int.from_bytes(bytes(4), 'big')]) -> [[0.0]]
+read(int8, (1, 2), False, b'12', 'big') -> [[49, 50]]
 """)
 def test_places_and_numbers_that_need_care(expression, answer):
-    check(expression, answer, a=grid(2, 2))
+    check(expression, answer, a=grid(2, 2), read=array_from_elements)
 
 
 def test_a_composed_step_beyond_64_bits_leads_outside():

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 from operator import index
+from pickle import PickleBuffer
 from typing import TYPE_CHECKING, Any
 
 import numpy as np
@@ -54,5 +55,8 @@ def _laid_over(buffer: memoryview, told: dict[str, Any]) -> NDArray[Any]:
         first, end, strides = offset, offset, None
     if first < 0 or end > buffer.nbytes:
         raise ValueError(f"bytes {first} to {end} of a buffer of {buffer.nbytes}")
-    laid: NDArray[Any] = np.ndarray(shape, dtype, buffer, offset, strides)
+    # NumPy lets go of a buffer that it is given here, and who has it may move the memory then. An
+    # array over its bytes holds it.
+    held = np.asarray(PickleBuffer(buffer).raw())
+    laid: NDArray[Any] = np.ndarray(shape, dtype, held, offset, strides)
     return laid

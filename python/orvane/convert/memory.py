@@ -76,9 +76,10 @@ def array_of_bytes(
 ) -> AnyArray:
     """An array around a block of bytes where it is aligned and in native order, else of a copy.
 
-    Bytes, which nobody may write to, are copied at once: the first assignment would move the
-    elements otherwise, away from those who see them.
+    Elements of one byte have no order. Bytes, which nobody may write to, are copied at once: the
+    first assignment would move the elements otherwise, away from those who see them.
     """
+    is_swapped = is_swapped and kind.part_size > 1
     if not is_swapped and not isinstance(elements, bytes):
         try:
             return _bridge.adopt(elements, kind.format, size)

@@ -136,8 +136,9 @@ def _libraries_of(obj: Any) -> set[str]:
 
 def _ndarray_of_library(obj: Any, wish: Wish) -> NDArray[Any] | None:
     """What NumPy's arrays and the objects of known libraries hold; none for all others."""
-    loaded = sys.modules.get("numpy")
-    if loaded is not None and isinstance(obj, loaded.ndarray):
+    # Another thread may be importing it.
+    ndarray: Any = getattr(sys.modules.get("numpy"), "ndarray", ())
+    if isinstance(obj, ndarray):
         return _with_numbers(obj, wish)
     names = _libraries_of(obj)
     if "numpy" in names:
