@@ -5,6 +5,7 @@ from __future__ import annotations
 import sys
 from collections.abc import Iterable, Iterator
 from typing import TYPE_CHECKING, Any
+from uuid import uuid4
 
 import numpy as np
 from numpy.typing import NDArray
@@ -65,6 +66,7 @@ class Target:
         self._name = x.name
         places = np.ndindex(*x.numblocks)
         self._within = dict(zip(places, slices_from_chunks(x.chunks), strict=True))
+        self._token = uuid4().hex
 
     def take(self, block: Any, place: Place) -> None:
         where = f"block {place} of {self._name}"
@@ -82,8 +84,8 @@ class Target:
         self.take(block, block_id)
         return np.empty((0,) * len(block_id), np.bool_)
 
-    def __dask_tokenize__(self) -> int:
-        return id(self)
+    def __dask_tokenize__(self) -> str:
+        return self._token  # of this one alone: what Dask keeps for another has been brought there
 
 
 def _compute_here(x: Any, target: Target) -> None:
@@ -118,7 +120,7 @@ def _client_for(x: Any) -> Any:
     """
     distributed = sys.modules.get("distributed")
     client = getattr(get_scheduler(collections=[x]), "__self__", None)
-    if distributed is None or not isinstance(client, distributed.Client):
+    if client is None or distributed is None or not isinstance(client, distributed.Client):
         return None
     state = sys.modules["distributed.worker"].thread_state
     return None if hasattr(state, "execution_state") else client
