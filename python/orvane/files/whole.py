@@ -6,7 +6,7 @@ import errno
 import os
 import stat
 from collections.abc import Iterator
-from contextlib import contextmanager, suppress
+from contextlib import contextmanager
 from pathlib import Path
 from uuid import uuid4
 
@@ -27,12 +27,14 @@ def written_whole(name: str | os.PathLike[str]) -> Iterator[Path]:
         old = None
     if old and not stat.S_ISREG(old.st_mode):
         raise FileExistsError(errno.EEXIST, "This is no regular file", os.fsdecode(name))
-    part.open("xb").close()
     try:
+        part.open("xb").close()
         if old:
             part.chmod(stat.S_IMODE(old.st_mode))
         yield part
         part.replace(final)
     finally:
-        with suppress(FileNotFoundError):
-            part.unlink()
+        try:  # noqa: SIM105
+            os.unlink(part)  # noqa: PTH108  # in one step, before which no interrupt comes
+        except FileNotFoundError:
+            pass
