@@ -5,6 +5,7 @@ import os
 import re
 import subprocess
 import sys
+import sysconfig
 from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 from typing import Any
@@ -147,8 +148,13 @@ def outcome(call: Callable[[], Any]) -> tuple[Any, ...]:
     return "gave", type(value).__name__, value
 
 
+#: Such an interpreter warns of a module that has it enable its lock, unless told to do so itself.
+FREE_THREADED = bool(sysconfig.get_config_var("Py_GIL_DISABLED"))
+
+
 def python(program: str, *options: str, **environment: str) -> str:
     """What a fresh interpreter prints that runs the program, without an error or a complaint."""
+    options = ("-Xgil=1", *options) if FREE_THREADED else options
     command, environment = [sys.executable, *options, "-c", program], os.environ | environment
     done = subprocess.run(command, capture_output=True, text=True, env=environment, timeout=1000)
     told = re.sub(r"==\d+==WARNING: AddressSanitizer failed to allocate .*\n", "", done.stderr)

@@ -235,7 +235,8 @@ np.ones((2, 2)).astype(np.dtype(float).newbyteorder("<")) -> double([[1, 1], [1,
 [int8([1, 2])[0], array.array("b", [3, 4])] -> int8([[1, 2], [3, 4]])
 [orvane.to_dlpack(double([1])), [[2]]] -> double([[[1]], [[2]]])
 type("A", (), {{"__array__": lambda *_, **__: np.arange(2)}})() -> int64([0, 1])
-type("A", (), {{"__array_interface__": np.arange(2).__array_interface__}})() -> int64([0, 1])
+type("A", (), {{"a": (a := np.eye(2)), "__array_interface__": a.__array_interface__}})() ->
+ double([[1, 0], [0, 1]])
 in_buffer(strides=(-1,)) -> int8([98, 97])
 in_buffer(shape=(0, 9), strides=(2**62, 1)) -> int8(size=(0, 9))
 in_buffer(shape=(3,)) -> {beyond}1 to 4 of a buffer of 3

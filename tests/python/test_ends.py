@@ -10,7 +10,7 @@ import pytest
 
 import orvane
 from native_clients import build_directory, run
-from support import nested, refused
+from support import FREE_THREADED, nested, refused
 from test_native_capsule import capsule, object_at
 
 
@@ -112,6 +112,7 @@ def test_an_empty_block_may_be_null(typed):
     assert typed.take("d", empty)[:3] == ((3, 0), (1, 3), b"")
 
 
+@pytest.mark.skipif(FREE_THREADED, reason="it refuses at once")
 def test_a_failed_start_in_another_interpreter_leaves_the_process_free():
     program = """
 try:

@@ -27,7 +27,7 @@ import orvane
 from impostors import Sequence
 from native_clients import build_directory, run
 from orvane import _bridge as bridge
-from support import NAMESPACE, grid
+from support import FREE_THREADED, NAMESPACE, grid
 from test_packaging import REPLACEMENT
 
 READS = """
@@ -228,11 +228,13 @@ def main(memory, refusals, failing):
 def test_no_success_is_taken_for_granted(failing, library):
     if failing == "objects" and hasattr(sys, "gettotalrefcount"):
         pytest.skip("an interpreter for debugging ends where its own frames run short")
+    if failing == "objects" and FREE_THREADED:
+        pytest.skip("objects lie in memory of the interpreter's own")
     preloaded = [str(build_directory() / f"{name}.so") for name in ("scarce_memory", "refusals")]
     environment = {
         "LD_PRELOAD": ":".join(preloaded),
         "LD_LIBRARY_PATH": str(library and library.parent),
-        "PYTHONMALLOC": "malloc" if failing == "objects" else "pymalloc",
+        "PYTHONMALLOC": "malloc" if failing == "objects" else "default",
         "MALLOC_PERTURB_": "165",  # what is used after it is gone shows
         "PYTHONPATH": os.pathsep.join([str(Path(__file__).parent), *sys.path[1:]]),
     }
