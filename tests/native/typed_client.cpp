@@ -119,6 +119,15 @@ Reference takeNull(PyObject* arguments) {
     return describe(python::fromPython<double>(nullptr));
 }
 
+/// take_gapless(format, object): the bytes of the elements where they are lent without gaps.
+Reference takeGapless(PyObject* arguments) {
+    return visitFormat(text(arguments, 0), [&]<class T>() {
+        const auto lent = python::lendContiguousElements<T>(argument(arguments, 1));
+        return Reference(PyBytes_FromStringAndSize(reinterpret_cast<const char*>(lent.data()),
+                                                   static_cast<Py_ssize_t>(lent.size() * sizeof(T))));
+    });
+}
+
 Reference fromBuffer(PyObject* arguments) {
     return python::arrayFromBuffer(argument(arguments, 0));
 }
@@ -220,6 +229,7 @@ PyMethodDef methods[] = {
     method<make>("make"),
     method<take>("take"),
     method<takeAny>("take_any"),
+    method<takeGapless>("take_gapless"),
     method<takeNull>("take_null"),
     method<fromBuffer>("from_buffer"),
     method<keep>("keep"),

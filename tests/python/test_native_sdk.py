@@ -37,6 +37,9 @@ def test_every_kind_goes_in_and_comes_out_unchanged(typed, kind):
     python_made = from_stored(kind, samples(kind), 1, 3, 2)
     assert typed.take(kind.format, python_made)[:3] == ((1, 3, 2), (1, 1, 3), data)
     assert typed.take_any(python_made) == typed.take(kind.format, python_made)
+    elements, matrix = [*map(kind.pack, samples(kind))], python_made[0]
+    for view, places in (matrix[::2], (0, 2, 3, 5)), (matrix[:2], (0, 1, 3, 4)):
+        assert typed.take_gapless(kind.format, view) == b"".join(elements[i] for i in places)
     for other in KINDS:
         if other != kind:
             with pytest.raises(TypeError):
