@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "core/element_access.hpp"
+#include "core/selection_copy.hpp"
 #include "data_client/array_factory.hpp"
 
 namespace orvane::python {
@@ -10,33 +11,27 @@ namespace orvane::python {
 namespace {
 
 template <class T>
-T* copyRun(T* target, const std::byte* source, long count, long stride) {
+void copyRun(T* target, const std::byte* source, long count, long stride) {
     if (stride == static_cast<long>(sizeof(T))) {
         std::memcpy(static_cast<void*>(target), source, static_cast<std::size_t>(count) * sizeof(T));
-        return target + count;
+        return;
     }
     for (long i = 0; i < count; ++i)
-        std::memcpy(static_cast<void*>(target++), source + i * stride, sizeof(T));
-    return target;
+        std::memcpy(static_cast<void*>(target + i), source + i * stride, sizeof(T));
 }
 
 template <class T>
-std::shared_ptr<std::byte> gatherElements(const OCppPyArray& view, const Selection& selection) {
+std::optional<std::shared_ptr<std::byte>> gatherElements(const OCppPyArray& view, const Selection& selection) {
     const auto count = static_cast<unsigned long>(selection.elementCount);
     const std::shared_ptr<T[]> block = data::ArrayFactory().createBuffer<T>(count);
-    if (count > 0) {
-        T* target = block.get();
-        visitRuns(selection, [&](unsigned long offset, long length, long stride) {
-            target = copyRun(target, view.wrapper().elements() + offset, length, stride);
-            return true;
-        });
-    }
-    return {block, reinterpret_cast<std::byte*>(block.get())};
+    if (count > 0 && !copySelection(block.get(), view, selection, copyRun<T>))
+        return std::nullopt;
+    return std::shared_ptr<std::byte>(block, reinterpret_cast<std::byte*>(block.get()));
 }
 
 } // namespace
 
-std::shared_ptr<std::byte> gather(const OCppPyArray& view, const Selection& selection) {
+std::optional<std::shared_ptr<std::byte>> gather(const OCppPyArray& view, const Selection& selection) {
     return visitElementTypeOf(view, [&]<class T>() { return gatherElements<T>(view, selection); });
 }
 

@@ -2,7 +2,6 @@
 
 #include <Python.h>
 
-#include <algorithm>
 #include <complex>
 #include <cstring>
 #include <limits>
@@ -10,17 +9,14 @@
 #include "blocks/single_copy.hpp"
 #include "core/element_access.hpp"
 #include "core/selection.hpp"
+#include "core/selection_copy.hpp"
 #include "data_client/array_factory.hpp"
 #include "elements/narrowing.hpp"
-#include "vocabulary/caller_code.hpp"
 #include "vocabulary/python_values.hpp"
 
 namespace orvane::python {
 
 namespace {
-
-/// So many elements of a run are copied between two looks for signals.
-constexpr auto itemsTogether = static_cast<long>(PlainItemsWatch::itemsBetween);
 
 /// Whether an element may change on the road through a Python number and back.
 template <class T>
@@ -80,33 +76,6 @@ void copyRun(T* target, const std::byte* source, long count, long stride, std::o
         target[i] = afterTheRoad<T>(source + i * stride, refused);
 }
 
-/// Copies a selection that is inside and not empty, in column-major order. False with an error set by the handler of a
-/// signal; one that set none may have moved the elements.
-template <class T>
-bool copySelection(T* target, const OCppPyArray& view, const Selection& selection, std::optional<double>& refused) {
-    const std::byte* elements = view.wrapper().elements();
-    long untilLook = itemsTogether;
-    return visitRuns(selection, [&](unsigned long offset, long length, long stride) {
-        const std::byte* source = elements + offset;
-        for (long left = length; true;) {
-            const long count = std::min(left, untilLook);
-            copyRun(target, source, count, stride, refused);
-            target += count;
-            untilLook -= count;
-            if (untilLook > 0) [[likely]]
-                return true;
-            if (PyErr_CheckSignals() != 0)
-                return false;
-            untilLook = itemsTogether;
-            elements = view.wrapper().elements();
-            left -= count;
-            if (left == 0)
-                return true;
-            source = elements + offset + (length - left) * stride;
-        }
-    });
-}
-
 /// Raises for the first element in index order that does not survive the road, its real part first.
 template <class T>
 void raiseRefused(const std::byte* elements, const Selection& selection) {
@@ -136,7 +105,10 @@ std::optional<data::Array> materialiseAs(const OCppPyArray& view, const Selectio
     data::ArrayFactory factory;
     auto buffer = factory.createBuffer<T>(static_cast<unsigned long>(selection.elementCount));
     std::optional<double> refused;
-    if (selection.elementCount > 0 && !copySelection<T>(buffer.get(), view, selection, refused))
+    const auto copy = [&](T* target, const std::byte* source, long count, long stride) {
+        copyRun(target, source, count, stride, refused);
+    };
+    if (selection.elementCount > 0 && !copySelection(buffer.get(), view, selection, copy))
         return std::nullopt;
     if (refused) {
         raiseRefused<T>(view.wrapper().elements(), selection);

@@ -2,12 +2,14 @@
 
 #include <atomic>
 #include <memory>
+#include <utility>
 
 #include "core/array_object.hpp"
 #include "core/gathering.hpp"
 #include "core/selection.hpp"
 #include "vocabulary/boundary.hpp"
 #include "vocabulary/error_state.hpp"
+#include "vocabulary/py_ref.hpp"
 #include "vocabulary/python_values.hpp"
 
 namespace OCPyArrayAPI {
@@ -80,7 +82,10 @@ const OrvaneLoan* newLoan(const OCppPyArray& core, bool isForWriting, bool mustB
 
     const std::byte* elements;
     if (mustBeGathered) {
-        loan->gathered = gather(core, loan->selection);
+        auto gathered = gather(core, loan->selection);
+        if (!gathered)
+            return nullptr;
+        loan->gathered = *std::move(gathered);
         long gapless = loan->selection.layout->elementSize();
         for (std::size_t d = 0; d < loan->selection.rank(); gapless *= loan->selection.counts[d++])
             loan->selection.strides[d] = gapless;
@@ -110,6 +115,7 @@ const OrvaneLoan* newLoan(const OCppPyArray& core, bool isForWriting, bool mustB
 
 const OrvaneLoan* lend(PyObject* array, unsigned flags) {
     settleReturnedLoans();
+    const PyRef held = PyRef::borrow(array); // while handlers of signals run
     const OCppPyArray* core = requireCoreArray(OCPyArray_Check(array) ? array : nullptr);
     if (core == nullptr)
         return nullptr;
