@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <utility>
+#include <vector>
 
 #if __has_include(<Eigen/Core>)
 #include <orvane/eigen.hpp>
@@ -35,6 +36,13 @@ void defineConvertedFunctions(Module& module) {
         return array;
     });
     module.def("nothing", [] { return orvane::python::ArrayObject<double>(); });
+    module.def("sizes", [](const std::vector<orvane::data::ColumnMajorSpan<const double, 2>>& spans) {
+        std::vector<std::size_t> sizes;
+        for (const auto& span : spans) {
+            sizes.push_back(span.size());
+        }
+        return sizes;
+    });
     module.def("sorted", [](orvane::python::Vector<double> vector) {
         std::sort(vector.begin(), vector.end());
         return returned(std::move(vector));

@@ -48,6 +48,14 @@ def test_an_array_comes_back_as_the_object_that_it_is(names):
             doubled(other)
 
 
+def test_a_list_is_taken_when_every_array_in_it_is(names):
+    array, sizes = names["a"], names["sizes"]
+    assert sizes([array, array[1]]) == [6, 3]
+    for other in (None, names["i"], names["b"]):
+        with pytest.raises(TypeError, match="orvane\\.double"):
+            sizes([array, other])
+
+
 LINE, GOT = "with one extent other than 1 at most", "elements, got one of"
 
 

@@ -66,6 +66,8 @@ struct type_caster<Value_> {
         namespace python = orvane::python;
         if (!Argument::isResult && (cleanup == nullptr || (flags & static_cast<uint32_t>(cast_flags::manual)) != 0)) {
             return false; // `nb::cast`: the loan would be given back before the span is used
+        m_value.reset(); // those of containers ask one caster for all elements
+        m_fault = nullptr;
         }
         python::detail::sleepIfEnded([&] {
             try {
