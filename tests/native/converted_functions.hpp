@@ -67,6 +67,8 @@ void defineConvertedFunctions(Module& module) {
     module.def("transposed", [](const MatrixXd& matrix) { return returned(MatrixXd(matrix.transpose())); });
     using Fixed = Matrix<std::complex<float>, 2, 3>;
     module.def("conjugated", [](Fixed matrix) { return Fixed(matrix.conjugate()); });
+    module.def("small", [](const Matrix<double, Dynamic, Dynamic, 0, 2, 2>& matrix) { return matrix.sum(); });
+    module.def("short", [](Map<const Matrix<double, Dynamic, 1, 0, 2, 1>> line) { return line.sum(); });
     module.def("reversed", [](const Vector3i& vector) { return Vector3i(vector.reverse()); });
     module.def("flipped",
                [](const Eigen::Array<bool, 1, Dynamic>& row) { return Eigen::Array<bool, 1, Dynamic>(!row); });

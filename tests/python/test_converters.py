@@ -73,6 +73,11 @@ transposed(b) -> expected a real orvane.double array of rank 2 at most, got one 
 transposed(i) -> transposed(): incompatible function
 conjugated(c) -> [[(1-2j),(1-0j),(1-0j)],[(1-0j),(1-0j),(1-0j)]]
 conjugated(c[1:]) -> expected a complex orvane.single array of 2 x 3 {GOT} 1 x 3 elements
+small(a) -> expected a real orvane.double array of rank 2 at most and of 2 x 2 elements at most,
+  got one of 2 x 3 elements
+small(a[0][1:]) + short(a[0][1:]) -> 6.0
+short(a[0]) -> expected a real orvane.double array {LINE} and of 2 x 1 elements at most,
+  got one of 3 elements
 reversed(i[0]) -> [[3],[2],[1]]
 reversed(i[0][1:]) -> expected a real orvane.int32 array {LINE} and 3 {GOT} 2 elements
 flipped(logical([True, False])) -> [[False,True]]

@@ -34,6 +34,7 @@
 
 #include <Eigen/Core>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <optional>
@@ -53,12 +54,28 @@ constexpr std::size_t extentLike(int extent) {
     return extent == Eigen::Dynamic ? std::dynamic_extent : static_cast<std::size_t>(extent);
 }
 
-/// The arrays that a matrix type can show.
 template <EigenPlain Plain>
-struct EigenShape
-    : std::conditional_t<
-          Plain::IsVectorAtCompileTime, OneLine<extentLike(Plain::SizeAtCompileTime)>,
-          ExtentsLike<std::array{extentLike(Plain::RowsAtCompileTime), extentLike(Plain::ColsAtCompileTime)}>> {};
+using EigenExtents = std::conditional_t<
+    Plain::IsVectorAtCompileTime, OneLine<extentLike(Plain::SizeAtCompileTime)>,
+    ExtentsLike<std::array{extentLike(Plain::RowsAtCompileTime), extentLike(Plain::ColsAtCompileTime)}>>;
+
+/// The arrays that a matrix type can show: of extents that are not fixed there may yet be a greatest one.
+template <EigenPlain Plain>
+struct EigenShape : EigenExtents<Plain> {
+    static constexpr std::array most{extentLike(Plain::MaxRowsAtCompileTime), extentLike(Plain::MaxColsAtCompileTime)};
+
+    static bool isMetBy(const auto& loan) {
+        const bool fits = Plain::IsVectorAtCompileTime ? loan.size() <= std::max(most[0], most[1])
+                                                       : loan.extent(0) <= most[0] && loan.extent(1) <= most[1];
+        return EigenExtents<Plain>::isMetBy(loan) && fits;
+    }
+    static std::string expected() {
+        constexpr bool isEnough =
+            most == std::array{extentLike(Plain::RowsAtCompileTime), extentLike(Plain::ColsAtCompileTime)};
+        return EigenExtents<Plain>::expected() +
+               (isEnough ? "" : " and of " + shapeText(2, [](std::size_t d) { return most[d]; }) + " at most");
+    }
+};
 
 template <EigenPlain Plain>
 struct Argument<Plain> {
@@ -163,7 +180,11 @@ struct Argument<Eigen::Map<Matrix, Eigen::Unaligned, Stride>>
 
 template <class Matrix, class Stride>
 struct Argument<Eigen::Ref<Matrix, Eigen::Unaligned, Stride>>
-    : EigenViewArgument<Eigen::Ref<Matrix, Eigen::Unaligned, Stride>, Matrix, Stride> {};
+    : EigenViewArgument<Eigen::Ref<Matrix, Eigen::Unaligned, Stride>, Matrix, Stride> {
+    // Eigen lets no other refer to elements: one of constants has a copy, in itself, which would go before it is used.
+    static_assert(Matrix::IsVectorAtCompileTime || Stride::OuterStrideAtCompileTime == Eigen::Dynamic,
+                  "references to matrices have a stride between columns: Eigen::OuterStride<>, or take a Map");
+};
 
 template <class Caster>
 concept ConvertsByArgument = requires { typename Caster::Argument; };
