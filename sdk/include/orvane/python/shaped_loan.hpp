@@ -118,7 +118,7 @@ struct AscendingOrder {
     static bool isMetBy(const auto& loan) {
         bool isMet = true;
         for (std::size_t d = 0; d < loan.rank(); ++d) {
-            isMet = isMet && (loan.stride(d) > 0 || loan.size() == 0);
+            isMet = isMet && (loan.stride(d) > 0 || loan.extent(d) <= 1 || loan.size() == 0);
         }
         return isMet;
     }
@@ -136,7 +136,7 @@ inline std::string placeOf(const auto& loan) {
 
 /// A loan of elements of type `T`, for writing unless it is constant, that meets the demands. Elements for reading that
 /// do not lie as they should are gathered into a block of the loan's own. Nothing, without an error set, for other
-/// objects; if no overload is asked any more, `mayRefuse`, a refusal in words is thrown instead.
+/// objects and where the demands are not met; there, if it `mayRefuse`, a refusal in words is thrown instead.
 template <class T, class Shape, class Place = AnyPlace>
 std::optional<LentElements<T>> lendShaped(PyObject* object, bool mayRefuse) {
     using Element = std::remove_const_t<T>;
@@ -150,15 +150,16 @@ std::optional<LentElements<T>> lendShaped(PyObject* object, bool mayRefuse) {
         return std::optional<LentElements<T>>();
     };
     LentElements<T> loan = lendFor<T>(object, std::is_const_v<T> ? 0 : ORVANE_LOAN_WRITABLE);
+    if constexpr (std::is_const_v<T>) {
+        if (Shape::isMetBy(loan) && !Place::isMetBy(loan)) {
+            loan = lendFor<T>(object, ORVANE_LOAN_CONTIGUOUS); // may run code of others, which may have reshaped it
+        }
+    }
     if (!Shape::isMetBy(loan)) {
         return refused(Shape::expected(), Shape::came(loan));
     }
     if (!Place::isMetBy(loan)) {
-        if constexpr (std::is_const_v<T>) {
-            return lendFor<T>(object, ORVANE_LOAN_CONTIGUOUS);
-        } else {
-            return refused(Place::expected(), placeOf(loan));
-        }
+        return refused(Place::expected(), placeOf(loan));
     }
     return loan;
 }
