@@ -143,7 +143,16 @@ public:
     /// `std::invalid_argument` when there are gaps between them.
     ORVANE_POINTS_ELSEWHERE std::span<T> column(std::size_t position) const {
         requireNoGaps(stride(0) == 1 || extent(0) <= 1);
-        return {m_elements + static_cast<std::ptrdiff_t>(position) * stride(1), extent(0)};
+        if (m_size == 0) {
+            return {m_elements, 0};
+        }
+        std::ptrdiff_t offset = 0;
+        std::size_t d = 1;
+        for (; d + 1 < rank(); ++d) { // the last dimension has what is left
+            offset += static_cast<std::ptrdiff_t>(position % m_extents[d]) * m_strides[d];
+            position /= m_extents[d];
+        }
+        return {m_elements + offset + static_cast<std::ptrdiff_t>(position) * stride(d), extent(0)};
     }
 
 #if defined(__GNUC__) && !defined(__clang__) && __GNUC__ == 13
@@ -162,10 +171,11 @@ public:
         std::array<std::size_t, OtherRank> extents{}, strides{};
         for (std::size_t d = 0; d < OtherRank; ++d) {
             extents[d] = extent(d);
-            if (m_size > 0 && stride(d) <= 0) {
+            const bool hasSteps = m_size > 0 && extents[d] > 1;
+            if (hasSteps && stride(d) <= 0) {
                 throw std::invalid_argument("the elements do not stand in ascending order");
             }
-            strides[d] = m_size > 0 ? static_cast<std::size_t>(stride(d)) : 1;
+            strides[d] = hasSteps ? static_cast<std::size_t>(stride(d)) : 1;
         }
         const std::dextents<std::size_t, OtherRank> shape(extents);
         if constexpr (std::is_same_v<Layout, std::layout_stride>) {

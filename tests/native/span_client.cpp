@@ -4,5 +4,7 @@
 int main() {
     auto array = orvane::data::ArrayFactory().createArray<double>({2, 3});
     orvane::data::writableElementsOf(array)(1, 2) = 5;
-    return orvane::data::elementsOf(array)(1, 2) == 5 ? 0 : 1;
+    double block[40] = {};
+    const orvane::data::ColumnMajorSpan<double> gaps(block, {2, 3, 2}, {1, 4, 20});
+    return orvane::data::elementsOf(array)(1, 2) == 5 && &gaps.column(4)[1] == &gaps(1, 1, 1) ? 0 : 1;
 }
