@@ -58,7 +58,8 @@ public:
     void restore() const {
         if (m_type != nullptr) {
             detail::reportPendingError();
-            PyErr_Restore(std::exchange(m_type, nullptr), m_value, m_traceback);
+            PyErr_Restore(std::exchange(m_type, nullptr), std::exchange(m_value, nullptr),
+                          std::exchange(m_traceback, nullptr));
         }
     }
 
@@ -80,7 +81,7 @@ public:
             const PendingError kept;
             PyErr_NormalizeException(&m_type, &m_value, &m_traceback);
             const Reference name(PyObject_GetAttrString(m_type, "__name__"));
-            const Reference text(name ? PyUnicode_FromFormat("%U: %S", name.get(), m_value) : nullptr);
+            const Reference text(name ? PyUnicode_FromFormat("%S: %S", name.get(), m_value) : nullptr);
             m_words = text ? PyUnicode_AsEncodedString(text.get(), "utf-8", "backslashreplace") : nullptr;
             PyErr_Clear();
         });

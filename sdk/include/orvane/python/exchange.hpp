@@ -37,7 +37,7 @@ inline bool hasExchange() {
     } catch (const PythonError& error) {
         error.restore();
         if (PyErr_ExceptionMatches(PyExc_ImportError) == 0) {
-            throw;
+            throw PythonError();
         }
         PyErr_Clear();
         return false;

@@ -36,8 +36,11 @@ template <class T>
     requires PythonElement<std::remove_const_t<T>>
 class LentElements {
 public:
-    /// Takes a loan of elements of type `T` over.
-    explicit LentElements(const OrvaneLoan* loan) noexcept : m_loan(loan) {}
+    /// Takes a loan of elements of type `T` over, whatever table it comes from.
+    explicit LentElements(const OrvaneLoan* loan) {
+        detail::exchange(); // which gives it back
+        m_loan.reset(loan);
+    }
 
     /// The first element, or null where there are none.
     T* data() const noexcept { return static_cast<T*>(m_loan->elements); }
