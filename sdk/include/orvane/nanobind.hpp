@@ -14,7 +14,9 @@
 // returned as they are. By value and by constant reference come to the same.
 //
 // A span has the strides of the view that came, and is lent until the bound function has returned. With a fixed rank
-// extents of 1 are filled up at the end; where no overload takes more dimensions, TypeError says so.
+// extents of 1 are filled up at the end; where no overload takes more dimensions, TypeError says so. In overloads that
+// differ by shapes, and where another argument may have to be converted, say `.noconvert()` of the array: otherwise the
+// first one refuses it, with words.
 //
 // An argument must be an array of exactly that type, real or complex as `T` is; anything else is the TypeError of
 // nanobind, which shows the signature.
@@ -64,10 +66,10 @@ struct type_caster<Value_> {
     /// once nanobind asks with `convert`: it does when all overloads have been asked without.
     bool from_python(handle source, uint32_t flags, cleanup_list* cleanup) noexcept {
         namespace python = orvane::python;
-        if (!Argument::isResult && (cleanup == nullptr || (flags & static_cast<uint32_t>(cast_flags::manual)) != 0)) {
-            return false; // `nb::cast`: the loan would be given back before the span is used
         m_value.reset(); // those of containers ask one caster for all elements
         m_fault = nullptr;
+        if (!Argument::isResult && (cleanup == nullptr || (flags & static_cast<uint32_t>(cast_flags::manual)) != 0)) {
+            return false; // `nb::cast`: the loan would be given back before the span is used
         }
         python::detail::sleepIfEnded([&] {
             try {

@@ -14,7 +14,9 @@
 // returned as they are. By value and by constant reference come to the same.
 //
 // A span has the strides of the view that came, and is lent until the bound function has returned. With a fixed rank
-// extents of 1 are filled up at the end; where no overload takes more dimensions, TypeError says so.
+// extents of 1 are filled up at the end; where no overload takes more dimensions, TypeError says so. In overloads that
+// differ by shapes, and where another argument may have to be converted, say `.noconvert()` of the array: otherwise the
+// first one refuses it, with words.
 //
 // An argument must be an array of exactly that type, real or complex as `T` is; anything else is the TypeError of
 // pybind11, which shows the signature.

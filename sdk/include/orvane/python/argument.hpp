@@ -42,8 +42,9 @@ Reference keeperOf(LentElements<T> loan) {
 ///  - `Element`, its element type;
 ///  - `isResult`, whether functions may return it as well, by `give(std::move(value))`;
 ///  - `tryTake(object, mayRefuse, keep)`: the value; nothing, without an error set, when another overload may take the
-///    object. If none is going to be asked any more, `mayRefuse`, it may throw the refusal instead, in words. `keep` is
-///    called with a reference to what has to live until the bound function has returned.
+///    object. If all have been asked without conversions, or there is only this one, `mayRefuse`, it may throw the
+///    refusal instead, in words. `keep` is called with a reference to what has to live until the bound function has
+///    returned.
 template <class Value>
 struct Argument;
 
