@@ -36,13 +36,28 @@ bool checkFormat(const Py_buffer& view, const BufferExpectation& expectation) {
     return false;
 }
 
+/// Whether the way along the strides, where there are any, begins at the first byte and reaches the last: the exporter
+/// need not have heeded what it was asked for.
+bool spansLength(const Py_buffer& view, std::size_t count, std::span<const std::size_t> extents) {
+    if (view.strides == nullptr || count == 0)
+        return true;
+    Py_ssize_t reached = view.len / static_cast<Py_ssize_t>(count);
+    bool isLost = false;
+    for (std::size_t d = 0; d < extents.size(); ++d) {
+        Py_ssize_t reach = 0;
+        isLost |= __builtin_mul_overflow(extents[d] - 1, view.strides[d], &reach) || reach < 0 ||
+                  __builtin_add_overflow(reached, reach, &reached);
+    }
+    return !isLost && reached >= view.len;
+}
+
 } // namespace
 
 std::optional<std::size_t> elementCountOf(const Py_buffer& view, const BufferExpectation& expectation) {
     if (!checkFormat(view, expectation))
         return std::nullopt;
     const auto length = static_cast<std::size_t>(view.len);
-    if (view.len < 0 || length % expectation.elementSize != 0) {
+    if (view.len < 0 || length % expectation.elementSize != 0 || (view.buf == nullptr && length > 0)) {
         raiseDoesNotFit();
         return std::nullopt;
     }
@@ -54,7 +69,7 @@ bool readBufferDims(const Py_buffer& view, std::size_t count, Dims& dims, bool& 
     if (view.ndim == 1) {
         // Whatever its extent says: the length of the block is what counts.
         dims.push_back(count);
-        return true;
+        return spansLength(view, count, {&count, 1}) || raiseDoesNotFit();
     }
     if (view.ndim <= 0) {
         dims.push_back(1);
@@ -70,6 +85,8 @@ bool readBufferDims(const Py_buffer& view, std::size_t count, Dims& dims, bool& 
     if (isNegative || !product || static_cast<std::size_t>(*product) != count)
         return raiseDoesNotFit();
     dims.assign(extents.begin(), extents.end());
+    if (!spansLength(view, count, {dims.data(), dims.size()}))
+        return raiseDoesNotFit();
     isColumnMajor = PyBuffer_IsContiguous(&view, 'F') != 0;
     return true;
 }

@@ -19,9 +19,11 @@ public:
             detail::releaseAtScopeEnd([this] { release(); });
     }
 
-    /// False with the exporter's error set when the request is refused.
+    /// False with the exporter's error set when the request is refused, and when it leaves one although it is not.
     bool acquire(PyObject* exporter, int flags) {
         m_isHeld = PyObject_GetBuffer(exporter, &m_view, flags) == 0;
+        if (m_isHeld && PyErr_Occurred() != nullptr) [[unlikely]]
+            release();
         return m_isHeld;
     }
     void release() {

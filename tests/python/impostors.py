@@ -104,6 +104,7 @@ class Exporter(_exporting_base()):  # type: ignore[misc]
         ndim: int | None = None,
         length: int | None = None,
         misaligned: bool = False,
+        has_address: bool = True,
         before_fill: Callable[[], None] = lambda: None,
     ) -> None:
         self.open_views = 0
@@ -116,8 +117,9 @@ class Exporter(_exporting_base()):  # type: ignore[misc]
         self._shape = None if shape is None else vector(*shape)
         self._strides = None if strides is None else vector(*strides)
         self._block = ctypes.create_string_buffer(len(data) + 16)
-        self._address = ctypes.addressof(self._block) + misaligned
-        ctypes.memmove(self._address, data, len(data))
+        address = ctypes.addressof(self._block) + misaligned
+        ctypes.memmove(address, data, len(data))
+        self._address = address if has_address else None
 
     def fill(self, view: PyBuffer) -> None:
         self.before_fill()

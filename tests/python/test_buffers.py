@@ -38,6 +38,8 @@ int8(Exporter(b'ab', None, 1)) -> BufferError: input 'format' field is null.
 double(Exporter(bytes(12), 'f', 8)) -> BufferError: input buffer format ('f') is not compatible with
     output format ('d'); use a different input or output type
 int8(Exporter(bytes(6), 'b', 1, ndim=2)) -> BufferError: shape is null.
+double(Exporter(bytes(16), 'd', 8, (2,), (-8,))) -> BufferError: input does not fit evenly into
+    output type.
 double(numpy.zeros((2, 3)), (3, 2)) -> SizeError:
     dimensions of initializer (2, 3) do not match dimensions specified by 'size' (3, 2).
 """)
@@ -55,6 +57,8 @@ def test_buffers(expression, answer):
 48, (3, 3), (8, 24) -> dict()
 48, (-2, -3), (8, 16) -> dict()
 48, (2**33, 2**33), (8, 8) -> dict()
+48, (2, 3), (8, 2**62) -> dict()
+48, (2, 3) -> dict(has_address=False)
 """)
 def test_lengths_and_shapes_that_do_not_fit(expression, answer):
     size, *layout = eval(expression)
