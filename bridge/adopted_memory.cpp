@@ -1,5 +1,6 @@
 #include "element_format.hpp"
 #include "functions.hpp"
+#include "shown_memory.hpp"
 
 #include <algorithm>
 #include <cstddef>
@@ -44,30 +45,6 @@ bool fills(const std::vector<std::size_t>& extents, std::size_t elementSize, std
     PyErr_SetString(exception, words);
     throw python::PythonError();
 }
-
-/// Memory that an exporter shows for as long as this lives. A memoryview of our own has it, which does not hinder the
-/// exporter's from being released; and a buffer of that keeps it from being released itself, by who comes upon it among
-/// the objects that the garbage collector knows.
-class ShownMemory {
-public:
-    explicit ShownMemory(PyObject* exporter) {
-        const python::Reference view(PyMemoryView_FromObject(exporter));
-        if (!view || PyObject_GetBuffer(view.get(), &m_buffer, PyBUF_FULL_RO) != 0) {
-            throw python::PythonError();
-        }
-    }
-    ShownMemory(ShownMemory&& other) noexcept : m_buffer(std::exchange(other.m_buffer, {})) {}
-    ~ShownMemory() {
-        if (m_buffer.obj != nullptr) {
-            python::detail::releaseAtScopeEnd([this] { PyBuffer_Release(&m_buffer); });
-        }
-    }
-
-    const Py_buffer& operator*() const noexcept { return m_buffer; }
-
-private:
-    Py_buffer m_buffer{};
-};
 
 /// The array that `make` makes of the memory, the format and the size in the arguments: called for the element type,
 /// with the memory and the extents, which agree.

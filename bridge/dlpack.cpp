@@ -3,6 +3,9 @@
 #include <orvane/dlpack.hpp>
 
 #include <algorithm>
+#include <cstddef>
+#include <type_traits>
+#include <vector>
 
 namespace orvane::bridge {
 
@@ -31,7 +34,41 @@ bool isReversed(PyObject* array) {
     return isBackwards;
 }
 
+/// What other libraries believe of a tensor in the CPU's memory.
+template <python::DlpackForm Form>
+void check(PyObject* capsule) {
+    const auto* const managed =
+        static_cast<const Form*>(PyCapsule_GetPointer(capsule, python::detail::capsuleName<Form>));
+    if constexpr (std::is_same_v<Form, dlpack::ManagedTensorVersioned>) {
+        if (managed->version.major != dlpack::knownVersion.major) {
+            return; // what stands behind the version is not known
+        }
+    }
+    const dlpack::Tensor& tensor = managed->dl_tensor;
+    const auto size = static_cast<std::size_t>(tensor.dtype.bits * tensor.dtype.lanes + 7) / 8;
+    const python::detail::DlpackKind kind{-1, tensor.dtype, std::max(size, std::size_t{1}), 1};
+    if (tensor.device.device_type == dlpack::DeviceType::Cpu && python::detail::countOf(tensor, kind.size) > 0) {
+        const std::vector<std::size_t> extents(tensor.shape, tensor.shape + tensor.ndim);
+        static_cast<void>(
+            python::detail::firstOf(tensor, {nullptr, &kind, extents, python::detail::stridesOf(tensor)}));
+    }
+}
+
 } // namespace
+
+PyObject* checkCapsule(PyObject*, PyObject* capsule) {
+    return python::guarded([&] {
+        using Older = dlpack::ManagedTensor;
+        using Versioned = dlpack::ManagedTensorVersioned;
+        if (PyCapsule_IsValid(capsule, python::detail::capsuleName<Versioned>) != 0) {
+            check<Versioned>(capsule);
+        } else if (PyCapsule_IsValid(capsule, python::detail::capsuleName<Older>) != 0) {
+            check<Older>(capsule);
+        }
+        Py_INCREF(Py_None);
+        return Py_None;
+    });
+}
 
 PyObject* toCapsule(PyObject*, PyObject* arguments) {
     return python::guarded([&] {

@@ -29,6 +29,10 @@ PyObject* toCapsule(PyObject* module, PyObject* arguments);
 /// from_capsule(capsule, copy): a new array of a DLPack tensor, or a refusal by `python::fromDlpackCapsule`.
 PyObject* fromCapsule(PyObject* module, PyObject* arguments);
 
+/// check_capsule(capsule): BufferError for a DLPack tensor whose extents and strides cannot be true, be its elements of
+/// a type that arrays have or not. What is no capsule of DLPack's is left to who is handed it.
+PyObject* checkCapsule(PyObject* module, PyObject* capsule);
+
 /// A new reference to the type `Elements`; null with an error set.
 PyObject* makeElementsType();
 

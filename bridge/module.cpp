@@ -1,5 +1,6 @@
 // The module `orvane._bridge`.
 #include "functions.hpp"
+#include "shown_memory.hpp"
 
 namespace {
 
@@ -17,6 +18,8 @@ PyMethodDef methods[] = {
      "to_capsule($module, array, versioned, writable, copy, /)\n--\n\nThe DLPack tensor of an array or view."},
     {"from_capsule", bridge::fromCapsule, METH_VARARGS,
      "from_capsule($module, capsule, copy, /)\n--\n\nAn array of a DLPack tensor."},
+    {"check_capsule", bridge::checkCapsule, METH_O,
+     "check_capsule($module, capsule, /)\n--\n\nBufferError for a DLPack tensor that contradicts itself."},
     {nullptr, nullptr, 0, nullptr},
 };
 
@@ -25,8 +28,11 @@ int fill(PyObject* module) {
     if (bridge::exchange == nullptr) {
         return -1;
     }
-    const python::Reference type(bridge::makeElementsType());
-    return type ? PyModule_AddObjectRef(module, "Elements", type.get()) : -1;
+    const auto add = [module](const char* name, PyObject* made) {
+        const python::Reference type(made);
+        return type && PyModule_AddObjectRef(module, name, type.get()) == 0;
+    };
+    return add("Elements", bridge::makeElementsType()) && add("Shown", bridge::makeShownType()) ? 0 : -1;
 }
 
 PyModuleDef_Slot slots[] = {

@@ -31,6 +31,9 @@ def to_capsule(
 def from_capsule(capsule: Any, copy: bool | None, /) -> AnyArray:
     """An array of a DLPack tensor."""
 
+def check_capsule(capsule: Any, /) -> None:
+    """BufferError for a DLPack tensor of whatever type that contradicts itself."""
+
 @type_check_only
 class _Exporter:
     """What exporters of buffers have at run time from Python 3.12 on."""
@@ -45,3 +48,12 @@ class Elements(_Exporter):
     def __new__(cls, array: AnyArray, /, writable: bool = False) -> Elements: ...
     def close(self) -> None:
         """Show the elements to nobody else, and write to them no more."""
+
+@final
+class Shown(_Exporter):
+    """The memory of an exporter of buffers that does not contradict itself, for memoryviews.
+
+    ValueError where it does.
+    """
+
+    def __new__(cls, exporter: Any, /) -> Shown: ...

@@ -66,6 +66,8 @@ def test_lengths_and_shapes_that_do_not_fit(expression, answer):
     for use in (orvane.double, lambda e: orvane.double(e, size=(3, 2))):
         with refused(BufferError, "input does not fit evenly into output type."):
             use(exporter)
+    with pytest.raises(ValueError, match="the buffer contradicts itself: "):
+        orvane.asarray(exporter)
     assert exporter.open_views == 0
 
 

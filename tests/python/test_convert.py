@@ -237,6 +237,8 @@ np.ones((2, 2)).astype(np.dtype(float).newbyteorder("<")) -> double([[1, 1], [1,
 type("A", (), {{"__array__": lambda *_, **__: np.arange(2)}})() -> int64([0, 1])
 type("A", (), {{"a": (a := np.eye(2)), "__array_interface__": a.__array_interface__}})() ->
  double([[1, 0], [0, 1]])
+type("A", (), {{"a": (a := np.eye(2)), "__array_interface__": property(
+    lambda _, told=iter([a.__array_interface__]): next(told))}})() -> double([[1, 0], [0, 1]])
 in_buffer(strides=(-1,)) -> int8([98, 97])
 in_buffer(shape=(0, 9), strides=(2**62, 1)) -> int8(size=(0, 9))
 in_buffer(shape=(3,)) -> {beyond}1 to 4 of a buffer of 3
@@ -389,7 +391,7 @@ adopt(memoryview(bytes(9))[1:], "d", (1, 1)) ->
 adopt(bytes(8), "d", (2**40, 2**40)) -> ValueError: the memory is not as large as the array
 adopt(bytes(8), "d", (-1, 1)) -> OverflowError: can't convert negative value to size_t
 adopt(bytes(8), "g", (1, 1)) -> TypeError: arrays have no elements of the format 'g'
-adopt(3, "d", (1, 1)) -> TypeError: memoryview: a bytes-like object is required, not 'int'
+adopt(3, "d", (1, 1)) -> TypeError: a bytes-like object is required, not 'int'
 copy_memory(np.zeros((2, 3))[:, 1], "d", (1, 2)) -> ValueError: the memory has gaps
 copy_memory(bytes(8), "d", (2, 1)) -> ValueError: the memory is not as large as the array
 copy(3) -> TypeError: expected an orvane array, got int

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import ctypes
 import gc
 from typing import Any
 
@@ -134,6 +135,22 @@ def test_refused_tensors_are_dropped_once(dlpack, expression, answer):
         with refused(BufferError, answer):
             dlpack.through(True, in_capsule, told, NEVER)
         assert dlpack.dropped() == before + 1
+
+
+def test_tensors_among_others_are_looked_at_before_numpy_sees_them():
+    class Nowhere(Producer):
+        def __init__(self) -> None:
+            self.make = lambda: np.ones(2).__dlpack__(max_version=(1, 0))
+
+        def __dlpack__(self, **_: Any) -> Any:
+            capsule, address = self.make(), ctypes.pythonapi.PyCapsule_GetPointer
+            address.restype, address.argtypes = ctypes.c_void_p, (ctypes.py_object, ctypes.c_char_p)
+            of_data = address(capsule, b"dltensor_versioned") + 32
+            ctypes.c_void_p.from_address(of_data).value = None
+            return capsule
+
+    with refused(ValueError, "the DLPack tensor has elements outside of the memory"):
+        orvane.asarray([Nowhere()])
 
 
 @table("""

@@ -7,6 +7,7 @@ from typing import TYPE_CHECKING, Any
 from .. import ARRAY_TYPES, AnyArray, _bridge
 
 if TYPE_CHECKING:
+    from numpy.typing import NDArray
     from typing_extensions import CapsuleType
 
 _VERSION = (1, 0)
@@ -63,3 +64,32 @@ def from_dlpack(x: Any, *, copy: bool | None = None) -> AnyArray:
     except TypeError:  # it knows the older form only
         capsule = x.__dlpack__()
     return _bridge.from_capsule(capsule, copy)
+
+
+class _Checked:
+    """Hands on the tensors of an object that do not contradict themselves."""
+
+    def __init__(self, x: Any) -> None:
+        self._x = x
+
+    def __dlpack__(self, **words: Any) -> CapsuleType:
+        capsule: CapsuleType = self._x.__dlpack__(**words)
+        _bridge.check_capsule(capsule)
+        return capsule
+
+    def __dlpack_device__(self) -> Any:
+        return self._x.__dlpack_device__()
+
+
+def ndarray_from_dlpack(x: Any) -> NDArray[Any]:
+    """What NumPy makes of a tensor, with the dimensions that it has, and of more types than arrays.
+
+    ValueError for what NumPy cannot read either.
+    """
+    import numpy as np
+
+    try:
+        numbers: NDArray[Any] = np.from_dlpack(_Checked(x))
+    except BufferError as error:
+        raise ValueError(str(error)) from error
+    return numbers

@@ -8,25 +8,45 @@ from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
+from .. import _bridge
 from .sequences import name_of
 
 if TYPE_CHECKING:
     from numpy.typing import NDArray
 
 
-def ndarray_over_buffer(obj: Any) -> NDArray[Any] | None:
-    """What lies in the buffer that the interface names; none where it names an address.
+class _Told:
+    """Stands for an object that has told how its elements lie: NumPy reads the very same."""
 
-    NumPy itself follows extents and strides that lead out of the buffer.
+    def __init__(self, owner: Any, name: str, told: Any) -> None:
+        self.owner = owner
+        setattr(self, name, told)
+
+
+def ndarray_by_protocol(obj: Any) -> NDArray[Any] | None:
+    """What an object tells by NumPy's protocols; none where it knows none of them.
+
+    NumPy itself asks again and again, and follows extents and strides that lead out of a buffer.
     """
     told = getattr(obj, "__array_interface__", None)
-    if not isinstance(told, dict):
-        return None
+    if isinstance(told, dict):
+        return _of_interface(obj, dict(told))
+    told = getattr(obj, "__array_struct__", None)
+    if told is not None:
+        return np.asarray(_Told(obj, "__array_struct__", told))
+    method = getattr(type(obj), "__array__", None)
+    numbers = None if method is None else method(obj)
+    if numbers is None or isinstance(numbers, np.ndarray):
+        return numbers
+    raise TypeError(f"{name_of(obj)} gives no array of NumPy's by its method __array__")
+
+
+def _of_interface(obj: Any, told: dict[str, Any]) -> NDArray[Any]:
     buffer = told.get("data")
-    if buffer is None or isinstance(buffer, tuple):
-        return None
+    if isinstance(buffer, tuple):  # an address
+        return np.asarray(_Told(obj, "__array_interface__", told))
     try:
-        return _laid_over(memoryview(buffer), told)
+        return _laid_over(memoryview(_bridge.Shown(buffer)), told)
     except (ArithmeticError, BufferError, LookupError, TypeError, ValueError) as error:
         raise ValueError(f"{name_of(obj)} contradicts itself: {error}") from error
 

@@ -8,7 +8,7 @@ from typing import TYPE_CHECKING, Any
 
 from .. import ARRAY_TYPES, AnyArray, _bridge
 from .._numpy import has_numpy, require_numpy
-from .dlpack import from_dlpack
+from .dlpack import from_dlpack, ndarray_from_dlpack
 from .formats import read_format
 from .kinds import Wish, kind_of
 from .memory import array_copied_from, array_over, refuse_copy, shape_of, why_not_shared
@@ -93,7 +93,7 @@ def _converted(array: AnyArray, wish: Wish, is_own: bool, rank: int | None = Non
 
 def _view_of(obj: Any) -> memoryview | None:
     try:
-        return memoryview(obj)
+        return memoryview(_bridge.Shown(obj))
     except TypeError:
         return None
 
@@ -188,12 +188,10 @@ def _ndarray_by_protocol(obj: Any, wish: Wish) -> NDArray[Any] | None:
     if not has_method and not isinstance(getattr(obj, "__array_interface__", None), dict):
         return None
     require_numpy(f"to read {name_of(obj)}")
-    import numpy as np
+    from .interfaces import ndarray_by_protocol
 
-    from .interfaces import ndarray_over_buffer
-
-    numbers = ndarray_over_buffer(obj)
-    return _with_numbers(np.asanyarray(obj) if numbers is None else numbers, wish)
+    numbers = ndarray_by_protocol(obj)
+    return None if numbers is None else _with_numbers(numbers, wish)
 
 
 def _with_numbers(numbers: NDArray[Any], wish: Wish) -> NDArray[Any]:
@@ -222,9 +220,7 @@ def ndarray_of(obj: Any, wish: Wish) -> NDArray[Any]:
     if numbers is None:
         numbers = _ndarray_by_protocol(obj, wish)
     if numbers is None and hasattr(type(obj), "__dlpack__"):
-        import numpy as np
-
-        numbers = np.from_dlpack(obj)
+        numbers = ndarray_from_dlpack(obj)
     if numbers is None:
         return ndarray_of_sequence(sequence_of(obj), wish, ndarray_of)
     numbers = without_mask(numbers)
