@@ -155,6 +155,7 @@ asarray([[1], ["2"]]) -> TypeError: the value at [1][0], '2', is no number
 asarray("12") -> TypeError: no numbers can be read from an object of type str
 asarray({1: 2}) -> TypeError: no numbers can be read from an object of type dict
 asarray([1], "text") -> TypeError: 'text' names no type of elements that arrays can have
+asarray([1], ",f8") -> TypeError: ',f8' names no type of elements that arrays can have
 asarray([1], float, is_complex=True) ->
  ValueError: is_complex=True contradicts the type <class 'float'>
 asarray([True], is_complex=True) -> TypeError: logical arrays must not be complex.

@@ -185,7 +185,7 @@ def _kind_by_name(named: Any) -> Kind | None:
 
     try:
         return kind_of_dtype(np.dtype(named))
-    except TypeError:
+    except (SyntaxError, TypeError):
         return None
 
 
