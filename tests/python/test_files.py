@@ -1,12 +1,15 @@
 """Files that orvane writes and reads itself: nothing is lost or copied, or it says what."""
 
 import os
+from contextlib import suppress
 from pathlib import Path
+from unittest.mock import Mock
 
 import pytest
 
 import orvane
 from orvane import files
+from orvane.files.whole import written_whole
 from support import check, each_kind, grid, table
 
 np = pytest.importorskip("numpy")
@@ -78,6 +81,14 @@ def test_files_are_replaced_as_a_whole(form, tmp_path):
     save(link, lies_there[::-1])
     assert (lies_there, read(name)) == (grid(3, 4), grid(3, 4)[::-1].clone())
     assert (link.is_symlink(), name.stat().st_mode & 0o777) == (True, 0o600)
+
+
+def test_an_interrupt_after_a_fault_leaves_no_part_behind(tmp_path, monkeypatch):
+    with suppress(ZeroDivisionError), written_whole(tmp_path / "x"):
+        monkeypatch.setattr(Path, "__fspath__", Mock(side_effect=KeyboardInterrupt))
+        raise ZeroDivisionError
+    monkeypatch.undo()
+    assert not [*tmp_path.iterdir()]
 
 
 @table("""

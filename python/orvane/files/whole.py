@@ -27,6 +27,7 @@ def written_whole(name: str | os.PathLike[str]) -> Iterator[Path]:
         old = None
     if old and not stat.S_ISREG(old.st_mode):
         raise FileExistsError(errno.EEXIST, "This is no regular file", os.fsdecode(name))
+    part_name = str(part)  # asked now: that runs code in which an interrupt may come
     try:
         part.open("xb").close()
         if old:
@@ -35,6 +36,6 @@ def written_whole(name: str | os.PathLike[str]) -> Iterator[Path]:
         part.replace(final)
     finally:
         try:  # noqa: SIM105
-            os.unlink(part)  # noqa: PTH108  # in one step, before which no interrupt comes
-        except FileNotFoundError:
+            os.unlink(part_name)  # noqa: PTH108  # in one step, before which no interrupt comes
+        except OSError:  # it has its name by now, or what went wrong before is told
             pass
