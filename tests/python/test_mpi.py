@@ -134,6 +134,13 @@ def program() -> None:
         others = [orvane.int8(size=(1, 2**20)) for _ in range(2)]  # not where MPI still reads
         world.Barrier()
         assert r != 1 or ({*mpi.recv(0, 3)[0]} == {7} and others)
+        between = patch("orvane.mpi.blocks.Block.message", side_effect=KeyboardInterrupt)
+        with between, suppress(KeyboardInterrupt):
+            assert r or mpi.send(others[0], 1, 3)
+        assert r or not mpi.send(others[0], 1, 3)
+        for _ in range(2 * (r == 1)):
+            with refused(mpi.RankError, "recv: rank 0 has sent no array with tag 3"):
+                mpi.recv(0, 3)
 
     def without_room_on_rank_2(scatter, a):
         refuse = Mock(side_effect=MemoryError("no room"))

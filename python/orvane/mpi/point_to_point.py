@@ -105,8 +105,9 @@ def _received(
     told = bytearray(status.Get_count(MPI.BYTE))
     message.Recv([told, MPI.BYTE], status)
     rank, tag = status.source, status.tag
+    no_array = f"recv: rank {rank} has sent no array with tag {tag}"
     if not told.startswith(_MARK):
-        raise RankError(f"recv: rank {rank} has sent no array with tag {tag}", rank)
+        raise RankError(no_array, rank)
     form = Form(*pickle.loads(told[len(_MARK) :]))
     with ExitStack() as owned:
         block = target
@@ -114,6 +115,9 @@ def _received(
             block = Block(form.make(), owned, is_written=True)
         if block.numbers.size:
             comm.Recv(block.message(), rank, tag, status)
+            # After an interrupt between both messages it is the first of the next array that comes.
+            if status.Get_count(MPI.BYTE) not in (block.numbers.nbytes, MPI.UNDEFINED):
+                raise RankError(no_array, rank)
         if target and block is not target:
             words = f"out is {target.form}, what comes is {form}"
             raise RankError(f"recv: rank {rank}: {words}", rank)
