@@ -34,7 +34,13 @@ template <class Index, std::size_t... Fixed>
 struct MdspanShape : ExtentsLike<std::array<std::size_t, sizeof...(Fixed)>{Fixed...}> {
     using Extents = ExtentsLike<std::array<std::size_t, sizeof...(Fixed)>{Fixed...}>;
 
-    static bool isMetBy(const auto& loan) { return Extents::isMetBy(loan) && std::in_range<Index>(loan.size()); }
+    static bool isMetBy(const auto& loan) {
+        bool isMet = Extents::isMetBy(loan) && std::in_range<Index>(loan.size());
+        for (std::size_t d = 0; d < loan.rank(); ++d) {
+            isMet = isMet && std::in_range<Index>(loan.extent(d)); // where there are no elements it may be any number
+        }
+        return isMet;
+    }
     static std::string expected() {
         return Extents::expected() + " and of " + std::to_string(std::numeric_limits<Index>::max()) +
                " elements at most";
