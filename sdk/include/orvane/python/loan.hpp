@@ -133,8 +133,8 @@ LentElements<const T> lendElements(PyObject* object) {
     return detail::lendFor<const T>(object, 0);
 }
 
-/// The same in column-major order without gaps: a view that has gaps is gathered into a block of the loan's own. Signals
-/// are answered meanwhile; what their handlers raise is a `PythonError`.
+/// The same in column-major order without gaps: a view that has gaps is gathered into a block of the loan's own.
+/// Signals are answered meanwhile; what their handlers raise is a `PythonError`.
 template <PythonElement T>
 LentElements<const T> lendContiguousElements(PyObject* object) {
     return detail::lendFor<const T>(object, ORVANE_LOAN_CONTIGUOUS);
