@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "elements/integer_reading.hpp"
 #include "vocabulary/caller_code.hpp"
 #include "vocabulary/python_values.hpp"
 
@@ -16,13 +17,11 @@ bool readPlainBound(PyObject* bound, Py_ssize_t absent, Py_ssize_t& value) {
         value = absent;
         return true;
     }
-    if (!PyLong_CheckExact(bound))
+    long long number = 0;
+    if (!PyLong_CheckExact(bound) || !readInteger(bound, number))
         return false;
-    value = PyLong_AsSsize_t(bound);
-    if (value != -1 || PyErr_Occurred() == nullptr)
-        return true;
-    PyErr_Clear();
-    return false;
+    value = number;
+    return true;
 }
 
 /// The short cut for the usual slices, of plain integers: nothing in them can be refused and no code runs.

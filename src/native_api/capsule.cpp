@@ -70,6 +70,7 @@ void* OCPyArray_OCPyArrayToODAImpl(PyObject* object) {
     OCppPyArray* core = requireCoreArray(OCPyArray_Check(object) ? object : nullptr);
     if (core == nullptr)
         return nullptr;
+    const PyRef held = PyRef::borrow(object); // while code of others runs
     settleReturnedLoans();
     return withMemoryErrors(static_cast<void*>(nullptr), [&]() -> void* {
         return core->chain().isEmpty() ? core->wrapper().handOut() : core->materialisedForNative();

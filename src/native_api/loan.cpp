@@ -49,7 +49,7 @@ std::atomic<Loan*> latestReturned = nullptr;
 std::atomic<bool> isSettlingAskedFor = false;
 
 int settleWhenCalled(void*) {
-    isSettlingAskedFor = false;
+    isSettlingAskedFor.exchange(false); // reads what `leaveToOthers` has written, so that its loan is seen
     settleReturnedLoans();
     return 0;
 }
@@ -114,8 +114,8 @@ const OrvaneLoan* newLoan(const OCppPyArray& core, bool isForWriting, bool mustB
 } // namespace
 
 const OrvaneLoan* lend(PyObject* array, unsigned flags) {
+    const PyRef held = PyRef::borrow(array); // while code of others runs
     settleReturnedLoans();
-    const PyRef held = PyRef::borrow(array); // while handlers of signals run
     const OCppPyArray* core = requireCoreArray(OCPyArray_Check(array) ? array : nullptr);
     if (core == nullptr)
         return nullptr;

@@ -5,6 +5,7 @@
 
 #include <complex>
 #include <type_traits>
+#include <utility>
 
 #include "protocol/element_objects.hpp"
 #include "vocabulary/py_ref.hpp"
@@ -22,11 +23,15 @@ public:
         if constexpr (isRecyclable<T>) {
             PyRef& oldest = m_lastTwo[m_oldest];
             m_oldest = 1 - m_oldest;
-            if (oldest && Py_REFCNT(oldest.get()) == 1)
+            if (oldest && Py_REFCNT(oldest.get()) == 1) {
                 assign(oldest.get(), element);
-            else
-                oldest = PyRef::steal(toPyObject(element));
-            return Py_XNewRef(oldest.get());
+            } else {
+                PyRef made = PyRef::steal(toPyObject(element));
+                if (!made)
+                    return nullptr; // raising the error may have run code that lets go of the iterator, and of this
+                oldest = std::move(made);
+            }
+            return Py_NewRef(oldest.get());
         } else {
             return toPyObject(element);
         }

@@ -76,14 +76,15 @@ inline void endLoan(PyObject* object) noexcept {
 
 /// The array behind an object, lent: the handle holds a reference to the object. Throws as position 1 fails.
 inline data::Array lend(PyObject* object) {
+    Py_INCREF(object);
+    Reference held(object); // also while code of others runs
     ReturnedLoans::drop();
     void* impl = module().capsule->implOfArray(object);
     if (impl == nullptr) {
         throw PythonError();
     }
-    Py_INCREF(object);
-    return data::Array(std::shared_ptr<data::impl::ArrayImpl>(static_cast<data::impl::ArrayImpl*>(impl),
-                                                              [object](data::impl::ArrayImpl*) { endLoan(object); }));
+    return data::Array(std::shared_ptr<data::impl::ArrayImpl>(
+        static_cast<data::impl::ArrayImpl*>(impl), [lent = held.release()](data::impl::ArrayImpl*) { endLoan(lent); }));
 }
 
 } // namespace detail
