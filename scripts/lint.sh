@@ -18,7 +18,7 @@ make_environment "$python" "$environment" lint
 PATH=$environment/bin:$PATH
 cd "$root"
 
-mapfile -t cpp_sources < <(find data_array src sdk tests examples bench -name '*.[ch]pp' -o -name '*.[ch]')
+mapfile -t cpp_sources < <(find bridge data_array src sdk tests examples bench -name '*.[ch]pp' -o -name '*.[ch]')
 mapfile -t shell_sources < <(find scripts .ci -type f ! -name '*.py')
 
 if [[ ${1:-} == --fix ]]; then
