@@ -66,7 +66,7 @@ def _own_array(elements: Buffer, kind: Kind, size: tuple[int, ...], is_swapped: 
 
 def _swapped(elements: Buffer, kind: Kind) -> stdlib_array[int]:
     parts = stdlib_array({2: "H", 4: "I", 8: "Q"}[kind.part_size])
-    parts.frombytes(elements)
+    parts.frombytes(memoryview(_bridge.Shown(elements)))  # what it reads, it believes
     parts.byteswap()
     return parts
 
