@@ -87,8 +87,8 @@ ShownMemory::ShownMemory(PyObject* exporter) {
 void ShownMemory::Release::operator()(Py_buffer* buffer) const noexcept {
     python::detail::releaseAtScopeEnd([buffer] {
         const python::PendingError kept;
+        const std::unique_ptr<Py_buffer> owned(buffer);
         PyBuffer_Release(buffer);
-        delete buffer;
     });
 }
 
