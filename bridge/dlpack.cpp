@@ -34,20 +34,20 @@ bool isReversed(PyObject* array) {
     return isBackwards;
 }
 
-/// What other libraries believe of a tensor in the CPU's memory.
+/// What other libraries believe of a tensor, whose memory they may read on more devices than the CPU.
 template <python::DlpackForm Form>
 void check(PyObject* capsule) {
     const auto* const managed =
         static_cast<const Form*>(PyCapsule_GetPointer(capsule, python::detail::capsuleName<Form>));
     if constexpr (std::is_same_v<Form, dlpack::ManagedTensorVersioned>) {
-        if (managed->version.major != dlpack::knownVersion.major) {
+        if (managed->version.major > dlpack::knownVersion.major) {
             return; // what stands behind the version is not known
         }
     }
     const dlpack::Tensor& tensor = managed->dl_tensor;
     const auto size = static_cast<std::size_t>(tensor.dtype.bits * tensor.dtype.lanes + 7) / 8;
     const python::detail::DlpackKind kind{-1, tensor.dtype, std::max(size, std::size_t{1}), 1};
-    if (tensor.device.device_type == dlpack::DeviceType::Cpu && python::detail::countOf(tensor, kind.size) > 0) {
+    if (python::detail::countOf(tensor, kind.size) > 0) {
         const std::vector<std::size_t> extents(tensor.shape, tensor.shape + tensor.ndim);
         static_cast<void>(
             python::detail::firstOf(tensor, {nullptr, &kind, extents, python::detail::stridesOf(tensor)}));

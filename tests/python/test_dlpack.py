@@ -139,7 +139,8 @@ def test_refused_tensors_are_dropped_once(dlpack, expression, answer):
 
 def test_tensors_among_others_are_looked_at_before_numpy_sees_them():
     class Nowhere(Producer):
-        def __init__(self) -> None:
+        def __init__(self, device: int) -> None:
+            self.device = device
             self.make = lambda: np.ones(2).__dlpack__(max_version=(1, 0))
 
         def __dlpack__(self, **_: Any) -> Any:
@@ -147,10 +148,12 @@ def test_tensors_among_others_are_looked_at_before_numpy_sees_them():
             address.restype, address.argtypes = ctypes.c_void_p, (ctypes.py_object, ctypes.c_char_p)
             of_data = address(capsule, b"dltensor_versioned") + 32
             ctypes.c_void_p.from_address(of_data).value = None
+            ctypes.c_int32.from_address(of_data + 8).value = self.device
             return capsule
 
-    with refused(ValueError, "the DLPack tensor has elements outside of the memory"):
-        orvane.asarray([Nowhere()])
+    for device in (1, 3):  # NumPy reads that of CUDA's hosts, too
+        with refused(ValueError, "the DLPack tensor has elements outside of the memory"):
+            orvane.asarray([Nowhere(device)])
 
 
 @table("""
