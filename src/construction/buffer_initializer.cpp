@@ -67,9 +67,12 @@ std::optional<std::size_t> elementCountOf(const Py_buffer& view, const BufferExp
 bool readBufferDims(const Py_buffer& view, std::size_t count, Dims& dims, bool& isColumnMajor) {
     isColumnMajor = true;
     if (view.ndim == 1) {
-        // Whatever its extent says: the length of the block is what counts.
+        // Whatever its extent says: the length of the block is what counts. Its own elements, which the stride leads
+        // along, may be smaller than the format's.
         dims.push_back(count);
-        return spansLength(view, count, {&count, 1}) || raiseDoesNotFit();
+        const std::size_t steps =
+            view.itemsize > 0 ? std::max(count, static_cast<std::size_t>(view.len / view.itemsize)) : count;
+        return spansLength(view, steps, {&steps, 1}) || raiseDoesNotFit();
     }
     if (view.ndim <= 0) {
         dims.push_back(1);

@@ -24,6 +24,7 @@ int64(Exporter(pack('q', 9), 'l', 16)) -> [[9]]
 double(Exporter(pack('2d', 1, 2), 'Zdx', 16), is_complex=True) -> [[1 + 2j]]
 int8(Exporter(b'ab', 'b', 1, (7,))) -> [[97, 98]]
 int8(Exporter(bytes(6), 'b', 1, (2, 3, 1)), (2, 3)) -> [[0, 0, 0], [0, 0, 0]]
+double(Exporter(bytes(16), 'd', 1, (16,), (1,))) -> [[0.0, 0.0]]
 double(array('f', [1.0])) -> BufferError: input buffer format ('f') is not compatible with output
     format ('d'); use a different input or output type
 double((c_double * 2)()) -> BufferError: input buffer format ('<d') is not compatible with output
