@@ -56,7 +56,10 @@ def serialize(array: AnyArray) -> tuple[dict[str, Any], list[Any]]:
 
 
 def deserialize(header: dict[str, Any], frames: list[Any]) -> AnyArray:
-    array_type = next(each for each in ARRAY_TYPES if each.__name__ == header["type"])
+    name = header["type"]
+    array_type = next((each for each in ARRAY_TYPES if each.__name__ == name), None)
+    if array_type is None:
+        raise ValueError(f"no array type has the name {name!r}")
     size, is_complex = tuple(header["size"]), header["is_complex"]
     elements = frames[-1] if frames else b""
     return array_from_elements(array_type, size, is_complex, elements, header["byteorder"])
