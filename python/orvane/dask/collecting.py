@@ -13,10 +13,11 @@ from numpy.typing import NDArray
 from .. import AnyArray
 from ..convert import writable
 from ..convert.fitting import fit
-from ..convert.kinds import Kind, kind_of_dtype, read_wish
+from ..convert.kinds import Kind, Wish, kind_of_dtype, read_wish
 from ..convert.memory import row_at_least
 from ..convert.ndarrays import without_mask
 from ..convert.places import named
+from ..convert.reading import ndarray_of
 from .blocks import by
 from .chunks import require_array, require_kind, require_known
 from .library import da, dask, get_scheduler, slices_from_chunks
@@ -72,7 +73,9 @@ class Target:
         where = f"block {place} of {self._name}"
         within = self._within[place]
         shape = tuple(each.stop - each.start for each in within)
-        block = np.asanyarray(block)
+        if not isinstance(block, np.ndarray):
+            with named(where):
+                block = ndarray_of(block, Wish(*self._kind, None))
         if block.shape != shape:
             raise ValueError(f"{where} is {by(block.shape)}, where its chunk is {by(shape)}")
         if kind_of_dtype(block.dtype) != self._kind or isinstance(block, np.ma.MaskedArray):

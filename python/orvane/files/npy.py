@@ -11,7 +11,7 @@ from typing import TYPE_CHECKING, Any
 from .. import ARRAY_TYPES, AnyArray
 from .._numpy import require_numpy
 from ..convert.exports import to_numpy
-from ..convert.kinds import kind_of_dtype
+from ..convert.kinds import Wish, kind_of_dtype
 from ..convert.places import named
 from .places import Places
 from .whole import written_whole
@@ -59,8 +59,11 @@ class _Blocks:
         import numpy as np
 
         from ..convert.ndarrays import without_mask
+        from ..convert.reading import ndarray_of
 
-        block = np.asanyarray(block)
+        if not isinstance(block, np.ndarray):
+            with named(f"the block at {place}"):
+                block = ndarray_of(block, Wish(None, None, None))
         shape = tuple(each.stop - each.start for each in place)
         if (block.dtype.newbyteorder("="), block.shape) != (self.dtype, shape):
             came, wanted = (f"{block.dtype} of size {block.shape}", f"{self.dtype} of size {shape}")
