@@ -236,6 +236,7 @@ np.ones((2, 2)).astype(np.dtype(float).newbyteorder("<")) -> double([[1, 1], [1,
 [int8([1, 2])[0], array.array("b", [3, 4])] -> int8([[1, 2], [3, 4]])
 [orvane.to_dlpack(double([1])), [[2]]] -> double([[[1]], [[2]]])
 type("A", (), {{"__array__": lambda *_, **__: np.arange(2)}})() -> int64([0, 1])
+type("A", (), {{"__array__": property(lambda _: np.arange(2).__array__)}})() -> int64([0, 1])
 type("A", (), {{"a": (a := np.eye(2)), "__array_interface__": a.__array_interface__}})() ->
  double([[1, 0], [0, 1]])
 type("A", (), {{"a": (a := np.eye(2)), "__array_interface__": property(
@@ -243,6 +244,8 @@ type("A", (), {{"a": (a := np.eye(2)), "__array_interface__": property(
 in_buffer(strides=(-1,)) -> int8([98, 97])
 in_buffer(shape=(0, 9), strides=(2**62, 1)) -> int8(size=(0, 9))
 in_buffer(shape=(3,)) -> {beyond}1 to 4 of a buffer of 3
+type("A", (np.lib.mixins.NDArrayOperatorsMixin, type(in_buffer(shape=(3,)))), {{}})() ->
+ {beyond}1 to 4 of a buffer of 3
 in_buffer(offset=-1) -> {beyond}-1 to 1 of a buffer of 3
 in_buffer(strides=(2**63 - 1,)) -> {beyond}1 to 9223372036854775809 of a buffer of 3
 (lambda b: (asarray(in_buffer(data=b)), b.clear()))(bytearray(3)) ->

@@ -34,9 +34,11 @@ def ndarray_by_protocol(obj: Any) -> NDArray[Any] | None:
     told = getattr(obj, "__array_struct__", None)
     if told is not None:
         return np.asarray(_Told(obj, "__array_struct__", told))
-    method = getattr(type(obj), "__array__", None)
-    numbers = None if method is None else method(obj)
-    if numbers is None or isinstance(numbers, np.ndarray):
+    method = getattr(obj, "__array__", None)
+    if method is None:
+        return None
+    numbers = method()
+    if isinstance(numbers, np.ndarray):
         return numbers
     raise TypeError(f"{name_of(obj)} gives no array of NumPy's by its method __array__")
 

@@ -144,7 +144,12 @@ def _ndarray_of_library(obj: Any, wish: Wish) -> NDArray[Any] | None:
     if "numpy" in names:
         import numpy as np
 
-        return _with_numbers(np.asarray(obj), wish)
+        # Classes of others that have grown out of one of its own tell what they like.
+        if isinstance(obj, (np.generic, np.nditer)):
+            return _with_numbers(np.asarray(obj), wish)
+        numbers = _ndarray_by_protocol(obj, wish)
+        if numbers is not None:
+            return numbers
     if not names.isdisjoint(_OF_LIBRARIES):
         if "torch" in names and not has_numpy():
             return None  # DLPack does for most
