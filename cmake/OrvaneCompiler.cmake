@@ -38,11 +38,11 @@ if(ORVANE_SANITIZE)
         set(runtimes tsan)
         # What native modules inline of the headers is judged too.
         set(settings "CXXFLAGS=-fsanitize=thread -g1" "LDFLAGS=-fsanitize=thread"
-            TSAN_OPTIONS=allocator_may_return_null=1)
+            TSAN_OPTIONS=allocator_may_return_null=1:max_allocation_size_mb=8192)
     else()
         set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=undefined)
         set(runtimes asan ubsan)
-        set(settings ASAN_OPTIONS=allocator_may_return_null=1:detect_leaks=0)
+        set(settings ASAN_OPTIONS=allocator_may_return_null=1:max_allocation_size_mb=8192:detect_leaks=0)
     endif()
     add_compile_options(${sanitizers} -fno-omit-frame-pointer -g1)
     add_compile_definitions(_GLIBCXX_ASSERTIONS)
