@@ -34,9 +34,9 @@ run_cpp_tests() { # ENVIRONMENT BUILD_DIRECTORY
     "$1/bin/ctest" --test-dir "$2" --output-on-failure --parallel 2
 }
 
-python_tests=("$root/tests/python") clients=native-clients
+python_tests=("$root/tests/python")
 run_python_tests() { # ENVIRONMENT BUILD_DIRECTORY [BUILD_DIRECTORY_OF_THE_CPP_TESTS]
-    ORVANE_REPLACEMENT_LIBRARY=${3:-$2}/replacement/libOrvaneDataArray.so ORVANE_NATIVE_BUILD=$2/$clients \
+    ORVANE_REPLACEMENT_LIBRARY=${3:-$2}/replacement/libOrvaneDataArray.so ORVANE_NATIVE_BUILD=$2/native-clients \
         "$1/bin/python" -m pytest "${python_tests[@]}" -q "${rest[@]}"
 }
 
@@ -87,9 +87,10 @@ chosen_are_elsewhere() {
     [[ $? == 5 && ${#rest[@]} -gt 0 ]]
 }
 
-# Two jobs side by side, as neither tests nor pip keep more than one core busy. The second is about the newest interpreter;
-# the first takes the preferred one, the site, libFuzzer, and then what the newest is asked of libraries. What the C++ tests
-# are about knows no Python, so they are built and run once, and so is the library that stands in for ours.
+# Two jobs side by side, as neither tests nor pip keep more than one core busy. The second is about the newest interpreter,
+# the site and libFuzzer; the first takes the preferred one, and then what the newest is asked of libraries, for which it
+# finds the native clients built. What the C++ tests are about knows no Python, so they are built and run once, and so is
+# the library that stands in for ours.
 # shellcheck disable=SC2030,SC2031 # each job has tests of its own
 test_on_both() { # PREFERRED NEWEST
     local of_libraries=("$root"/tests/python/test_{convert,dask,files,fuzz,libraries,mpi,transport}.py)
@@ -105,10 +106,8 @@ test_on_both() { # PREFERRED NEWEST
         build_and_run_cpp_tests_on "$1"
         touch "$root/build/$old.built"
         test_on "$1" "$1"
-        "$root/scripts/docs.sh" --python "$2"
-        "$root/scripts/fuzz.sh" --native -- --runs 20000
         wait_until_built "$new"
-        python_tests=("${of_libraries[@]}") clients=clients-of-libraries
+        python_tests=("${of_libraries[@]}")
         test_on "$2" "$1" || chosen_are_elsewhere
     } &
     first=$!
@@ -119,6 +118,8 @@ test_on_both() { # PREFERRED NEWEST
         wait_until_built "$old"
         python_tests+=("${of_libraries[@]/#/--ignore=}")
         test_on "$2" "$1" || chosen_are_elsewhere
+        "$root/scripts/docs.sh" --python "$2"
+        "$root/scripts/fuzz.sh" --native -- --runs 20000
     } >"$log" 2>&1 &
     second=$!
     wait "$first" || status=$?

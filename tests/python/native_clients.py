@@ -1,5 +1,6 @@
 """Builds native modules against the installed package, with its own tools only, and loads them."""
 
+import fcntl
 import functools
 import importlib.util
 import os
@@ -59,12 +60,15 @@ def outcome_of_building() -> Path | AssertionError:
     """Where the clients of tests/native lie, or what went wrong: it is not tried twice in a run."""
     for module in ("pybind11", "nanobind"):
         pytest.importorskip(module)
-    build = os.environ.get("ORVANE_NATIVE_BUILD") or tempfile.mkdtemp(prefix="orvane-native-")
+    build = Path(os.environ.get("ORVANE_NATIVE_BUILD") or tempfile.mkdtemp(prefix="orvane-native-"))
     definition = f"-DOrvane_DIR={ask_package('--cmake-dir')}"
-    try:
-        return cmake_build(ROOT / "tests" / "native", Path(build), definition)
-    except AssertionError as error:
-        return error
+    build.mkdir(parents=True, exist_ok=True)
+    with (build / "lock").open("w") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)  # two runs of tests may share them
+        try:
+            return cmake_build(ROOT / "tests" / "native", build, definition)
+        except AssertionError as error:
+            return error
 
 
 def build_directory() -> Path:
